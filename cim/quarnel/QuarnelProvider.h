@@ -1,0 +1,378 @@
+// What the provider's three modules share: the records of the cached model, the lists and the queue, the job record,
+// the rows of the action table, and the functions that one module calls in another.
+//
+// Dependencies go one way: QuarnelProviderIfc -> QuarnelProviderCfg -> QuarnelProviderUtil.
+#pragma once
+
+#include "QuarnelProviderUtil/Handles.h"
+#include "QuarnelProviderUtil/KeyIndex.h"
+#include "QuarnelProviderUtil/Lock.h"
+#include "QuarnelProviderUtil/Log.h"
+#include "QuarnelProviderUtil/Read.h"
+#include "QuarnelProviderUtil/Relaxed.h"
+
+#include <cmpift.h>
+
+#include <initializer_list>
+#include <stdint.h>
+#include <time.h>
+#include <type_traits>
+
+// Results of the provider's own functions.
+enum {
+    RESULT_OK = 0,
+    RESULT_NULL = -1,      // a null argument, or a device that is refused
+    RESULT_NO_MEMORY = -2, // or a broker object that could not be made
+    RESULT_NOT_FOUND = -3, // not in a list, or a malformed key
+    RESULT_ARRAY_FULL = -5,
+    RESULT_FIFO_FULL = -6,
+    RESULT_INVALID = -100, // an invalid parameter, or no host instance
+};
+
+// Values of CIM_ManagedSystemElement.OperationalStatus.
+enum OpStatus {
+    OPSTATUS_UNKNOWN = 0,
+    OPSTATUS_OTHER = 1,
+    OPSTATUS_OK = 2,
+    OPSTATUS_DEGRADED = 3,
+    OPSTATUS_STRESSED = 4,
+    OPSTATUS_PREDICTIVE_FAILURE = 5,
+    OPSTATUS_ERROR = 6,
+    OPSTATUS_NON_RECOVERABLE = 7,
+    OPSTATUS_STARTING = 8,
+    OPSTATUS_STOPPING = 9,
+    OPSTATUS_STOPPED = 10,
+    OPSTATUS_IN_SERVICE = 11,
+    OPSTATUS_NO_CONTACT = 12,
+    OPSTATUS_LOST_COM = 13,
+    OPSTATUS_ABORTED = 14,
+    OPSTATUS_DORMANT = 15,
+    OPSTATUS_SUP_ENT_ERR = 16,
+    OPSTATUS_COMPLETED = 17,
+    OPSTATUS_POWER_MODE = 18,
+};
+
+// Values of CIM_ManagedSystemElement.HealthState.
+enum HealthState {
+    HEALTHSTATE_UNKNOWN = 0,
+    HEALTHSTATE_OK = 5,
+    HEALTHSTATE_WARNING = 10,
+    HEALTHSTATE_MINOR = 15,
+    HEALTHSTATE_MAJOR = 20,
+    HEALTHSTATE_CRIT = 25,
+    HEALTHSTATE_FAILED = 30,
+};
+
+// --- Lists and the queue ---------------------------------------------------------------------------------------------
+
+struct List_Entry_t {
+    List_Entry_t *Next; // null at the end
+    void *Data;         // never null
+};
+
+// Holds the caller's pointers and copies nothing. Locks nothing: whoever owns a list guards it. Head and Tail are null
+// exactly when Size is 0.
+struct List_t {
+    List_Entry_t *Head;
+    List_Entry_t *Tail;
+    uint32_t Size;
+    uint32_t Changes; // how often something was put in or taken out
+};
+
+struct Fifo_t {
+    Mutex_t Mutex;
+    uint32_t Size; // the most items that it holds at once
+    List_t List GUARDED_BY(Mutex);
+};
+
+// 0; also for null data, which adds nothing; -1 for a null list; -2 without memory for a node.
+int AddEntryAtListHead(List_t *list, void *data);
+int AddEntryAtListTail(List_t *list, void *data);
+// Takes the head out; null when the list is empty. 0, or -1 for a null list with `data` untouched.
+int RemoveEntryFromList(List_t *list, void **data);
+// Takes out the first entry that is this very pointer. 0; -1 for a null argument; -3 when it is not there.
+int RemoveEntryFromListByKey(List_t *list, const void *data);
+int IsListEmpty(const List_t *list);
+// Empties the list; each element goes to `release`, or to free() when that is null.
+void FreeList(List_t *list, void (*release)(void *));
+
+// 0: the queue's from now on; -6 full, -2 without memory: still the caller's. Never waits.
+int PutItem(Fifo_t *fifo, void *data);
+// The oldest item, now the caller's; null when the queue is empty.
+void *GetItem(Fifo_t *fifo);
+int IsFifoEmpty(Fifo_t *fifo);
+
+// A typed look at a list: for (DiskDrive_t *disk : Each<DiskDrive_t>(list)). The list must not change meanwhile, except
+// behind the element at hand. A null list is empty.
+template <class Element> class Each {
+public:
+    explicit Each(const List_t *list) : first(list != nullptr ? list->Head : nullptr) {}
+    struct Iterator {
+        const List_Entry_t *at;
+        Element *operator*() const { return static_cast<Element *>(at->Data); }
+        Iterator &operator++() {
+            at = at->Next;
+            return *this;
+        }
+        bool operator!=(const Iterator &other) const { return at != other.at; }
+    };
+    Iterator begin() const { return {first}; }
+    Iterator end() const { return {nullptr}; }
+
+private:
+    const List_Entry_t *first;
+};
+
+// --- The model -------------------------------------------------------------------------------------------------------
+//
+// Plain structures, allocated zero-filled; strings are heap copies and paths are clones, both the record's own, and any
+// of them may be null unless it is said otherwise. A record's path is its first field. Records name each other by key
+// text, never by pointer, so deleting one leaves nothing dangling. A device record belongs to the one list that it is
+// in, and its fields are guarded by its controller's CtrlMutex from then on.
+
+struct StorageVolume_t {
+    CMPIObjectPath *VolumeOp;
+    char *DeviceID; // never null in the list
+    char *RaidLevel;
+    char *ElementName;
+    char *Name;
+    CMPIUint16 NameFormat;
+    CMPIUint16 NameNameSpace;
+    CMPIUint16 ExtentStripeLength;
+    CMPIUint16 ExtentStatus;
+    CMPIUint16 OperationalStatus;
+    CMPIUint64 NumberOfBlocks;
+    CMPIUint64 ConsumableBlocks;
+    CMPIUint16 DataRedundancy;
+    CMPIUint16 PackageRedundancy;
+    CMPIBoolean IsBasedOnUnderlyingRedundancy;
+    CMPIUint8 DeltaReservation;
+    CMPIBoolean Primordial;
+    time_t LastUpdateTime; // when it was built
+    CMPIUint8 UpdateEnabled;
+    char *FromPool; // a pool's InstanceID
+};
+
+struct DiskDrive_t {
+    CMPIObjectPath *DiskOp;
+    CMPIObjectPath *ExtentOp;
+    char *DeviceID; // never null in the list
+    char *Name;
+    char *FwVersion;
+    char *Model; // nothing fills it
+    CMPIUint16 EnabledState;
+    CMPIUint16 OperationalStatus;
+    CMPIUint16 ExtentStatus;
+    CMPIUint64 NumberOfBlocks;
+    CMPIUint64 ConsumableBlocks;
+    CMPIBoolean Primordial;
+    time_t LastUpdateTime;
+    CMPIUint8 UpdateEnabled;
+    CMPIUint16 SlotNumber;
+    char *Chassis; // a chassis's Tag
+    char *Pool;    // a pool's InstanceID
+};
+
+struct StoragePool_t {
+    CMPIObjectPath *PoolOp;
+    char *InstanceID; // never null in the list
+    char *PoolID;
+    CMPIBoolean Primordial;
+    CMPIUint16 OperationalStatus;
+    CMPIUint64 TotalManagedSpace;
+    CMPIUint64 RemainingManagedSpace;
+    time_t LastUpdateTime;
+    CMPIUint8 UpdateEnabled;
+    List_t *Drives; // points at _Drives: own copies of the member disks' DeviceIDs, each once, in order of addition
+    List_t _Drives;
+};
+
+struct Battery_t {
+    CMPIObjectPath *BatteryOp;
+    time_t LastUpdateTime;
+    CMPIUint8 UpdateEnabled;
+    char *DeviceID; // never null in the list
+    CMPIUint16 BatteryStatus;
+    CMPIUint16 OperationalStatus;
+};
+
+struct SASSATAPort_t {
+    CMPIObjectPath *PortOp;
+    time_t LastUpdateTime;
+    CMPIUint8 UpdateEnabled;
+    char *DeviceID; // never null in the list
+    char *PortName;
+    CMPIUint16 PortType;
+    CMPIUint16 OperationalStatus;
+    CMPIUint16 UsageRestriction;
+};
+
+struct Chassis_t {
+    CMPIObjectPath *ChassisOp;
+    char *Tag;         // never null in the list
+    char *InternalTag; // what of Tag distinguishes the controller's chassis from each other
+    CMPIUint16 OperationalStatus;
+    time_t LastUpdateTime;
+    CMPIUint8 UpdateEnabled;
+};
+
+static_assert(std::is_trivial_v<StorageVolume_t> && std::is_trivial_v<DiskDrive_t> &&
+                  std::is_trivial_v<StoragePool_t> && std::is_trivial_v<Battery_t> &&
+                  std::is_trivial_v<SASSATAPort_t> && std::is_trivial_v<Chassis_t>,
+              "records are allocated zero-filled");
+
+struct RaidController_t {
+    // Guards the seven lists below, the fields of their records, and writing the update times. Innermost.
+    Mutex_t CtrlMutex;
+
+    // Fixed once the controller is listed.
+    CMPIObjectPath *PortControllerOp;
+    CMPIObjectPath *ControllerOp; // where every walk to the controller's devices starts
+    char *DeviceID;               // never null in the list
+    char *Model;
+    char *FirmwareVersion;
+    char *BiosVersion;
+    char *DriverVersion;
+    char *BundleVersion;
+    CMPIUint16 HealthState;
+    CMPIUint16 OperationalStatus;
+    Relaxed<time_t> ControllerUpdateTime;
+
+    // When a record of the kind was last listed or refreshed; 0 before that. Read without a lock: a stale time only
+    // lets a surplus refresh through.
+    Relaxed<time_t> ChassisUpdateTime;
+    Relaxed<time_t> PoolUpdateTime;
+    Relaxed<time_t> VolumeUpdateTime;
+    Relaxed<time_t> DiskUpdateTime;
+    Relaxed<time_t> PortUpdateTime;
+    Relaxed<time_t> BatteryUpdateTime;
+    CMPIUint8 UpdateEnabled;
+
+    // Each serialises whole build and refresh passes over one kind. Taken before CtrlMutex, one at a time, never by
+    // requests.
+    Mutex_t DiskCfgMutex;
+    Mutex_t VolumeCfgMutex;
+    Mutex_t PortCfgMutex;
+    Mutex_t BatteryCfgMutex;
+    Mutex_t PoolCfgMutex;
+    Mutex_t ChassisCfgMutex;
+
+    // All code reaches the lists through these pointers, which are fixed.
+    List_t *VolumeList;
+    List_t *ExtentList; // null: disks stand for their extents
+    List_t *DiskList;
+    List_t *PoolList;
+    List_t *BatteryList;
+    List_t *PortList;
+    List_t *ChassisList;
+    List_t __VolumeList;
+    List_t __ExtentList;
+    List_t __DiskList;
+    List_t __PoolList;
+    List_t __BatteryList;
+    List_t __PortList;
+    List_t __ChassisList;
+
+    // Of the lists that are searched by key; guarded as the lists are. Look-ups fill them.
+    mutable KeyIndex_t DiskIndex;
+    mutable KeyIndex_t PoolIndex;
+    mutable KeyIndex_t ChassisIndex;
+};
+
+constexpr size_t kMaxProfiles = 8;
+
+// Slots at and beyond Count are undefined.
+struct Array_t {
+    uint32_t Count;
+    void *Array[kMaxProfiles];
+};
+
+// --- Jobs and actions ------------------------------------------------------------------------------------------------
+
+// One job. The queue's while it is queued, then the worker's; Func takes what it needs and frees it before it works.
+struct Thread_Args_t {
+    void (*Func)(CMPIContext *context, void *args);
+    uintptr_t Arg0;
+    uintptr_t Arg1;
+    uintptr_t Arg2;
+    uintptr_t Arg3;
+    uintptr_t Arg4;
+    uintptr_t Arg5;
+};
+
+enum {
+    CFG_ACTION_NONE = 0,
+    CFG_ACTION_DISK = 100,
+    CFG_ACTION_VOLUME = 101,
+    CFG_ACTION_PORT = 102,
+    CFG_ACTION_BATTERY = 103,
+    CFG_ACTION_POOL = 104,
+    CFG_ACTION_CHASSIS = 105,
+    CFG_ACTION_END = 106,
+};
+
+// How one kind of device is found under a controller, told apart, built, refreshed and deleted.
+struct ConfigAction_t {
+    int ConfigAction;
+    int PreConfigAction; // run before this one
+    const char *AssociationClassName;
+    const char *AssociatedClassName;
+    const char *KeyName; // of the device's path
+    CMPIObjectPath *(*GetOpFunc)(void *device);
+    int (*BuildFunc)(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl,
+                     const CMPIInstance *instance, const CMPIObjectPath *op);
+    int (*UpdateFunc)(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl, void *device,
+                      const CMPIInstance *instance);
+    int (*DeleteFunc)(RaidController_t *ctrl, void *device);
+};
+
+// --- QuarnelProviderCfg ----------------------------------------------------------------------------------------------
+
+// The controllers in discovery order. Complete before the workers start, emptied when they have ended.
+extern List_t *const RaidControllerList;
+
+// The number of HHRC profile registrations found (0 to 8); -1 a null argument, -2 no path, -5 more than eight. The
+// instances are the broker's and live as long as the invocation.
+int GetHHRCProfiles(const CMPIInstanceMI *mi, const CMPIContext *ctx, Array_t *profiles);
+// Lists one controller per port controller of the profiles. 0; -2 or the list's code, with nothing listed.
+int BuildControllerInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, const Array_t *profiles);
+void FreeController(void *controller);
+
+// Starts the workers, each in a context prepared from `ctx`, with every flag of an earlier life lowered.
+void InitQuarnelThreads(const CMPIContext *ctx);
+// Stops them: running jobs end, queued ones are freed with what they own. No worker runs when it returns.
+void CleanupQuarnelThreads();
+// Queues the first build of every controller's devices: 0, -2 or -6.
+int BuildDeviceInfoAsync(const CMPIInstanceMI *mi, const CMPIContext *ctx);
+
+// Asks for a background refresh of one kind of device of one controller and does not wait for it: 0 when it is queued
+// or not due, -2 without memory, -6 when the queue is full. Called with no lock held.
+int HandleDeviceConfigChange(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl, int action);
+
+// Linear look-ups; null for a null key. CtrlMutex is held by the caller.
+StoragePool_t *FindStoragePoolByID(const RaidController_t *ctrl, const char *instanceID);
+DiskDrive_t *FindDiskByDeviceID(const RaidController_t *ctrl, const char *deviceID);
+Chassis_t *FindChassisByTag(const RaidController_t *ctrl, const char *tag);
+
+// --- QuarnelProviderUtil ---------------------------------------------------------------------------------------------
+
+extern Relaxed<const CMPIBroker *> Broker; // handed to the factory
+extern Relaxed<time_t> InitCompleteTime;   // when the factory last returned
+
+// Reads the host system's identity from OMC_UnitaryComputerSystem: 0, -2 without a path, -100 without an instance.
+int InitSystemInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx);
+void ReleaseSystemInfo();
+// Lent until ReleaseSystemInfo; null when not known.
+const char *GetHostName();
+const char *GetSystemName();
+const char *GetSystemClassName();
+
+// Element 0 of an array property as its uint16 member, the one that every caller reads; all zero when there is none or
+// it does not fit.
+CMPIValue GetArrayProperty(const CMPIInstance *instance, const char *property);
+// As strcasecmp; a string without characters counts as empty.
+int CMStringCmp(const CMPIString *str1, const char *str2);
+// A heap copy, the caller's; null for null, and after a warning when there is no memory.
+char *StringClone(const char *text);
+
+using HeapText = Heap<char>;

@@ -1,0 +1,251 @@
+// The first build: one job that reads every controller's pools and chassis and then, with one further job per device,
+// its logical devices. Pools and chassis come first because disks and volumes link to them by key.
+#include "Cfg.h"
+
+#include <string.h>
+
+namespace {
+
+// A device's kind code is its row here, counted from 1. The first class that the device is of decides.
+const struct {
+    const char *ClassName;
+    int Action;
+} kDeviceKinds[] = {
+    {"CIM_StorageVolume", CFG_ACTION_VOLUME},
+    {"CIM_SASSATAPort", CFG_ACTION_PORT},
+    {"CIM_DiskDrive", CFG_ACTION_DISK},
+    {"CIM_Battery", CFG_ACTION_BATTERY},
+};
+constexpr int kKinds = sizeof kDeviceKinds / sizeof *kDeviceKinds;
+constexpr int kNoKind = 99;
+
+bool Same(const char *a, const char *b) { return a != nullptr && b != nullptr && strcmp(a, b) == 0; }
+
+// Remembers classes, so that the broker is asked once for each and not once for every device. The names are the
+// broker's and live as long as the pass.
+class KindMemory {
+public:
+    int KindOf(const CMPIObjectPath *device) {
+        const char *name = ClassNameOf(device);
+        const int kind = last != nullptr && Same(last, name) && lastKind != 0 ? lastKind : Look(device, name);
+        last = name;
+        lastKind = kind;
+        return kind;
+    }
+
+private:
+    int Look(const CMPIObjectPath *device, const char *name) {
+        for (int i = 0; i < kKinds; ++i)
+            if (Same(names[i], name)) return i + 1;
+        for (int i = 0; i < kKinds && device != nullptr; ++i) {
+            if (!Broker->eft->classPathIsA(Broker, device, kDeviceKinds[i].ClassName, nullptr)) continue;
+            names[i] = name;
+            return i + 1;
+        }
+        return kNoKind;
+    }
+
+    const char *names[kKinds] = {};
+    const char *last = nullptr;
+    int lastKind = 0;
+};
+
+// For the line of a wait: true at first, and then when a second has passed since it last was.
+class OncePerSecond {
+public:
+    bool Due() {
+        timespec now = {};
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        const bool due = said.tv_sec == 0 || now.tv_sec > said.tv_sec + 1 ||
+                         (now.tv_sec == said.tv_sec + 1 && now.tv_nsec >= said.tv_nsec);
+        if (due) said = now;
+        return due;
+    }
+
+private:
+    timespec said = {};
+};
+
+struct Pass_t {
+    const CMPIInstanceMI *Mi;
+    const CMPIContext *Context;
+    RaidController_t *Controller;
+};
+
+using JobHolder = Holder<Thread_Args_t, FreeJob>;
+
+// Null when there is no memory for it, or the broker cannot make the clones.
+JobHolder NewDeviceJob(const Pass_t &pass, const CMPIInstance *device, const CMPIObjectPath *op, int kind) {
+    JobHolder job(Allocate<Thread_Args_t>());
+    Owned<CMPIObjectPath> ownPath = CloneOf(op);
+    Owned<CMPIInstance> ownDevice = CloneOf(device);
+    if (job == nullptr || ownPath == nullptr || ownDevice == nullptr) return nullptr;
+    *job = {ProcessBuildLogicalDeviceInfo,
+            reinterpret_cast<uintptr_t>(pass.Controller),
+            reinterpret_cast<uintptr_t>(pass.Mi),
+            0,
+            reinterpret_cast<uintptr_t>(ownPath.release()),
+            reinterpret_cast<uintptr_t>(ownDevice.release()),
+            static_cast<uintptr_t>(kind)};
+    return job;
+}
+
+constexpr char kWho[] = "BuildLogicalDeviceInfo";
+
+void QueueDevices(const Pass_t &pass) {
+    const CMPIEnumeration *devices =
+        Associators(pass.Context, pass.Controller->ControllerOp, "CIM_SystemDevice", nullptr);
+    KindMemory kinds;
+    OncePerSecond full;
+    for (CMPIInstance *device = nullptr; !Stopping() && Next(devices, &device);) {
+        const CMPIObjectPath *op = device != nullptr ? PathOf(device) : nullptr;
+        const int kind = kinds.KindOf(op);
+        QLOG(LOG_DEBUG, "%s: (%d)%s\n", kWho, kind, PathText(op));
+        if (kind == kNoKind) continue;
+        JobHolder job = NewDeviceJob(pass, device, op, kind);
+        if (job == nullptr) {
+            QLOG(LOG_ERR, "%s, failed to allocate threadArgs\n", kWho);
+            continue;
+        }
+        int result = QueueJob(job.get());
+        for (; result == RESULT_FIFO_FULL && !Stopping(); result = QueueJob(job.get())) {
+            if (full.Due()) QLOG(LOG_ERR, "%s: FIFO full, waiting...\n", kWho);
+            AwaitQueue(pass.Context, QueueState::HasRoom);
+        }
+        if (result != RESULT_OK) {
+            if (!Stopping()) QLOG(LOG_ERR, "%s, failed to put threadArgs in FIFO, rc %d\n", kWho, result);
+            continue;
+        }
+        (void)job.release();
+        QLOG(LOG_DEBUG, "Added to FIFO: %s\n", PathText(op));
+    }
+}
+
+// True when the list has a record of the same class and key: a refresh was quicker than the first build. The caller
+// holds the kind's mutex, so the list cannot change.
+bool IsListed(const RaidController_t *ctrl, const ConfigAction_t &action, const ActionTarget_t &target,
+              const CMPIInstance *device, const CMPIObjectPath *op) {
+    const char *key = TextOf(device, action.KeyName);
+    if (key == nullptr) return false;
+    for (void *record : Each<void>(ctrl->*target.List))
+        if (Same(target.KeyOf(record), key) && Same(ClassNameOf(action.GetOpFunc(record)), ClassNameOf(op)))
+            return true;
+    return false;
+}
+
+// Builds one device of the first build; the caller holds the kind's mutex.
+int BuildOnce(const Pass_t &pass, const ConfigAction_t &action, const ActionTarget_t &target,
+              const CMPIInstance *device, const CMPIObjectPath *op) {
+    if (IsListed(pass.Controller, action, target, device, op)) {
+        QLOG(LOG_DEBUG, "%s is in the model already\n", PathText(op));
+        return RESULT_OK;
+    }
+    return action.BuildFunc(pass.Mi, pass.Context, pass.Controller, device, op);
+}
+
+// Builds all devices of a kind that is not made of logical devices, in this job.
+int BuildAll(const Pass_t &pass, int code) {
+    const ConfigAction_t &action = *FindAction(code);
+    const ActionTarget_t &target = *FindTarget(code);
+    const CMPIEnumeration *devices = Associators(pass.Context, pass.Controller->ControllerOp,
+                                                 action.AssociationClassName, action.AssociatedClassName);
+    Mutex_t &kindMutex = pass.Controller->*target.KindMutex;
+    const KindLock lock(kindMutex);
+    for (CMPIInstance *device = nullptr; Next(devices, &device);) {
+        if (device == nullptr) continue;
+        const int result = BuildOnce(pass, action, target, device, PathOf(device));
+        if (result != RESULT_OK) return result;
+    }
+    return RESULT_OK;
+}
+
+void LetRefreshesBegin() {
+    const ThreadsLock lock(QuarnelThreadMutex);
+    ThreadActivityDone = 1;
+    pthread_cond_broadcast(&QuarnelThreadCond);
+}
+
+// A first build that cannot be queued must not keep the refreshes away for good: they will find every device new.
+int QueueFirstBuild(const CMPIInstanceMI *mi) {
+    JobHolder job(Allocate<Thread_Args_t>());
+    if (job == nullptr) {
+        QLOG(LOG_ERR, "%s, failed to allocate threadArgs\n", "BuildDeviceInfoAsync");
+        return RESULT_NO_MEMORY;
+    }
+    job->Func = DoBuildDeviceInfoAsync;
+    job->Arg0 = reinterpret_cast<uintptr_t>(mi);
+    const int result = QueueJob(job.get());
+    if (result == RESULT_OK)
+        (void)job.release();
+    else
+        QLOG(LOG_ERR, "%s, failed to put threadArgs in FIFO\n", "BuildDeviceInfoAsync");
+    return result;
+}
+
+} // namespace
+
+int BuildPoolInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl) {
+    QLOG(LOG_DEBUG, "%s, ENTER...\n", __func__);
+    const int result = BuildAll({mi, ctx, ctrl}, CFG_ACTION_POOL);
+    QLOG(LOG_DEBUG, "%s, EXIT(%d).\n", __func__, result);
+    return result;
+}
+
+int BuildChassisInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl) {
+    QLOG(LOG_DEBUG, "%s, enter...\n", __func__);
+    const int result = BuildAll({mi, ctx, ctrl}, CFG_ACTION_CHASSIS);
+    QLOG(LOG_DEBUG, "%s, EXIT(%d).\n", __func__, result);
+    return result;
+}
+
+int BuildLogicalDeviceInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl) {
+    QLOG(LOG_DEBUG, "%s, enter...\n", kWho);
+    QLOG(LOG_DEBUG, "%s: %s\n", kWho, PathText(ctrl->ControllerOp));
+    const Pass_t pass = {mi, ctx, ctrl};
+    QueueDevices(pass);
+    for (OncePerSecond waiting; !AwaitQueue(pass.Context, QueueState::Drained);)
+        if (waiting.Due()) QLOG(LOG_DEBUG, "%s: FIFO not empty, waiting...\n", kWho);
+    QLOG(LOG_DEBUG, "%s, DONE...\n", kWho);
+    LetRefreshesBegin();
+    QLOG(LOG_DEBUG, "%s, exit...\n", kWho);
+    return RESULT_OK;
+}
+
+void ProcessBuildLogicalDeviceInfo(CMPIContext *ctx, void *args) {
+    // The clones live until the end, the record does not.
+    Heap<Thread_Args_t> job(static_cast<Thread_Args_t *>(args));
+    const Pass_t pass = {reinterpret_cast<const CMPIInstanceMI *>(job->Arg1), ctx,
+                         reinterpret_cast<RaidController_t *>(job->Arg0)};
+    const Owned<CMPIInstance> device(reinterpret_cast<CMPIInstance *>(job->Arg4));
+    const Owned<CMPIObjectPath> op(reinterpret_cast<CMPIObjectPath *>(job->Arg3));
+    const int kind = static_cast<int>(job->Arg5);
+    job.reset();
+    if (kind < 1 || kind > kKinds) {
+        QLOG(LOG_ERR, "%s: invalid type %d\n", __func__, kind);
+        return;
+    }
+    const int code = kDeviceKinds[kind - 1].Action;
+    const ActionTarget_t &target = *FindTarget(code);
+    Mutex_t &kindMutex = pass.Controller->*target.KindMutex;
+    const KindLock lock(kindMutex);
+    if (!Stopping()) BuildOnce(pass, *FindAction(code), target, device.get(), op.get());
+}
+
+int BuildDeviceInfoAsync(const CMPIInstanceMI *mi, const CMPIContext *) {
+    const int result = QueueFirstBuild(mi);
+    if (result != RESULT_OK) LetRefreshesBegin();
+    return result;
+}
+
+void DoBuildDeviceInfoAsync(CMPIContext *ctx, void *args) {
+    Heap<Thread_Args_t> job(static_cast<Thread_Args_t *>(args));
+    const auto *mi = reinterpret_cast<const CMPIInstanceMI *>(job->Arg0);
+    job.reset();
+    for (RaidController_t *ctrl : Each<RaidController_t>(RaidControllerList)) {
+        if (Stopping()) break;
+        BuildPoolInfo(mi, ctx, ctrl);
+        BuildChassisInfo(mi, ctx, ctrl);
+        BuildLogicalDeviceInfo(mi, ctx, ctrl);
+    }
+    QLOG(LOG_DEBUG, "%s done.", __func__);
+}

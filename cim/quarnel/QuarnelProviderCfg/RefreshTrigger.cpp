@@ -1,0 +1,54 @@
+// The refresh trigger: lets through at most one refresh per controller and kind in twenty seconds, and none before the
+// first controller's devices have been built. What is let through becomes a job.
+#include "Cfg.h"
+
+namespace {
+
+bool FirstBuildDone() {
+    const ThreadsLock lock(QuarnelThreadMutex);
+    return ThreadActivityDone != 0;
+}
+
+} // namespace
+
+int HandleDeviceConfigChange(const CMPIInstanceMI *mi, const CMPIContext *, RaidController_t *ctrl, int action) {
+    const time_t now = time(nullptr);
+    QLOG(LOG_DEBUG, "%s: ENTER. ctrl %s, action %d\n", __func__, ctrl->DeviceID, action);
+    if (!FirstBuildDone()) {
+        QLOG(LOG_DEBUG, "%s: BuildDeviceInfoAsync is still running, skip action %d\n", __func__, action);
+        return RESULT_OK;
+    }
+    const ActionTarget_t *target = FindTarget(action);
+    if (target == nullptr) {
+        QLOG(LOG_ERR, "%s: wrong action %d, ignored\n", __func__, action);
+        return RESULT_OK;
+    }
+    const time_t last = ctrl->*target->UpdateTime;
+    if (now - last < StateUpdateInterval) {
+        QLOG(LOG_DEBUG, "%s: ctrl %s, action %d, last %lu, now %lu, skip\n", __func__, ctrl->DeviceID, action,
+             static_cast<unsigned long>(last), static_cast<unsigned long>(now));
+        return RESULT_OK;
+    }
+    Heap<Thread_Args_t> job(Allocate<Thread_Args_t>());
+    if (job == nullptr) {
+        QLOG(LOG_ERR, "%s, failed to allocate threadArgs\n", __func__);
+        return RESULT_NO_MEMORY;
+    }
+    job->Func = DoDeviceConfigChange;
+    job->Arg0 = reinterpret_cast<uintptr_t>(mi);
+    job->Arg2 = reinterpret_cast<uintptr_t>(ctrl);
+    job->Arg3 = static_cast<uintptr_t>(action);
+    const int result = QueueJob(job.get());
+    if (result == RESULT_OK) (void)job.release(); // else a surplus refresh: the next request asks again
+    QLOG(LOG_DEBUG, "%s, exit...\n", __func__);
+    return result;
+}
+
+void DoDeviceConfigChange(CMPIContext *ctx, void *args) {
+    Heap<Thread_Args_t> job(static_cast<Thread_Args_t *>(args));
+    const auto *mi = reinterpret_cast<const CMPIInstanceMI *>(job->Arg0);
+    auto *ctrl = reinterpret_cast<RaidController_t *>(job->Arg2);
+    const int action = static_cast<int>(job->Arg3);
+    job.reset();
+    ProcessDeviceConfigChange(mi, ctx, ctrl, action);
+}

@@ -1,0 +1,50 @@
+// Up-calls into the vendors' providers, with the one place that decides what a failure means.
+#include "Cfg.h"
+
+namespace {
+
+// What came back, or null; logs a failure under the operation's name.
+CMPIEnumeration *Walked(const char *operation, const CMPIObjectPath *from, const char *association, const char *result,
+                        CMPIEnumeration *found, const CMPIStatus &status) {
+    if (status.rc == CMPI_RC_OK) return found;
+    QLOG(LOG_ERR, "%s %s (assocClass: %s, resultClass: %s) failed, status: rc %d, msg %s", operation, PathText(from),
+         association, Shown(result), status.rc, MessageOf(status));
+    return nullptr;
+}
+
+constexpr CMPIStatus kNoSource = {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
+
+} // namespace
+
+CMPIEnumeration *Associators(const CMPIContext *ctx, const CMPIObjectPath *from, const char *association,
+                             const char *result) {
+    if (Stopping()) return nullptr;
+    CMPIStatus status = from != nullptr ? kOk : kNoSource;
+    CMPIEnumeration *found = nullptr;
+    NoteUpcall();
+    if (from != nullptr)
+        found = Broker->bft->associators(Broker, ctx, from, association, result, nullptr, nullptr, nullptr, &status);
+    return Walked("Associators", from, association, result, found, status);
+}
+
+CMPIEnumeration *AssociatorNames(const CMPIContext *ctx, const CMPIObjectPath *from, const char *association,
+                                 const char *result) {
+    if (Stopping()) return nullptr;
+    CMPIStatus status = from != nullptr ? kOk : kNoSource;
+    CMPIEnumeration *found = nullptr;
+    NoteUpcall();
+    if (from != nullptr)
+        found = Broker->bft->associatorNames(Broker, ctx, from, association, result, nullptr, nullptr, &status);
+    return Walked("AssociatorNames", from, association, result, found, status);
+}
+
+CMPIInstance *GetInstance(const CMPIContext *ctx, const CMPIObjectPath *path) {
+    if (Stopping()) return nullptr;
+    CMPIStatus status = path != nullptr ? kOk : kNoSource;
+    CMPIInstance *instance = nullptr;
+    NoteUpcall();
+    if (path != nullptr) instance = Broker->bft->getInstance(Broker, ctx, path, nullptr, &status);
+    if (status.rc == CMPI_RC_OK) return instance;
+    QLOG(LOG_ERR, "GetInstance %s failed, status: rc %d, msg %s", PathText(path), status.rc, MessageOf(status));
+    return nullptr;
+}

@@ -1,0 +1,62 @@
+// A controller, and the bundle of firmware that runs on it, as instances. What is read of the record is fixed once the
+// controller is listed: no lock is taken.
+#include "Ifc.h"
+
+#include "../QuarnelProviderUtil/TextBuffer.h"
+#include "Set.h"
+
+namespace {
+
+using Caption = TextBuffer<128>;
+
+constexpr CMPIUint16 kDedicatedToStorage = 3; // CIM_ComputerSystem.Dedicated
+
+// A text as a caption shows it.
+const char *OrUnknown(const char *text) { return text != nullptr && *text != '\0' ? text : "n/a"; }
+
+void SetCaptions(CMPIInstance *inst, const RaidController_t *ctrl) {
+    Caption caption;
+    caption.Append("Controller ", ctrl->DeviceID, " (", ctrl->Model != nullptr ? ctrl->Model : "n/a", ")");
+    SetText(inst, "ElementName", caption.Text());
+    SetText(inst, "Caption", caption.Text());
+}
+
+} // namespace
+
+void FillControllerInstance(CMPIInstance *inst, RaidController_t *ctrl) {
+    QLOG(LOG_DEBUG, "%s(ENTER): ID %s\n", __func__, ctrl->DeviceID);
+    CMPIArray *operationalStatus = ArrayOf(ctrl->OperationalStatus);
+    SetCaptions(inst, ctrl);
+    SetArray(inst, "OperationalStatus", operationalStatus, CMPI_uint16A);
+    SetUint16(inst, "HealthState", HEALTHSTATE_OK);
+    SetArray(inst, "IdentifyingDescriptions", ArrayOf("Serial Number"), CMPI_charsA);
+    SetArray(inst, "OtherIdentifyingInfo", ArrayOf(ctrl->DeviceID), CMPI_charsA);
+    SetArray(inst, "Dedicated", ArrayOf(kDedicatedToStorage), CMPI_uint16A);
+    SetText(inst, "NameFormat", "Other");
+    QLOG(LOG_DEBUG, "%s(EXIT)\n", __func__);
+}
+
+void FillSoftwareIdentityInstance(CMPIInstance *inst, RaidController_t *ctrl) {
+    QLOG(LOG_DEBUG, "%s(ENTER): ID %s\n", __func__, ctrl->DeviceID);
+    SetFlag(inst, "IsEntity", true);
+    Caption versions;
+    versions.Append(OrUnknown(ctrl->BundleVersion), " (Package); ");
+    versions.Append(OrUnknown(ctrl->FirmwareVersion), " (Fw)");
+    SetText(inst, "VersionString", versions.Text());
+    SetCaptions(inst, ctrl);
+    QLOG(LOG_DEBUG, "%s(EXIT)\n", __func__);
+}
+
+CMPIUint16 GetHealthStateByOpStatus(CMPIUint16 opStatus) {
+    switch (opStatus) {
+    case OPSTATUS_OK:
+    case OPSTATUS_DORMANT:
+        return HEALTHSTATE_OK;
+    case OPSTATUS_ERROR:
+        return HEALTHSTATE_FAILED;
+    case OPSTATUS_NO_CONTACT:
+        return HEALTHSTATE_MAJOR;
+    default:
+        return HEALTHSTATE_UNKNOWN;
+    }
+}

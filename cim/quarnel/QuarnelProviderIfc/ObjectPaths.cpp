@@ -1,0 +1,116 @@
+// The keys of the served classes: identifiers are made of records and taken apart again. This is the one place that
+// knows their form: a prefix of the class, the controller's ID and, for a device, an underscore and the device's ID.
+#include "Ifc.h"
+
+#include "../QuarnelProviderUtil/TextBuffer.h"
+
+#include <string.h>
+
+namespace {
+
+using Identifier = TextBuffer<256>;
+
+// Texts are passed as the characters themselves. A host that has no name, or class, still has the key.
+void AddKey(CMPIObjectPath *path, const char *name, const char *text) {
+    path->ft->addKey(path, name, reinterpret_cast<const CMPIValue *>(text != nullptr ? text : ""), CMPI_chars);
+}
+
+bool AddIdentifier(CMPIObjectPath *path, const char *name, const HeapText &identifier) {
+    if (identifier == nullptr) return false;
+    AddKey(path, name, identifier.get());
+    return true;
+}
+
+// What follows the prefix in the path's key, never empty; null, having said why, when there is no such thing. `key` is
+// the whole value. Both are lent by the path.
+const char *Unprefixed(const CMPIObjectPath *path, const char *keyName, const char *prefix, const char **key) {
+    *key = TextOf(path, keyName);
+    if (*key == nullptr) {
+        QLOG(LOG_ERR, "%s key not found in object path %s\n", keyName, PathText(path));
+        return nullptr;
+    }
+    const size_t length = strlen(prefix);
+    if (strncmp(*key, prefix, length) != 0) return nullptr;
+    if ((*key)[length] == '\0') {
+        QLOG(LOG_ERR, "No valid info in key key %s\n", *key);
+        return nullptr;
+    }
+    return *key + length;
+}
+
+HeapText CopyOf(const char *text, size_t length) {
+    HeapText copy(strndup(text, length));
+    if (copy == nullptr) QLOG(LOG_ERR, "malloc failure\n");
+    return copy;
+}
+
+} // namespace
+
+char *MakeDeviceID(const char *controllerID, const char *prefix) {
+    Identifier identifier;
+    identifier.Append(prefix, controllerID);
+    return StringClone(identifier.Text());
+}
+
+char *MakeLogicalDeviceID(const char *controllerID, const char *deviceID, const char *prefix) {
+    Identifier identifier;
+    identifier.Append(prefix, controllerID, "_", deviceID);
+    return StringClone(identifier.Text());
+}
+
+bool FillControllerObjectPath(CMPIObjectPath *path, const RaidController_t *ctrl) {
+    QLOG(LOG_DEBUG, "%s: DeviceID - %s\n", __func__, ctrl->DeviceID);
+    AddKey(path, "CreationClassName", kControllerClass);
+    return AddIdentifier(path, "Name", HeapText(MakeDeviceID(ctrl->DeviceID, kControllerPrefix)));
+}
+
+bool FillSoftwareIdentityObjectPath(CMPIObjectPath *path, const RaidController_t *ctrl) {
+    QLOG(LOG_DEBUG, "%s: DeviceID - %s\n", __func__, ctrl->DeviceID);
+    return AddIdentifier(path, "InstanceID", HeapText(MakeDeviceID(ctrl->DeviceID, kSoftwareIdentityPrefix)));
+}
+
+void FillLogicalDeviceObjectPath(CMPIObjectPath *path, const char *identifier, const char *className) {
+    QLOG(LOG_DEBUG, "%s: ClassName - %s, DeviceID - %s\n", __func__, className, identifier);
+    AddKey(path, "SystemCreationClassName", GetSystemClassName());
+    AddKey(path, "SystemName", GetSystemName());
+    AddKey(path, "CreationClassName", className);
+    AddKey(path, "DeviceID", identifier);
+}
+
+int RetrieveDeviceID(const CMPIObjectPath *path, const char *keyName, const char *prefix, char **deviceID) {
+    const char *key = nullptr;
+    const char *id = Unprefixed(path, keyName, prefix, &key);
+    if (id == nullptr) return RESULT_NOT_FOUND;
+    HeapText copy = CopyOf(id, strlen(id));
+    if (copy == nullptr) return RESULT_NO_MEMORY;
+    QLOG(LOG_DEBUG, "%s: s1 - %s\n", __func__, copy.get());
+    *deviceID = copy.release();
+    return RESULT_OK;
+}
+
+int RetrieveControllerAndDeviceIDs(const CMPIObjectPath *path, const char *prefix, char **controllerID,
+                                   char **deviceID) {
+    const char *key = nullptr;
+    const char *ids = Unprefixed(path, "DeviceID", prefix, &key);
+    if (ids == nullptr) return RESULT_NOT_FOUND;
+    const char *separator = strchr(ids, '_');
+    if (separator == nullptr) {
+        QLOG(LOG_ERR, "Device ID not found in key %s\n", key);
+        return RESULT_NOT_FOUND;
+    }
+    if (separator == ids) {
+        QLOG(LOG_ERR, "Controller ID not found in key %s\n", key);
+        return RESULT_NOT_FOUND;
+    }
+    if (separator[1] == '\0') {
+        QLOG(LOG_ERR, "Device ID empty in key %s\n", key);
+        return RESULT_NOT_FOUND;
+    }
+    HeapText controller = CopyOf(ids, static_cast<size_t>(separator - ids));
+    HeapText device = controller != nullptr ? CopyOf(separator + 1, strlen(separator + 1)) : nullptr;
+    if (device == nullptr) return RESULT_NO_MEMORY;
+    QLOG(LOG_DEBUG, "%s: s1 - %s, s2 - %s\n", __func__, controller.get(), device.get());
+    *controllerID = controller.release();
+    *deviceID = device.release();
+    return RESULT_OK;
+}

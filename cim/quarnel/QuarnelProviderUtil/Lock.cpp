@@ -1,0 +1,45 @@
+#include "Lock.h"
+
+#ifdef QUARNEL_LOCK_CHECKS
+
+#include <stdio.h>
+#include <stdlib.h>
+
+namespace {
+
+constexpr unsigned Bit(LockRank rank) { return 1U << static_cast<unsigned>(rank); }
+
+thread_local unsigned held;
+
+// What may be held already when a lock of a rank is taken: a second kind mutex is never allowed.
+constexpr unsigned AllowedUnder(LockRank rank) {
+    switch (rank) {
+    case LockRank::Controller:
+        return Bit(LockRank::Kind);
+    case LockRank::Queue:
+        return Bit(LockRank::Threads);
+    case LockRank::Kind:
+    case LockRank::Threads:
+        break;
+    }
+    return 0;
+}
+
+void Check(bool inOrder, const char *what, unsigned detail) {
+    if (inOrder) return;
+    fprintf(stderr, "lock order broken: %s (rank %u, held 0x%x)\n", what, detail, held);
+    abort();
+}
+
+} // namespace
+
+void NoteLocked(LockRank rank) {
+    Check((held & ~AllowedUnder(rank)) == 0, "taken out of order", static_cast<unsigned>(rank));
+    held |= Bit(rank);
+}
+
+void NoteUnlocked(LockRank rank) { held &= ~Bit(rank); }
+
+void NoteUpcall() { Check((held & ~Bit(LockRank::Kind)) == 0, "up-call under a lock", 0); }
+
+#endif

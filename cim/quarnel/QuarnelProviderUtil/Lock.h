@@ -1,0 +1,60 @@
+// Mutexes that clang's thread-safety analysis checks, and locks that end with their block.
+//
+// The order of locks: a controller's kind mutex, then its CtrlMutex; the thread mutex, then the queue's. No call into a
+// vendor's provider is made under CtrlMutex. QUARNEL_LOCK_CHECKS makes every lock assert that.
+#pragma once
+
+#include <pthread.h>
+#include <stdint.h>
+#include <time.h>
+
+#ifdef __clang__
+#define TS(attribute) __attribute__((attribute))
+#else
+#define TS(attribute)
+#endif
+#define GUARDED_BY(mutex) TS(guarded_by(mutex))
+#define REQUIRES(mutex) TS(requires_capability(mutex))
+
+typedef pthread_mutex_t TS(capability("mutex")) Mutex_t;
+
+enum class LockRank { Kind, Controller, Threads, Queue };
+
+#ifdef QUARNEL_LOCK_CHECKS
+// Each ends the process with a line on standard error when the order of locks is broken.
+void NoteLocked(LockRank rank);
+void NoteUnlocked(LockRank rank);
+void NoteUpcall();
+#else
+inline void NoteLocked(LockRank) {}
+inline void NoteUnlocked(LockRank) {}
+inline void NoteUpcall() {}
+#endif
+
+template <LockRank Rank> class TS(scoped_lockable) ScopedLock {
+public:
+    explicit ScopedLock(Mutex_t &m) TS(acquire_capability(m)) : mutex(m) {
+        NoteLocked(Rank);
+        pthread_mutex_lock(&mutex);
+    }
+    ~ScopedLock() TS(release_capability()) {
+        pthread_mutex_unlock(&mutex);
+        NoteUnlocked(Rank);
+    }
+    ScopedLock(const ScopedLock &) = delete;
+    ScopedLock &operator=(const ScopedLock &) = delete;
+
+    void Wait(pthread_cond_t &changed) { pthread_cond_wait(&changed, &mutex); }
+    // False when `until` (CLOCK_MONOTONIC) has come without a signal. The condition's clock must be the monotonic one.
+    bool WaitUntil(pthread_cond_t &changed, const timespec &until) {
+        return pthread_cond_timedwait(&changed, &mutex, &until) == 0;
+    }
+
+private:
+    Mutex_t &mutex;
+};
+
+using KindLock = ScopedLock<LockRank::Kind>;
+using ControllerLock = ScopedLock<LockRank::Controller>;
+using ThreadsLock = ScopedLock<LockRank::Threads>;
+using QueueLock = ScopedLock<LockRank::Queue>;

@@ -1,0 +1,21 @@
+// A word that one thread may read while another writes it, without a lock: it says no more than its own value.
+#pragma once
+
+#include <atomic>
+
+template <class Word> class Relaxed {
+public:
+    Relaxed() = default; // in zero-filled memory: zero
+    constexpr Relaxed(Word first) : word(first) {}
+    Relaxed(const Relaxed &) = delete;
+    Relaxed &operator=(const Relaxed &) = delete;
+
+    operator Word() const { return word.load(std::memory_order_relaxed); }
+    Word operator->() const { return *this; }
+    void operator=(Word next) { word.store(next, std::memory_order_relaxed); }
+    // Stores `next` and gives back what was there, in one step.
+    Word Exchange(Word next) { return word.exchange(next, std::memory_order_relaxed); }
+
+private:
+    std::atomic<Word> word;
+};
