@@ -1,0 +1,55 @@
+// The classes that a broker knows, read from MOF (DSP0221): names, superclasses, properties with their types and keys.
+// Qualifiers other than Key and Association are skipped. Fixed once read, so any number of threads may look.
+#pragma once
+
+#include "cim/broker/Name.h"
+
+#include <cmpidt.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cim {
+
+struct PropertyDeclaration {
+    Name name;                  // a lasting one
+    CMPIType type = CMPI_null;  // with CMPI_ARRAY for arrays
+    std::string referenceClass; // of a reference
+    std::string originClass;    // the class that declares it
+    bool key = false;
+};
+
+struct ClassDeclaration {
+    std::string name;
+    std::string superclass;                      // empty at a root
+    std::vector<PropertyDeclaration> properties; // its own and the inherited ones, base class first
+    bool association = false;
+
+    const PropertyDeclaration *Property(std::string_view name) const;
+};
+
+class ClassTree {
+public:
+    // Adds the classes of a MOF file. False, with "FILE:LINE: reason" in `error` and nothing added, when it is not
+    // well formed, or names an unknown superclass or type, or declares a class a second time in another form.
+    bool ReadFile(const std::string &file, std::string *error);
+    // The same from a text; `name` stands for the file in errors.
+    bool ReadText(std::string_view text, const std::string &name, std::string *error);
+
+    const ClassDeclaration *Find(std::string_view name) const; // null when unknown
+    bool IsA(std::string_view name, std::string_view base) const;
+    std::vector<std::string> SubclassesOf(std::string_view name, bool deep) const; // not itself; "" for the roots
+    std::vector<std::string> Names() const;
+
+private:
+    struct NoCase {
+        using is_transparent = void;
+        bool operator()(std::string_view a, std::string_view b) const;
+    };
+    std::map<std::string, ClassDeclaration, NoCase> classes;
+};
+
+} // namespace cim

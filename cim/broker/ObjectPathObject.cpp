@@ -1,0 +1,141 @@
+#include "cim/broker/Convert.h"
+#include "cim/broker/FaultPoint.h"
+#include "cim/broker/Objects.h"
+
+namespace cim {
+namespace {
+
+constexpr CMPIStatus kOk{CMPI_RC_OK, nullptr};
+
+CMPIObjectPath *Clone(const CMPIObjectPath *from, CMPIStatus *status) {
+    const auto &object = ObjectOf<ObjectPathObject>(from);
+    const FaultPoint fault(object.core, {Operation::Clone, &*object.value});
+    if (fault.Stops(status)) return nullptr;
+    Set(status, CMPI_RC_OK);
+    return Cloned(std::make_unique<ObjectPathObject>(object.core, Shared<ObjectPath>(object.value.Share())));
+}
+
+// Setters and getters of the three texts.
+template <std::string ObjectPath::*Member> CMPIStatus SetText(const CMPIObjectPath *path, const char *text) {
+    ObjectOf<ObjectPathObject>(path).value.Mutable().*Member = text != nullptr ? text : "";
+    return kOk;
+}
+
+template <std::string ObjectPath::*Member, Operation Name>
+CMPIString *GetText(const CMPIObjectPath *path, CMPIStatus *status) {
+    const auto &object = ObjectOf<ObjectPathObject>(path);
+    const FaultPoint fault(object.core, {Name, &*object.value});
+    if (fault.Stops(status)) return fault.WantsEmpty() ? LendString(object.core, "") : nullptr;
+    Set(status, CMPI_RC_OK);
+    return LendString(object.core, (*object.value).*Member);
+}
+
+// Without a host: a string whose characters are null.
+CMPIString *GetHostname(const CMPIObjectPath *path, CMPIStatus *status) {
+    const auto &object = ObjectOf<ObjectPathObject>(path);
+    Set(status, CMPI_RC_OK);
+    const std::string &host = object.value->host;
+    return LendString(object.core, host.empty() ? std::nullopt : std::make_optional(host));
+}
+
+CMPIStatus SetNameSpaceFrom(const CMPIObjectPath *path, const CMPIObjectPath *source) {
+    ObjectOf<ObjectPathObject>(path).value.Mutable().nameSpace = ObjectOf<ObjectPathObject>(source).value->nameSpace;
+    return kOk;
+}
+
+CMPIStatus SetHostAndNameSpaceFrom(const CMPIObjectPath *path, const CMPIObjectPath *source) {
+    ObjectOf<ObjectPathObject>(path).value.Mutable().host = ObjectOf<ObjectPathObject>(source).value->host;
+    return SetNameSpaceFrom(path, source);
+}
+
+CMPIStatus AddKey(const CMPIObjectPath *path, const char *name, const CMPIValue *value, CMPIType type) {
+    auto &object = ObjectOf<ObjectPathObject>(path);
+    const FaultPoint fault(object.core, {Operation::AddKey, &*object.value});
+    CMPIStatus status = kOk;
+    if (fault.Stops(&status)) return status;
+    std::optional<Value> key = FromCmpi(value, type);
+    if (name == nullptr || !key || key->IsArray()) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
+    std::vector<NamedValue> &keys = object.value.Mutable().keys;
+    const auto known = std::find_if(keys.begin(), keys.end(), [&](const auto &k) { return SameName(k.name, name); });
+    if (known != keys.end())
+        known->value = *std::move(key);
+    else
+        keys.push_back({name, *std::move(key)});
+    return status;
+}
+
+CMPIData KeyData(const ObjectPathObject &object, const Value &key) {
+    CMPIData data = ToCmpi(object.core, key, object.fromUpcall);
+    data.state = static_cast<CMPIValueState>(data.state | CMPI_keyValue);
+    return data;
+}
+
+CMPIData GetKey(const CMPIObjectPath *path, const char *name, CMPIStatus *status) {
+    const auto &object = ObjectOf<ObjectPathObject>(path);
+    const FaultPoint fault(object.core, {Operation::GetKey, &*object.value});
+    CMPIData data = Blank(CMPI_null, CMPI_nullValue);
+    if (fault.Stops(status)) return data;
+    const Value *key = name != nullptr ? object.value->Key(name) : nullptr;
+    if (key != nullptr) {
+        Set(status, CMPI_RC_OK);
+        data = KeyData(object, *key);
+    } else {
+        data = Missing(status, CMPI_RC_ERR_NOT_FOUND);
+    }
+    fault.Rewrite(name, &data, status);
+    return data;
+}
+
+CMPIData GetKeyAt(const CMPIObjectPath *path, CMPICount index, CMPIString **name, CMPIStatus *status) {
+    const auto &object = ObjectOf<ObjectPathObject>(path);
+    if (index >= object.value->keys.size()) return Missing(status, CMPI_RC_ERR_NOT_FOUND);
+    const NamedValue &key = object.value->keys[index];
+    Set(status, CMPI_RC_OK);
+    if (name != nullptr) *name = LendString(object.core, key.name);
+    return KeyData(object, key.value);
+}
+
+CMPICount GetKeyCount(const CMPIObjectPath *path, CMPIStatus *status) {
+    Set(status, CMPI_RC_OK);
+    return static_cast<CMPICount>(ObjectOf<ObjectPathObject>(path).value->keys.size());
+}
+
+// Qualifiers are not kept.
+template <class... Names> CMPIData NoQualifier(const CMPIObjectPath *, Names..., CMPIStatus *status) {
+    return Missing(status, CMPI_RC_ERR_NOT_SUPPORTED);
+}
+
+CMPIString *ToString(const CMPIObjectPath *path, CMPIStatus *status) {
+    const auto &object = ObjectOf<ObjectPathObject>(path);
+    const FaultPoint fault(object.core, {Operation::ToString, &*object.value});
+    if (fault.Stops(status)) return fault.WantsEmpty() ? LendString(object.core, "") : nullptr;
+    Set(status, CMPI_RC_OK);
+    return LendString(object.core, object.value->ToString());
+}
+
+} // namespace
+
+const CMPIObjectPathFT kObjectPathTable = {
+    100,
+    ReleaseObject<ObjectPathObject>,
+    Clone,
+    SetText<&ObjectPath::nameSpace>,
+    GetText<&ObjectPath::nameSpace, Operation::GetNameSpace>,
+    SetText<&ObjectPath::host>,
+    GetHostname,
+    SetText<&ObjectPath::className>,
+    GetText<&ObjectPath::className, Operation::GetClassName>,
+    AddKey,
+    GetKey,
+    GetKeyAt,
+    GetKeyCount,
+    SetNameSpaceFrom,
+    SetHostAndNameSpaceFrom,
+    NoQualifier<const char *>,
+    NoQualifier<const char *, const char *>,
+    NoQualifier<const char *, const char *>,
+    NoQualifier<const char *, const char *, const char *>,
+    ToString,
+};
+
+} // namespace cim

@@ -1,0 +1,54 @@
+#include "cim/broker/FaultPoint.h"
+#include "cim/broker/Objects.h"
+#include "cim/broker/Results.h"
+
+namespace cim {
+namespace {
+
+constexpr CMPIStatus kOk{CMPI_RC_OK, nullptr};
+
+// A result ends with the call that it was made for.
+CMPIStatus Release(CMPIResult *) { return kOk; }
+
+CMPIResult *Clone(const CMPIResult *, CMPIStatus *status) {
+    Set(status, CMPI_RC_ERR_NOT_SUPPORTED);
+    return nullptr;
+}
+
+CMPIStatus ReturnInstance(const CMPIResult *result, const CMPIInstance *instance) {
+    if (instance == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
+    auto &object = ObjectOf<ResultObject>(result);
+    auto &source = ObjectOf<InstanceObject>(instance);
+    Shared<Instance> &value = source.value;
+    const FaultPoint fault(object.core, {Operation::ReturnInstance, &value->path});
+    CMPIStatus status = kOk;
+    // Several threads may return one clone at once.
+    if (!fault.Stops(&status))
+        object.instances.push_back(source.life == Object::Life::Clone ? value.Share() : value.Expose());
+    return status;
+}
+
+CMPIStatus ReturnObjectPath(const CMPIResult *result, const CMPIObjectPath *path) {
+    if (path == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
+    auto &object = ObjectOf<ResultObject>(result);
+    const ObjectPath &value = *ObjectOf<ObjectPathObject>(path).value;
+    const FaultPoint fault(object.core, {Operation::ReturnObjectPath, &value});
+    CMPIStatus status = kOk;
+    if (!fault.Stops(&status)) object.results.paths.push_back(value);
+    return status;
+}
+
+// Only methods return anything else, and there are none here.
+CMPIStatus ReturnData(const CMPIResult *result, const CMPIValue *value, CMPIType type) {
+    if (value != nullptr && type == CMPI_instance) return ReturnInstance(result, value->inst);
+    if (value != nullptr && type == CMPI_ref) return ReturnObjectPath(result, value->ref);
+    return {CMPI_RC_ERR_NOT_SUPPORTED, nullptr};
+}
+
+CMPIStatus ReturnDone(const CMPIResult *) { return kOk; }
+
+} // namespace
+
+const CMPIResultFT kResultTable = {100, Release, Clone, ReturnData, ReturnInstance, ReturnObjectPath, ReturnDone};
+
+} // namespace cim
