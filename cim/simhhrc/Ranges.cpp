@@ -1,0 +1,132 @@
+#include "cim/simhhrc/Ranges.h"
+
+#include "cim/simhhrc/Fields.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace sim {
+namespace {
+
+constexpr std::size_t kMostDevices = 100000; // a slip of the pen must not eat the machine's memory
+
+const Json *Member(const Json::Object &members, const std::string &name) {
+    for (const Json::Member &member : members) {
+        if (member.name == name) return &member.json;
+    }
+    return nullptr;
+}
+
+void Replace(Json::Object &members, const Json::Member &with) {
+    for (Json::Member &member : members) {
+        if (member.name == with.name) {
+            member.json = with.json;
+            return;
+        }
+    }
+    members.push_back(with);
+}
+
+void Fill(Json &json, const std::string &place, const std::string &number) {
+    if (auto *text = std::get_if<std::string>(&json.value)) {
+        for (std::size_t at = 0; (at = text->find(place, at)) != std::string::npos; at += number.size()) {
+            text->replace(at, place.size(), number);
+        }
+    } else if (auto *list = std::get_if<Json::List>(&json.value)) {
+        for (Json &item : *list) Fill(item, place, number);
+    } else if (auto *members = std::get_if<Json::Object>(&json.value)) {
+        for (Json::Member &member : *members) Fill(member.json, place, number);
+    }
+}
+
+// One for each number; `one` is the member that holds it. "id" may also be there, as a text with the number's place.
+void Expand(const Json &entry, const Json &range, const std::string &one, const std::string &what,
+            std::deque<Json> &made, std::vector<const Json *> &all) {
+    const Json::Object &members = *entry.As<Json::Object>();
+    const Json *both = Member(members, one);
+    if (both != nullptr && one != "id") {
+        throw Mistake(both->line, what + ": has both \"" + one + "\" and \"" + one + "s\"");
+    }
+    const std::vector<std::uint16_t> numbers = NumbersOf(range, what + ": " + one + "s");
+    static const Json::Object none;
+    const Json *exceptions = Member(members, "except");
+    const Json::Object &exceptional = exceptions != nullptr ? ObjectOf(*exceptions, what + ": except") : none;
+    const auto except = [&what](const std::string &number) { return what + ": except: \"" + number + '"'; };
+    for (const Json::Member &exception : exceptional) {
+        if (std::none_of(numbers.begin(), numbers.end(),
+                         [&](std::uint16_t number) { return std::to_string(number) == exception.name; })) {
+            throw Mistake(exception.json.line, except(exception.name) + " is not among the " + one + "s");
+        }
+        ObjectOf(exception.json, except(exception.name));
+    }
+    if (made.size() + numbers.size() > kMostDevices) {
+        throw Mistake(range.line, what + ": more than " + std::to_string(kMostDevices) + " devices");
+    }
+    const std::string place = '{' + one + '}';
+    for (const std::uint16_t number : numbers) {
+        const std::string text = std::to_string(number);
+        Json::Object copy;
+        for (const Json::Member &member : members) {
+            if (member.name == "except") continue;
+            if (&member.json != &range) {
+                copy.push_back(member);
+            } else if (one == "slot") {
+                copy.push_back({one, {std::uint64_t{number}, range.line}});
+            } else if (both == nullptr) {
+                copy.push_back({one, {text, range.line}});
+            }
+        }
+        if (const Json *exception = Member(exceptional, text)) {
+            for (const Json::Member &member : *exception->As<Json::Object>()) Replace(copy, member);
+        }
+        made.push_back(Json{std::move(copy), entry.line});
+        Fill(made.back(), place, text);
+        all.push_back(&made.back());
+    }
+}
+
+} // namespace
+
+std::vector<std::uint16_t> NumbersOf(const Json &json, const std::string &what) {
+    const std::string &text = TextOf(json, what);
+    const auto mistake = [&] {
+        return Mistake(json.line, what + " must be a range such as \"0-23\" or \"0-3,8-11\", each number once");
+    };
+    std::vector<std::uint16_t> numbers;
+    const char *at = text.data(), *const end = at + text.size();
+    const auto next = [&] {
+        std::uint16_t number = 0;
+        const auto result = std::from_chars(at, end, number);
+        if (result.ec != std::errc()) throw mistake();
+        at = result.ptr;
+        return number;
+    };
+    const auto skip = [&](char c) { return at != end && *at == c && ++at != nullptr; };
+    do {
+        const std::uint16_t first = next(), last = skip('-') ? next() : first;
+        if (last < first) throw mistake();
+        for (unsigned number = first; number <= last; ++number) numbers.push_back(static_cast<std::uint16_t>(number));
+        if (numbers.size() > UINT16_MAX + 1u) throw mistake();
+    } while (skip(','));
+    std::vector<std::uint16_t> sorted = numbers;
+    std::sort(sorted.begin(), sorted.end());
+    if (at != end || std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end()) throw mistake();
+    return numbers;
+}
+
+std::vector<const Json *> Expanded(const Json::List &entries, const std::string &what,
+                                   std::initializer_list<const char *> ones, std::deque<Json> &made) {
+    std::vector<const Json *> all;
+    for (const Json &entry : entries) {
+        const Json::Object &members = ObjectOf(entry, what);
+        const std::size_t before = all.size();
+        for (const char *one : ones) {
+            const Json *range = Member(members, std::string(one) + 's');
+            if (range != nullptr && all.size() == before) Expand(entry, *range, one, what, made, all);
+        }
+        if (all.size() == before) all.push_back(&entry);
+    }
+    return all;
+}
+
+} // namespace sim

@@ -1,0 +1,18 @@
+# Turns MOF files into rows of C++: cmake -DMOF="a.mof;b.mof" -DOUT=table.inc -P SchemaTable.cmake
+# It relies on the form of our own files: one declaration per line, no brackets within qualifiers.
+set(rows "")
+foreach(file IN LISTS MOF)
+  file(READ "${file}" text)
+  string(REGEX REPLACE "//[^\n]*" "" text "${text}")
+  string(REPLACE "[]" " ARRAY" text "${text}")
+  string(REGEX REPLACE "\\[[^]]*\\]" "" text "${text}")
+  string(REGEX REPLACE "[A-Za-z0-9_]+ +REF +[A-Za-z0-9_]+;" "" text "${text}")
+  string(REGEX REPLACE "([a-z0-9]+) +([A-Za-z0-9_]+) ARRAY;" "ARRAY(\\1, \\2)" text "${text}")
+  string(REGEX REPLACE "([a-z0-9]+) +([A-Za-z0-9_]+);" "PROPERTY(\\1, \\2)" text "${text}")
+  string(REGEX REPLACE "class +([A-Za-z0-9_]+) *: *([A-Za-z0-9_]+) *{" "CLASS(\\1, \\2)" text "${text}")
+  string(REGEX REPLACE "class +([A-Za-z0-9_]+) *{" "CLASS(\\1, )" text "${text}")
+  string(REPLACE "};" "" text "${text}")
+  string(APPEND rows "${text}")
+endforeach()
+string(REGEX REPLACE "[ \t]*\n[ \t\n]*" "\n" rows "${rows}")
+file(WRITE "${OUT}" "${rows}")
