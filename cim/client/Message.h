@@ -1,0 +1,44 @@
+// CIM-XML messages as a client has them: calls of intrinsic methods, and what comes back.
+#pragma once
+
+#include "cim/broker/Value.h"
+
+#include <pugixml.hpp>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace cim::client {
+
+struct ClassName {
+    std::string name; // empty: the parameter is left out
+};
+using Parameter = std::pair<const char *, std::variant<bool, ClassName, ObjectPath>>;
+
+struct MethodCall {
+    const char *method;
+    std::string nameSpace;
+    std::vector<Parameter> parameters;
+};
+std::string TextOf(const MethodCall &call);
+
+struct CimError {
+    int code = 0;
+    std::string description;
+};
+
+struct Reply {
+    std::optional<CimError> error;
+    pugi::xml_node returned; // IRETURNVALUE; null when the method returns nothing
+    pugi::xml_document document;
+};
+
+// Takes what DSP0201 asks for and passes over what it does not know. Throws a Failure for a text that is no XML, or no
+// answer to a call of an intrinsic method.
+void ReadReply(std::string_view body, Reply *reply);
+
+} // namespace cim::client

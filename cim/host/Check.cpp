@@ -1,0 +1,96 @@
+// quarnel check: a plug-in for monitoring systems.
+#include "Command.h"
+#include "Terminal.h"
+#include "Verdict.h"
+
+#include <fmt/format.h>
+
+#include <charconv>
+#include <memory>
+
+namespace cim {
+
+namespace {
+
+struct CheckOptions {
+    SourceOptions source;
+    CheckRules rules;
+};
+
+// "disks=8"
+void Expect(const std::string &text, CheckRules &rules) {
+    const auto equals = std::min(text.find('='), text.size());
+    const ServedClass *served = FindServedClass(text.substr(0, equals));
+    const char *first = text.data() + std::min(equals + 1, text.size()), *last = text.data() + text.size();
+    std::size_t count = 0;
+    const auto [end, error] = std::from_chars(first, last, count);
+    if (served == nullptr || served->index == kSoftware || error != std::errc() || end != last) {
+        throw CLI::ValidationError(
+            "--expect",
+            fmt::format("{} is not of the form KIND=NUMBER; kinds are controllers, volumes, disks, ports and batteries",
+                        text));
+    }
+    if (rules.expected[served->index]) {
+        throw CLI::ValidationError("--expect", fmt::format("{} are expected twice", served->kinds));
+    }
+    rules.expected[served->index] = count;
+}
+
+CheckResult ResultOf(const CheckOptions &options) {
+    Trouble trouble = Trouble::None;
+    std::string error;
+    const auto source = Source::Open(options.source, &trouble, &error);
+    if (source == nullptr) return CannotCheck(error);
+    auto instances = source->Read();
+    if (!instances.Ok()) return CannotCheck(instances.status.message);
+    return Check(Describe(std::move(instances.value)), options.rules, source->Unread());
+}
+
+int Tell(const CheckResult &result) {
+    return static_cast<int>(Print(result.output) ? result.verdict : Verdict::Unknown);
+}
+
+} // namespace
+
+int CheckMisused(const std::string &error) { return Tell(CannotCheck(error)); }
+
+void AddCheck(CLI::App &program, Run &run) {
+    auto options = std::make_shared<CheckOptions>();
+    CLI::App *command = program.add_subcommand("check", "Judge the hardware for a monitoring system, as its plug-in");
+    AddSourceOptions(*command, options->source);
+    AddClassOption(*command, options->rules.only);
+    command
+        ->add_option("--ignore", options->rules.ignored,
+                     "overlook what matches, by its name (\"disk c0/252:4\"), its key or its caption; "
+                     "can be given again")
+        ->type_name("PATTERN")
+        ->allow_extra_args(false);
+    command
+        ->add_option_function<std::vector<std::string>>(
+            "--expect",
+            [options](const std::vector<std::string> &counts) {
+                for (const std::string &count : counts) Expect(count, options->rules);
+            },
+            "as many there must be at least: volumes=2,disks=8")
+        ->delimiter(',')
+        ->type_name("COUNTS")
+        ->allow_extra_args(false);
+    command
+        ->add_option_function<std::string>(
+            "--rebuild",
+            [options](const std::string &verdict) {
+                options->rules.rebuild = verdict == "ok" ? Verdict::Ok : Verdict::Warning;
+            },
+            "what a disk that is being rebuilt is: ok or warning (default: warning)")
+        ->check(CLI::IsMember({"ok", "warning"}).description(""))
+        ->type_name("VERDICT");
+    command->footer(
+        "The output is one line, VERDICT: TEXT | PERFORMANCE DATA, and then a line for each thing that is\n"
+        "not fine or was overlooked. The exit status is 0 for OK, 1 for WARNING, 2 for CRITICAL and 3 for\n"
+        "UNKNOWN; the worst decides. UNKNOWN is a server that does not answer, one without controllers, and\n"
+        "a controller whose devices have not been read yet. Missing what --expect says is CRITICAL.\n\n" +
+        StateTable());
+    command->callback([&run, options] { run = [options] { return Tell(ResultOf(*options)); }; });
+}
+
+} // namespace cim

@@ -1,0 +1,77 @@
+// What a client sees of a server's RAID hardware: the instances of the served classes, and the facts in them that
+// people ask for. Nothing here comes from anywhere but the instances.
+#pragma once
+
+#include "cim/client/Connection.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cim {
+
+constexpr const char *kServedNameSpace = "root/cimv2";
+
+enum ClassIndex : std::size_t { kController, kSoftware, kVolume, kDisk, kPort, kBattery };
+struct ServedClass {
+    ClassIndex index; // in kServedClasses
+    const char *name;
+    const char *kind;   // the word for one instance: "disk"
+    const char *kinds;  // and for several
+    const char *key;    // the property that tells instances apart
+    const char *prefix; // of that property; the controller's ID follows, and for devices "_" and the device's own
+};
+inline constexpr std::array<ServedClass, 6> kServedClasses{{
+    {kController, "Zembra_QuarnelController", "controller", "controllers", "Name", "zbrController"},
+    {kSoftware, "Zembra_QuarnelSoftwareIdentity", "software", "software identities", "InstanceID",
+     "zembra:ControllerSoftware"},
+    {kVolume, "Zembra_QuarnelStorageVolume", "volume", "volumes", "DeviceID", "zbrStorageVolume"},
+    {kDisk, "Zembra_QuarnelStorageExtent", "disk", "disks", "DeviceID", "zbrStorageExt"},
+    {kPort, "Zembra_QuarnelSASSATAPort", "port", "ports", "DeviceID", "zbrPort"},
+    {kBattery, "Zembra_QuarnelBattery", "battery", "batteries", "DeviceID", "zbrControllerBattery"},
+}};
+
+// The class of that name, without regard to case; the words for one or several instances will do, too. Null: not
+// served.
+const ServedClass *FindServedClass(std::string_view name);
+
+// Instances by class, in kServedClasses' order.
+using Instances = std::array<std::vector<Instance>, kServedClasses.size()>;
+Answer<Instances> ReadInstances(Connection &server);
+Answer<Instances> ReadInstances(Broker &broker);
+
+// A row of CIM's value map for HealthState.
+struct Health {
+    std::uint64_t state;
+    const char *word;
+    int severity; // the higher, the worse; what is unknown is worth a look before what is fine
+};
+const Health &HealthOf(std::uint64_t state); // "Unknown" for values outside the map
+
+// One instance, told apart. A text that the instance does not have is empty.
+struct Item {
+    const ServedClass *served = nullptr;
+    Instance instance;
+    const Health *health = nullptr; // null: the class has none
+    std::string path;               // identity: the object path as text
+    std::string id;                 // the identifying key's value
+    std::string controller;         // controller's ID
+    std::string device;             // the device's own ID
+    std::string state;              // the state word of the caption, or the operational status in words
+    std::string status;             // the operational status in words
+    std::string healthWord;
+    std::string name, model, package, firmware; // package: the software bundle's version
+    std::string level, size, drives;            // of volumes; disks have a size, too
+    std::string driveList;                      // the volume's drives as its caption has them; SplitDrives reads it
+    std::string enclosure, slot;                // of disks
+    std::string portType, usage;                // of ports
+    std::string charge;                         // of batteries
+};
+
+// Items by class. Worst health first, then by controller and place.
+using Inventory = std::array<std::vector<Item>, kServedClasses.size()>;
+Inventory Describe(Instances instances);
+
+} // namespace cim

@@ -1,0 +1,21 @@
+// CIM data as JSON in natural types: booleans, numbers, texts, arrays, null. Dates are texts, references and paths too
+// (namespace:Class.Key="..."), 16-bit characters are texts of one character, embedded instances are objects.
+#pragma once
+
+#include "Inventory.h"
+
+#include <nlohmann/json.hpp>
+
+namespace cim {
+
+using Json = nlohmann::ordered_json;
+
+Json ToJson(const Value &value);
+Json ToJson(const Instance &instance); // {"path": ..., "properties": {...}}
+// An object with an array of instances for each served class, or for `only` alone.
+Json ToJson(const Instances &instances, const ServedClass *only);
+
+// As text; what is not valid UTF-8 in it is replaced. An indent of -1 gives one line.
+std::string Dump(const Json &json, int indent);
+
+} // namespace cim

@@ -1,0 +1,169 @@
+// quarnel watch: what a client sees, again and again. On a terminal the tables, into a pipe the changes.
+#include "Changes.h"
+#include "Command.h"
+#include "Signals.h"
+#include "Tables.h"
+#include "Terminal.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <csignal>
+#include <deque>
+#include <memory>
+#include <utility>
+
+namespace cim {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct WatchOptions {
+    SourceOptions source;
+    const ServedClass *only = nullptr;
+    double interval = 2;
+    bool json = false;
+};
+
+constexpr const char *kAge = "the provider looks at the hardware at most every 20 seconds";
+constexpr std::size_t kRemovedShown = 10;
+
+class Watcher {
+public:
+    Watcher(Source &watched, const WatchOptions &given)
+        : source(watched), options(given),
+          interval(std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(given.interval))) {}
+
+    // Both run until a signal ends them; the answer is the exit status.
+    int PrintChanges();
+    int ShowTables();
+
+private:
+    // What has changed since the last look. Null when the provider cannot be asked; then `failure` is set.
+    bool Look();
+    void Draw(Screen &screen) const;
+    int Failed() const { return Fail(source.TroubleInReading(), failure); }
+
+    Source &source;
+    const WatchOptions &options;
+    const Clock::duration interval;
+
+    Inventory before, now;
+    std::vector<Change> changes; // from `before` to `now`
+    std::string time;            // of the look
+    std::deque<std::string> removed;
+    std::string failure;
+    bool looked = false;
+};
+
+bool Watcher::Look() {
+    auto instances = source.Read();
+    if (!instances.Ok()) {
+        failure = instances.status.message;
+        return false;
+    }
+    before = std::move(now);
+    now = Describe(std::move(instances.value));
+    time = TimeText(std::time(nullptr));
+    changes = looked ? Compare(before, now, options.only) : std::vector<Change>();
+    looked = true;
+    return true;
+}
+
+int Watcher::PrintChanges() {
+    Signals signals;
+    bool first = true;
+    for (auto next = Clock::now();;) {
+        if (!Look()) return Failed();
+        if (std::exchange(first, false)) Say(fmt::format("watching; {}", kAge));
+        std::string text;
+        for (const auto &change : changes) {
+            text += options.json ? Dump(ToJson(change, time), -1) + "\n" : ToText(change, time);
+        }
+        if (!Print(text)) return kExitFailed;
+        next += interval;
+        int signal = 0;
+        while ((signal = signals.Wait(next)) == SIGWINCH) {}
+        if (signal == SIGTSTP)
+            raise(SIGSTOP);
+        else if (signal != 0)
+            return kExitOk;
+    }
+}
+
+void Watcher::Draw(Screen &screen) const {
+    const TerminalSize size = SizeOfTerminal();
+    TablesOptions tables;
+    tables.only = options.only;
+    tables.text = {WantsColour(), size.width};
+    std::set<std::string> changed;
+    for (const auto &change : changes) changed.insert(change.Subject().path);
+    tables.changed = &changed;
+
+    std::string below;
+    for (const auto &line : removed) below += "   " + line;
+    if (!below.empty()) below = "\n" + Styled("Removed", kBold, tables.text) + "\n" + below;
+    const auto linesBelow = static_cast<std::size_t>(std::count(below.begin(), below.end(), '\n'));
+    const std::size_t linesAbove = 2;
+    tables.height = std::max<std::size_t>(size.height, linesAbove + linesBelow + 1) - linesAbove - linesBelow;
+
+    const std::string head =
+        fmt::format("{}  shown every {} s; read at most every 20 s; Ctrl-C ends", time, options.interval);
+    screen.Show(head.substr(0, size.width) + "\n\n" + RenderTables(now, tables) + below, size.height);
+}
+
+int Watcher::ShowTables() {
+    Signals signals;
+    Screen screen;
+    for (auto next = Clock::now();;) {
+        if (!Look()) {
+            screen.Leave();
+            return Failed();
+        }
+        for (const auto &change : changes) {
+            if (change.after == nullptr) removed.push_back(ToText(change, time));
+        }
+        while (removed.size() > kRemovedShown) removed.pop_front();
+        next += interval;
+        int signal = 0;
+        do {
+            Draw(screen);
+            signal = signals.Wait(next);
+            if (signal == SIGTSTP) {
+                screen.Leave();
+                raise(SIGSTOP);
+                screen.Enter();
+            }
+        } while (signal == SIGWINCH || signal == SIGTSTP);
+        if (signal != 0) return kExitOk;
+    }
+}
+
+int Watch(const WatchOptions &options) {
+    Trouble trouble = Trouble::None;
+    std::string error;
+    const auto source = Source::Open(options.source, &trouble, &error);
+    if (source == nullptr) return Fail(trouble, error);
+    if (!source->Unread().empty()) Say(source->Unread());
+    Watcher watcher(*source, options);
+    return OnTerminal() && !options.json ? watcher.ShowTables() : watcher.PrintChanges();
+}
+
+} // namespace
+
+void AddWatch(CLI::App &program, Run &run) {
+    auto options = std::make_shared<WatchOptions>();
+    CLI::App *command =
+        program.add_subcommand("watch", "Show the same again and again: tables on a terminal, changes into a pipe");
+    AddSourceOptions(*command, options->source);
+    AddClassOption(*command, options->only);
+    command->add_option("--interval", options->interval, "time between two looks (default: 2)")
+        ->check(CLI::Range(0.05, 86400.0).description(""))
+        ->type_name("SECONDS");
+    command->add_flag("--json", options->json, "print each change as one line of JSON");
+    command->footer(fmt::format("Note: {}, however short the interval.", kAge));
+    command->callback([&run, options] { run = [options] { return Watch(*options); }; });
+}
+
+} // namespace cim

@@ -1,0 +1,59 @@
+#include "cim/picture/Observer.h"
+
+#include "cim/host/Changes.h"
+
+namespace cim::picture {
+
+Observer::Observer(Read reader, const Pace &given) : read(std::move(reader)), pace(given) {
+    Look(); // before there is a second thread
+    thread = std::thread([this] { LookOnIdly(); });
+}
+
+Observer::~Observer() {
+    {
+        const std::lock_guard lock(mutex);
+        stop = true;
+    }
+    stopped.notify_all();
+    thread.join();
+}
+
+void Observer::Observe(const std::function<void(const Observation &)> &show) {
+    const std::lock_guard lock(mutex);
+    if (Clock::now() - looked >= pace.fresh) Look();
+    known.age = Clock::now() - readAt;
+    show(known);
+}
+
+void Observer::Look() {
+    looked = Clock::now();
+    auto instances = read();
+    known.failure = instances.status.message;
+    if (!instances.Ok()) {
+        if (known.failure.empty()) known.failure = "CIM status " + std::to_string(instances.status.rc);
+        return;
+    }
+    known.failure.clear();
+    known.time = std::time(nullptr);
+    readAt = looked;
+
+    Inventory now = Describe(std::move(instances.value));
+    if (known.version == 0) {
+        known.since = known.time;
+        known.version = 1;
+    } else {
+        const auto changes = Compare(known.inventory, now, nullptr);
+        if (!changes.empty()) ++known.version;
+        for (const auto &change : changes) known.log.Add(change, TimeText(known.time));
+    }
+    known.inventory = std::move(now); // what the changes' pointers led into
+}
+
+void Observer::LookOnIdly() {
+    std::unique_lock lock(mutex);
+    while (!stopped.wait_until(lock, looked + pace.idle, [this] { return stop; })) {
+        if (Clock::now() - looked >= pace.idle) Look();
+    }
+}
+
+} // namespace cim::picture

@@ -1,0 +1,67 @@
+// Looks at the hardware on behalf of everybody who wants to see it, and remembers what changed between two looks.
+#pragma once
+
+#include "cim/host/Inventory.h"
+#include "cim/picture/ChangeLog.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <ctime>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace cim::picture {
+
+// What is known after a look.
+struct Observation {
+    Inventory inventory;
+    ChangeLog log;
+    std::uint64_t version = 0; // another one whenever inventory or log is another; 0: nothing could be read yet
+    std::time_t since = 0;     // first look that could read
+    std::time_t time = 0;      // latest look that could read
+    std::chrono::duration<double> age{0}; // since then
+    std::string failure;                  // why the latest look could not read; empty: it could
+};
+
+struct Pace {
+    // Looks are shared by all that are asked for within this time.
+    std::chrono::milliseconds fresh{1000};
+    // Nobody may be watching when a disk fails: so there is a look at least that often. The provider itself would not
+    // look at the hardware more often.
+    std::chrono::milliseconds idle{20000};
+};
+
+class Observer {
+public:
+    using Read = std::function<Answer<Instances>()>; // called by one thread at a time
+
+    explicit Observer(Read read, const Pace &pace = {});
+    ~Observer();
+    Observer(const Observer &) = delete;
+    Observer &operator=(const Observer &) = delete;
+
+    // Looks, unless the latest look is still fresh, and shows what is known. `show` is called once, under the lock.
+    void Observe(const std::function<void(const Observation &)> &show);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void Look();       // with the lock held
+    void LookOnIdly(); // the thread's
+
+    const Read read;
+    const Pace pace;
+
+    std::mutex mutex;
+    std::condition_variable stopped;
+    Observation known;        // guarded by mutex, as all that follows
+    Clock::time_point looked; // latest look
+    Clock::time_point readAt; // latest look that could read
+    bool stop = false;
+
+    std::thread thread;
+};
+
+} // namespace cim::picture

@@ -1,0 +1,26 @@
+// The picture over HTTP: the page at "/", its files below "/picture/", and "/api/inventory", which it is drawn from.
+#pragma once
+
+#include "cim/picture/Observer.h"
+#include "cim/wbem/Http.h"
+
+#include <optional>
+#include <string>
+
+namespace cim::picture {
+
+class Picture {
+public:
+    explicit Picture(Observer::Read read, const Pace &pace = {});
+
+    // Answers GET and HEAD. None for other methods: these are somebody else's. Any number of threads may call it.
+    std::optional<wbem::HttpAnswer> Answer(const wbem::HttpRequest &request);
+
+private:
+    wbem::HttpAnswer AnswerInventory(const wbem::HttpRequest &request);
+
+    const std::string life; // tells this server's versions from those of an earlier one
+    Observer observer;
+};
+
+} // namespace cim::picture

@@ -1,0 +1,257 @@
+// How each thing is drawn. A view is {node, update(thing)}; the elements that stand for a thing carry its path.
+import {element, keep, setAttribute, setShown, setText} from './dom.js';
+import {counted, lookOf, lookOfDisk, nameOf, placesOf} from './words.js';
+
+const pathOf = (thing) => thing.path;
+
+const hidden = (node) => {
+    node.setAttribute('aria-hidden', 'true');
+    return node;
+};
+
+function markElement() {
+    return hidden(element('span', 'mark'));
+}
+
+export function makeButton(className, ...children) {
+    const button = element('button', className, ...children);
+    button.type = 'button';
+    return button;
+}
+
+// The element stands for the thing: it is coloured as its state, and pointing at it is pointing at the thing.
+function standFor(node, thing, look) {
+    setAttribute(node, 'data-path', thing.path);
+    setAttribute(node, 'data-tone', look.tone);
+}
+
+// A button that stands for a thing. What is in it is for the eye; its label says the same, and more, to the ear.
+function thingButton(className, ...children) {
+    const label = element('span', 'unseen');
+    const node = makeButton(`thing ${className}`, ...children.map(hidden), label);
+    return {node, say: (text) => setText(label, text)};
+}
+
+const sentence = (parts) => parts.filter((part) => part).join(', ');
+
+function volumesText(volumes) {
+    const names = volumes.map((volume) => volume.facts.name || volume.facts.device);
+    return names.length > 0 ? `in ${names.length === 1 ? 'volume' : 'volumes'} ${names.join(', ')}` : '';
+}
+
+// State, and health where that is news: "DEGRADED, Warning", but "FAILED".
+function stateText({state, health}) {
+    const news = health !== 'OK' && health?.toUpperCase() !== state;
+    return sentence([state, news && health]);
+}
+
+function labelOfDisk({facts, volumes}) {
+    const place = facts.slot === undefined ? `Disk ${facts.device}` : `Slot ${facts.slot}`;
+    return sentence([place, stateText(facts), facts.size, volumesText(volumes)]);
+}
+
+function labelOfVolume(volume) {
+    const {facts} = volume;
+    return sentence([nameOf(volume), facts.level, facts.size, stateText(facts), membersText(volume)]);
+}
+
+function membersText({members, facts}) {
+    if (members.length === 0) return 'no disks known';
+    const more = facts.membersCut ? ' and more, which its caption has no room for' : '';
+    return `${counted(members.length, 'disk', 'disks')}: ${placesOf(members)}${more}`;
+}
+
+// What the tip says of a thing, line by line; nothing of what says it all by itself.
+export function detailsOf({kind, facts, volumes}) {
+    const health = facts.health === undefined ? '' : `Health: ${facts.health}`;
+    const lines = {
+        disk: () => [facts.state, health, sentence([facts.size, facts.firmware && `firmware ${facts.firmware}`]),
+            facts.enclosure === undefined ? '' : `Device ${facts.device}`, volumesText(volumes)],
+        port: () => [facts.state, health, sentence([facts.name, facts.type, facts.usage])],
+        battery: () => [facts.state, health, facts.charge],
+    };
+    return kind in lines ? [nameOf({kind, facts}), ...lines[kind]()].filter((line) => line) : [];
+}
+
+function bayView() {
+    const slot = element('span', 'slot');
+    const letter = element('span', 'letter');
+    const size = element('span', 'size');
+    const button = thingButton('bay', slot, letter, size);
+    return {
+        node: element('li', '', button.node),
+        update(bay) {
+            setText(slot, bay.slot);
+            button.node.classList.toggle('empty', bay.disk === null);
+            if (bay.disk === null) {
+                setText(letter, '');
+                setText(size, '');
+                for (const name of ['data-path', 'data-tone', 'aria-pressed']) setAttribute(button.node, name, null);
+                button.say(`Slot ${bay.slot}, empty`);
+                return;
+            }
+            const look = lookOfDisk(bay.disk.facts);
+            setText(letter, look.letter);
+            setText(size, bay.disk.facts.size ?? '');
+            standFor(button.node, bay.disk, look);
+            button.say(labelOfDisk(bay.disk));
+        },
+    };
+}
+
+// How many bays a row has: as servers have them, up to 24 in one row, else rows of equal length where that is possible.
+const rowOf = (count) => (count <= 24 ? count : [12, 15, 14, 10, 16].find((row) => count % row === 0) ?? 12);
+
+// The style sheet folds rows that do not fit in halves and quarters.
+function layOut(bays, count) {
+    const row = rowOf(count);
+    setAttribute(bays, 'data-span', [6, 8, 12, 16, 24].find((span) => row <= span));
+    bays.style.setProperty('--row', row);
+    bays.style.setProperty('--half', Math.ceil(row / 2));
+    bays.style.setProperty('--quarter', Math.ceil(row / 4));
+}
+
+function enclosureView() {
+    const name = element('h4', '');
+    const count = element('p', 'aside');
+    const bays = element('ul', 'bays walk');
+    return {
+        node: element('section', 'enclosure', element('div', 'heading', name, count), element('div', 'chassis', bays)),
+        update(enclosure) {
+            setText(name, `Enclosure ${enclosure.id}`);
+            const empty = enclosure.bays.filter((bay) => bay.disk === null).length;
+            setText(count, counted(enclosure.count, 'disk', 'disks') + (empty > 0 ? `, ${empty} empty` : ''));
+            setAttribute(bays, 'aria-label', `Enclosure ${enclosure.id} of controller ${enclosure.controller}`);
+            layOut(bays, enclosure.bays.length);
+            keep(bays, enclosure.bays, (bay) => bay.slot, bayView);
+        },
+    };
+}
+
+function looseView() {
+    const letter = element('span', 'letter');
+    const name = element('span', 'name');
+    const size = element('span', 'size');
+    const button = thingButton('loose', letter, name, size);
+    return {
+        node: element('li', '', button.node),
+        update(disk) {
+            const look = lookOfDisk(disk.facts);
+            setText(letter, look.letter);
+            setText(name, disk.facts.device);
+            setText(size, disk.facts.size ?? '');
+            standFor(button.node, disk, look);
+            button.say(labelOfDisk(disk));
+        },
+    };
+}
+
+function volumeView() {
+    const mark = markElement();
+    const name = element('span', 'name');
+    const state = element('span', 'state');
+    const facts = element('span', 'facts');
+    const members = element('span', 'facts');
+    const button = thingButton('volume', mark, name, state, facts, members);
+    return {
+        node: element('li', '', button.node),
+        update(volume) {
+            const look = lookOf(volume.facts);
+            const {device, level, size} = volume.facts;
+            setText(mark, look.letter);
+            setText(name, volume.facts.name ? `${device} ${volume.facts.name}` : device);
+            setText(state, volume.facts.state ?? '');
+            setText(facts, sentence([level, size]));
+            setText(members, membersText(volume));
+            standFor(button.node, volume, look);
+            button.say(labelOfVolume(volume));
+        },
+    };
+}
+
+// Ports and batteries: nothing to light, so they are texts. What there is no room for is read out, and in the tip.
+function deviceView() {
+    const mark = markElement();
+    const name = element('span', 'name');
+    const facts = element('span', 'facts');
+    const state = element('span', 'state');
+    const unseen = element('span', 'unseen');
+    const node = element('li', 'thing device', mark, name, facts, state, unseen);
+    return {
+        node,
+        update(device) {
+            const look = lookOf(device.facts);
+            setText(mark, look.letter);
+            setText(name, device.facts.name || device.facts.device);
+            setText(facts, sentence([device.facts.type, device.facts.charge]));
+            setText(state, device.facts.state ?? '');
+            setText(unseen, sentence([device.facts.health, device.facts.usage]));
+            standFor(node, device, look);
+        },
+    };
+}
+
+// A headed list; without items there is none to be seen.
+function listView(title, className, makeView) {
+    const list = element('ul', className);
+    const node = element('section', 'group', element('h4', '', title), list);
+    return {
+        node,
+        update(things, controller) {
+            setShown(node, things.length > 0);
+            setAttribute(list, 'aria-label', `${title} of controller ${controller}`);
+            keep(list, things, pathOf, makeView);
+        },
+    };
+}
+
+export function controllerView() {
+    const name = element('h3', '');
+    const facts = element('p', 'aside');
+    const state = element('p', 'state');
+    const heading = element('div', 'heading thing', name, facts, state);
+    const enclosures = element('div', 'enclosures');
+    const loose = listView('Disks without an enclosure', 'loose-disks walk', looseView);
+    const side = [
+        ['volumes', listView('Volumes', 'volumes walk', volumeView)],
+        ['ports', listView('Ports', 'ports', deviceView)],
+        ['batteries', listView('Batteries', 'batteries', deviceView)],
+    ];
+    const node = element('section', 'controller', heading,
+        element('div', 'machine', element('div', 'front', enclosures, loose.node),
+            element('div', 'side', ...side.map(([, view]) => view.node))));
+    return {
+        node,
+        update(controller) {
+            const {thing} = controller;
+            setText(name, `Controller ${controller.id}`);
+            setText(facts, thing === null ? 'not in the answer, only its devices are' : sentence([thing.facts.model,
+                thing.facts.package && `package ${thing.facts.package}`,
+                thing.facts.firmware && `firmware ${thing.facts.firmware}`]));
+            setText(state, thing?.facts.state ?? '');
+            if (thing !== null) standFor(heading, thing, lookOf(thing.facts));
+            keep(enclosures, controller.enclosures, (enclosure) => enclosure.id, enclosureView);
+            loose.update(controller.loose, controller.id);
+            for (const [list, view] of side) view.update(controller[list], controller.id);
+        },
+    };
+}
+
+// What needs a look, worst first. The button leads to the thing.
+export function findingView() {
+    const mark = markElement();
+    const name = element('span', 'name');
+    const state = element('span', 'state');
+    const button = makeButton('finding', mark, name, state);
+    return {
+        node: element('li', '', button),
+        update(thing) {
+            const look = thing.kind === 'disk' ? lookOfDisk(thing.facts) : lookOf(thing.facts);
+            setText(mark, look.letter);
+            setText(name, nameOf(thing));
+            setText(state, sentence([thing.facts.state, thing.facts.charge]));
+            setAttribute(button, 'data-tone', look.tone);
+            setAttribute(button, 'data-leads-to', thing.path);
+        },
+    };
+}

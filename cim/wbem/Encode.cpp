@@ -1,0 +1,208 @@
+#include "cim/wbem/Encode.h"
+
+#include "cim/wbem/Types.h"
+
+#include <algorithm>
+
+namespace cim::wbem {
+
+namespace {
+
+// What a property is called in CIM-XML depends on its type alone.
+struct Shape {
+    const char *property, *value;
+};
+
+Shape ShapeOf(CMPIType type) {
+    if ((type & CMPI_ARRAY) != 0) return {"PROPERTY.ARRAY", "VALUE.ARRAY"};
+    if (type == CMPI_ref) return {"PROPERTY.REFERENCE", "VALUE.REFERENCE"};
+    return {"PROPERTY", "VALUE"};
+}
+
+bool IsListed(PropertyList list, const std::string &name) {
+    return list == nullptr ||
+           std::any_of(list->begin(), list->end(), [&](const auto &each) { return SameName(each, name); });
+}
+
+bool IsShown(const Detail &detail, const std::string &name) {
+    if (detail.upToClass != nullptr && detail.upToClass->Property(name) == nullptr) return false;
+    return IsListed(detail.properties, name);
+}
+
+// An instance inside a value is a text that holds XML.
+std::string TextOfEmbedded(const Instance &instance, const ClassTree &classes) {
+    XmlWriter inner;
+    InstanceWriter(inner, classes, {}).Write(instance);
+    return inner.Take();
+}
+
+void WriteScalar(XmlWriter &xml, const Value &value, const ClassTree &classes) {
+    if (const auto *text = value.As<std::string>()) return xml.Leaf("VALUE", *text);
+    const auto *embedded = value.As<std::shared_ptr<const Instance>>();
+    xml.Leaf("VALUE", embedded != nullptr ? TextOfEmbedded(**embedded, classes) : TextOf(value));
+}
+
+// The path as far as it goes: INSTANCEPATH with a host, LOCALINSTANCEPATH with a namespace, else INSTANCENAME.
+void WriteReference(XmlWriter &xml, const ObjectPath &path) {
+    const Element reference(xml, "VALUE.REFERENCE");
+    if (!path.host.empty()) return WriteInstancePath(xml, path, path.host);
+    if (path.nameSpace.empty()) return WriteInstanceName(xml, path);
+    const Element local(xml, "LOCALINSTANCEPATH");
+    WriteNameSpace(xml, path.nameSpace);
+    WriteInstanceName(xml, path);
+}
+
+void WriteKey(XmlWriter &xml, const NamedValue &key) {
+    const Element binding(xml, "KEYBINDING", {{"NAME", key.name}});
+    if (const auto *path = key.value.As<std::shared_ptr<const ObjectPath>>()) return WriteReference(xml, **path);
+    const CMPIType type = key.value.type;
+    const bool number = IsInteger(type) || type == CMPI_real32 || type == CMPI_real64;
+    const char *kind = number ? "numeric" : type == CMPI_boolean ? "boolean" : "string";
+    xml.Leaf("KEYVALUE", TextOf(key.value), {{"VALUETYPE", kind}});
+}
+
+void WriteValue(XmlWriter &xml, const Value &value, const ClassTree &classes) {
+    if (const auto *path = value.As<std::shared_ptr<const ObjectPath>>()) return WriteReference(xml, **path);
+    const auto *elements = value.As<Value::Elements>();
+    if (elements == nullptr) return WriteScalar(xml, value, classes);
+    const Element array(xml, "VALUE.ARRAY");
+    for (const Value &each : *elements) {
+        if (each.IsNull())
+            xml.Leaf("VALUE.NULL", {});
+        else
+            WriteScalar(xml, each, classes);
+    }
+}
+
+bool IsEmbedded(CMPIType type) { return (type & ~CMPI_ARRAY) == CMPI_instance; }
+
+// A provider may give an integer in another width than the class has. A client reads the class, so the answer says the
+// class's type wherever the value fits it.
+CMPIType TypeShown(const Value &value, const PropertyDeclaration *declared) {
+    if (declared == nullptr || declared->type == value.type) return value.type;
+    if (value.type == CMPI_null) return declared->type;
+    const bool integers = IsInteger(declared->type) && IsInteger(value.type);
+    if (!integers) return value.type;
+    return value.IsNull() || ValueOf(declared->type, TextOf(value)) ? declared->type : value.type;
+}
+
+void WriteTrueQualifier(XmlWriter &xml, const char *name) {
+    const Element qualifier(xml, "QUALIFIER", {{"NAME", name}, {"TYPE", "boolean"}});
+    xml.Leaf("VALUE", "TRUE");
+}
+
+} // namespace
+
+void WriteNameSpace(XmlWriter &xml, const std::string &nameSpace) {
+    const Element path(xml, "LOCALNAMESPACEPATH");
+    for (std::size_t begin = 0; begin <= nameSpace.size();) {
+        const std::size_t end = std::min(nameSpace.find('/', begin), nameSpace.size());
+        xml.Leaf("NAMESPACE", {}, {{"NAME", std::string_view(nameSpace).substr(begin, end - begin)}});
+        begin = end + 1;
+    }
+}
+
+void WriteInstanceName(XmlWriter &xml, const ObjectPath &path) {
+    const Element name(xml, "INSTANCENAME", {{"CLASSNAME", path.className}});
+    for (const NamedValue &key : path.keys) {
+        if (!key.value.IsNull()) WriteKey(xml, key);
+    }
+}
+
+void InstanceNameWriter::Write(const ObjectPath &path) {
+    const Element name(xml, "INSTANCENAME", {{"CLASSNAME", path.className}});
+    if (last.size() < path.keys.size()) last.resize(path.keys.size());
+    auto place = last.begin();
+    for (const NamedValue &key : path.keys) {
+        LastKey &here = *place++;
+        if (here.key.name != key.name || here.key.value != key.value) {
+            XmlWriter element;
+            if (!key.value.IsNull()) WriteKey(element, key);
+            here = {key, element.Take()};
+        }
+        xml.Ready(here.element);
+    }
+}
+
+void WriteInstancePath(XmlWriter &xml, const ObjectPath &path, const std::string &host) {
+    const Element instancePath(xml, "INSTANCEPATH");
+    {
+        const Element nameSpacePath(xml, "NAMESPACEPATH");
+        xml.Leaf("HOST", path.host.empty() ? host : path.host);
+        WriteNameSpace(xml, path.nameSpace);
+    }
+    WriteInstanceName(xml, path);
+}
+
+void InstanceWriter::Write(const Instance &instance) {
+    const Element element(xml, "INSTANCE", {{"CLASSNAME", instance.path.className}});
+    auto &[declaration, places] = ColumnsOf(instance.path.className);
+    if (places.size() < instance.properties.size()) places.resize(instance.properties.size());
+    auto column = places.begin();
+    for (const NamedValue &property : instance.properties) {
+        Column &here = *column++;
+        if (here.name != property.name) Retarget(here, declaration, property.name);
+        if (!here.shown) continue;
+        const CMPIType type = TypeShown(property.value, here.declared);
+        if (here.type != type) MakeTags(here, type);
+        if (property.value.IsNull()) {
+            xml.Ready(here.null);
+            continue;
+        }
+        xml.Ready(here.open);
+        WriteValue(xml, property.value, classes);
+        xml.Ready(here.close);
+    }
+}
+
+InstanceWriter::Columns &InstanceWriter::ColumnsOf(const std::string &className) {
+    const auto [known, isNew] = byClass.try_emplace(className);
+    if (isNew) known->second.declaration = classes.Find(className);
+    return known->second;
+}
+
+void InstanceWriter::Retarget(Column &column, const ClassDeclaration *declaration, const Name &name) const {
+    column = {};
+    column.name = name;
+    column.declared = declaration != nullptr ? declaration->Property(name) : nullptr;
+    column.shown = IsShown(detail, name);
+}
+
+void InstanceWriter::MakeTags(Column &column, CMPIType type) const {
+    const Shape shape = ShapeOf(type);
+    XmlWriter open, close;
+    open.Open(shape.property, {{"NAME", column.name}});
+    if (type != CMPI_ref) {
+        open.Add({"TYPE", TypeName(type)});
+    } else if (column.declared != nullptr && !column.declared->referenceClass.empty()) {
+        open.Add({"REFERENCECLASS", column.declared->referenceClass});
+    }
+    if (IsEmbedded(type)) open.Add({"EmbeddedObject", "instance"});
+    if (detail.classOrigin && column.declared != nullptr) open.Add({"CLASSORIGIN", column.declared->originClass});
+    close.Close(shape.property);
+    column.type = type;
+    column.open = open.Take();
+    column.close = close.Take();
+    column.null = column.open + column.close;
+}
+
+void WriteClass(XmlWriter &xml, const ClassDeclaration &declaration, const Detail &detail) {
+    const Element element(xml, "CLASS", {{"NAME", declaration.name}});
+    if (!declaration.superclass.empty()) xml.Add({"SUPERCLASS", declaration.superclass});
+    if (detail.qualifiers && declaration.association) WriteTrueQualifier(xml, "Association");
+    for (const PropertyDeclaration &property : declaration.properties) {
+        const bool own = SameName(property.originClass, declaration.name);
+        if ((detail.localOnly && !own) || !IsShown(detail, property.name)) continue;
+        const Element inner(xml, ShapeOf(property.type).property, {{"NAME", property.name}});
+        if (property.type == CMPI_ref) {
+            xml.Add({"REFERENCECLASS", property.referenceClass});
+        } else {
+            xml.Add({"TYPE", TypeName(property.type)});
+        }
+        if (detail.classOrigin) xml.Add({"CLASSORIGIN", property.originClass});
+        if (!own) xml.Add({"PROPAGATED", "true"});
+        if (detail.qualifiers && property.key) WriteTrueQualifier(xml, "Key");
+    }
+}
+
+} // namespace cim::wbem

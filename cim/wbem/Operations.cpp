@@ -1,0 +1,282 @@
+#include "cim/wbem/Operations.h"
+
+#include "cim/wbem/Arguments.h"
+#include "cim/wbem/Encode.h"
+#include "cim/wbem/Errors.h"
+#include "cim/wbem/NameSpaces.h"
+
+#include <algorithm>
+
+namespace cim::wbem {
+
+namespace {
+
+struct Request {
+    Broker &broker;
+    const std::string &nameSpace;
+    const std::string &host;
+    const Arguments &arguments;
+
+    const ClassTree &Classes() const { return broker.Classes(); }
+    const std::string &ClassName() const { return arguments.Text("ClassName"); }
+    PropertyList Properties() const { return arguments.Names("PropertyList"); }
+};
+
+void Require(const Status &status) {
+    if (!status.Ok()) throw Fault(status.rc, status.message);
+}
+
+template <class T> T ValueOf(Answer<T> &&answer) {
+    Require(answer.status);
+    return std::move(answer.value);
+}
+
+Detail DetailOfInstances(const Request &request) {
+    Detail detail;
+    detail.properties = request.Properties();
+    detail.classOrigin = request.arguments.Boolean("IncludeClassOrigin", false);
+    return detail;
+}
+
+// --- Instances ---
+
+void EnumerateInstances(const Request &request, XmlWriter &xml) {
+    const std::vector<Instance> instances =
+        AreNameSpaces(request.nameSpace, request.ClassName())
+            ? NameSpaceInstances(request.broker)
+            : ValueOf(request.broker.EnumerateInstances(request.nameSpace, request.ClassName(), request.Properties()));
+    Detail detail = DetailOfInstances(request);
+    if (!request.arguments.Boolean("DeepInheritance", true)) {
+        detail.upToClass = request.Classes().Find(request.ClassName());
+    }
+    InstanceNameWriter names(xml);
+    InstanceWriter writer(xml, request.Classes(), detail);
+    const Element answer(xml, "IRETURNVALUE");
+    const std::size_t begin = xml.Size();
+    for (const Instance &instance : instances) {
+        const Element named(xml, "VALUE.NAMEDINSTANCE");
+        names.Write(instance.path);
+        writer.Write(instance);
+        // The others will be about as long.
+        if (&instance == &instances.front()) xml.Reserve(begin + (xml.Size() - begin) * (instances.size() + 1));
+    }
+}
+
+void EnumerateInstanceNames(const Request &request, XmlWriter &xml) {
+    std::vector<ObjectPath> paths;
+    if (AreNameSpaces(request.nameSpace, request.ClassName())) {
+        for (const Instance &instance : NameSpaceInstances(request.broker)) paths.push_back(instance.path);
+    } else {
+        paths = ValueOf(request.broker.EnumerateInstanceNames(request.nameSpace, request.ClassName()));
+    }
+    InstanceNameWriter names(xml);
+    const Element answer(xml, "IRETURNVALUE");
+    for (const ObjectPath &path : paths) names.Write(path);
+}
+
+Instance NameSpaceInstance(const Broker &broker, const ObjectPath &path) {
+    for (const Instance &instance : NameSpaceInstances(broker)) {
+        if (instance.path == path) return instance;
+    }
+    throw Fault(CMPI_RC_ERR_NOT_FOUND, {});
+}
+
+void GetInstance(const Request &request, XmlWriter &xml) {
+    const ObjectPath &path = request.arguments.Path("InstanceName");
+    const Instance instance = AreNameSpaces(request.nameSpace, path.className)
+                                  ? NameSpaceInstance(request.broker, path)
+                                  : ValueOf(request.broker.GetInstance(path, request.Properties()));
+    const Element answer(xml, "IRETURNVALUE");
+    InstanceWriter(xml, request.Classes(), DetailOfInstances(request)).Write(instance);
+}
+
+void CreateInstance(const Request &request, XmlWriter &xml) {
+    const auto path =
+        ValueOf(request.broker.CreateInstance(request.nameSpace, request.arguments.Object("NewInstance")));
+    const Element answer(xml, "IRETURNVALUE");
+    WriteInstanceName(xml, path);
+}
+
+void ModifyInstance(const Request &request, XmlWriter &) {
+    Require(request.broker.ModifyInstance(request.arguments.Object("ModifiedInstance"), request.Properties()));
+}
+
+void DeleteInstance(const Request &request, XmlWriter &) {
+    Require(request.broker.DeleteInstance(request.arguments.Path("InstanceName")));
+}
+
+// --- Objects with their whole paths ---
+
+void WriteObjects(const Request &request, const std::vector<Instance> &instances, XmlWriter &xml) {
+    InstanceWriter writer(xml, request.Classes(), DetailOfInstances(request));
+    const Element answer(xml, "IRETURNVALUE");
+    for (const Instance &instance : instances) {
+        const Element withPath(xml, "VALUE.OBJECTWITHPATH");
+        WriteInstancePath(xml, instance.path, request.host);
+        writer.Write(instance);
+    }
+}
+
+void WritePaths(const Request &request, const std::vector<ObjectPath> &paths, XmlWriter &xml) {
+    const Element answer(xml, "IRETURNVALUE");
+    for (const ObjectPath &path : paths) {
+        const Element object(xml, "OBJECTPATH");
+        WriteInstancePath(xml, path, request.host);
+    }
+}
+
+// The class that a query in WQL or CQL selects from: the name behind FROM.
+std::string ClassOfQuery(const std::string &query) {
+    std::string word, last;
+    for (const char c : query + " ") {
+        if (std::string_view(" \t\r\n,;").find(c) == std::string_view::npos) {
+            word += c;
+            continue;
+        }
+        if (SameName(last, "from") && !word.empty()) return word;
+        if (!word.empty()) last = std::move(word);
+        word.clear();
+    }
+    throw Fault(CMPI_RC_ERR_INVALID_QUERY, "the query names no class to select from");
+}
+
+void ExecQuery(const Request &request, XmlWriter &xml) {
+    const std::string &query = request.arguments.Text("Query");
+    const std::string &language = request.arguments.Text("QueryLanguage");
+    const std::string className = ClassOfQuery(query);
+    WriteObjects(request, ValueOf(request.broker.ExecQuery(request.nameSpace, className, query, language)), xml);
+}
+
+void Associators(const Request &request, XmlWriter &xml) {
+    const Arguments &given = request.arguments;
+    WriteObjects(request,
+                 ValueOf(request.broker.Associators(given.Path("ObjectName"), given.Text("AssocClass"),
+                                                    given.Text("ResultClass"), given.Text("Role"),
+                                                    given.Text("ResultRole"), request.Properties())),
+                 xml);
+}
+
+void AssociatorNames(const Request &request, XmlWriter &xml) {
+    const Arguments &given = request.arguments;
+    WritePaths(request,
+               ValueOf(request.broker.AssociatorNames(given.Path("ObjectName"), given.Text("AssocClass"),
+                                                      given.Text("ResultClass"), given.Text("Role"),
+                                                      given.Text("ResultRole"))),
+               xml);
+}
+
+void References(const Request &request, XmlWriter &xml) {
+    const Arguments &given = request.arguments;
+    WriteObjects(request,
+                 ValueOf(request.broker.References(given.Path("ObjectName"), given.Text("ResultClass"),
+                                                   given.Text("Role"), request.Properties())),
+                 xml);
+}
+
+void ReferenceNames(const Request &request, XmlWriter &xml) {
+    const Arguments &given = request.arguments;
+    WritePaths(
+        request,
+        ValueOf(request.broker.ReferenceNames(given.Path("ObjectName"), given.Text("ResultClass"), given.Text("Role"))),
+        xml);
+}
+
+// --- Classes ---
+
+Detail DetailOfClasses(const Request &request) {
+    Detail detail = DetailOfInstances(request);
+    detail.localOnly = request.arguments.Boolean("LocalOnly", true);
+    detail.qualifiers = request.arguments.Boolean("IncludeQualifiers", true);
+    return detail;
+}
+
+void GetClass(const Request &request, XmlWriter &xml) {
+    const ClassDeclaration *found = request.Classes().Find(request.ClassName());
+    if (found == nullptr) throw Fault(CMPI_RC_ERR_NOT_FOUND, "there is no class " + request.ClassName());
+    const Element answer(xml, "IRETURNVALUE");
+    WriteClass(xml, *found, DetailOfClasses(request));
+}
+
+std::vector<std::string> Subclasses(const Request &request) {
+    const std::string &base = request.ClassName();
+    if (!base.empty() && request.Classes().Find(base) == nullptr) {
+        throw Fault(CMPI_RC_ERR_INVALID_CLASS, "there is no class " + base);
+    }
+    return request.Classes().SubclassesOf(base, request.arguments.Boolean("DeepInheritance", false));
+}
+
+void EnumerateClassNames(const Request &request, XmlWriter &xml) {
+    const std::vector<std::string> names = Subclasses(request);
+    const Element answer(xml, "IRETURNVALUE");
+    for (const std::string &name : names) xml.Leaf("CLASSNAME", {}, {{"NAME", name}});
+}
+
+void EnumerateClasses(const Request &request, XmlWriter &xml) {
+    const std::vector<std::string> names = Subclasses(request);
+    const Detail detail = DetailOfClasses(request);
+    const Element answer(xml, "IRETURNVALUE");
+    for (const std::string &name : names) WriteClass(xml, *request.Classes().Find(name), detail);
+}
+
+// --- Which there are ---
+
+constexpr bool kRequired = true;
+
+// Which parameters the operations share; those that are accepted and have no effect here are marked.
+const Parameter kClassName{"ClassName", Kind::ClassName, kRequired};
+const Parameter kAnyClassName{"ClassName", Kind::ClassName};
+const Parameter kInstanceName{"InstanceName", Kind::InstanceName, kRequired};
+const Parameter kObjectName{"ObjectName", Kind::ObjectName, kRequired};
+const Parameter kAssocClass{"AssocClass", Kind::ClassName};
+const Parameter kResultClass{"ResultClass", Kind::ClassName};
+const Parameter kRole{"Role", Kind::Text};
+const Parameter kResultRole{"ResultRole", Kind::Text};
+const Parameter kLocalOnly{"LocalOnly", Kind::Boolean}; // of instances: all is sent, as DSP0200 advises
+const Parameter kDeep{"DeepInheritance", Kind::Boolean};
+const Parameter kQualifiers{"IncludeQualifiers", Kind::Boolean}; // of instances: there are none to send
+const Parameter kOrigin{"IncludeClassOrigin", Kind::Boolean};
+const Parameter kProperties{"PropertyList", Kind::Names};
+
+struct Method {
+    const char *name;
+    void (*run)(const Request &, XmlWriter &);
+    std::vector<Parameter> parameters;
+};
+
+const Method kMethods[] = {
+    {"EnumerateInstances", EnumerateInstances, {kClassName, kLocalOnly, kDeep, kQualifiers, kOrigin, kProperties}},
+    {"EnumerateInstanceNames", EnumerateInstanceNames, {kClassName}},
+    {"GetInstance", GetInstance, {kInstanceName, kLocalOnly, kQualifiers, kOrigin, kProperties}},
+    {"Associators",
+     Associators,
+     {kObjectName, kAssocClass, kResultClass, kRole, kResultRole, kQualifiers, kOrigin, kProperties}},
+    {"AssociatorNames", AssociatorNames, {kObjectName, kAssocClass, kResultClass, kRole, kResultRole}},
+    {"References", References, {kObjectName, kResultClass, kRole, kQualifiers, kOrigin, kProperties}},
+    {"ReferenceNames", ReferenceNames, {kObjectName, kResultClass, kRole}},
+    {"GetClass", GetClass, {kClassName, kLocalOnly, kQualifiers, kOrigin, kProperties}},
+    {"EnumerateClassNames", EnumerateClassNames, {kAnyClassName, kDeep}},
+    {"EnumerateClasses", EnumerateClasses, {kAnyClassName, kDeep, kLocalOnly, kQualifiers, kOrigin}},
+    {"CreateInstance", CreateInstance, {{"NewInstance", Kind::Instance, kRequired}}},
+    {"ModifyInstance",
+     ModifyInstance,
+     {{"ModifiedInstance", Kind::NamedInstance, kRequired}, kQualifiers, kProperties}},
+    {"DeleteInstance", DeleteInstance, {kInstanceName}},
+    {"ExecQuery", ExecQuery, {{"QueryLanguage", Kind::Text, kRequired}, {"Query", Kind::Text, kRequired}}},
+};
+
+} // namespace
+
+void Run(Broker &broker, const IntrinsicCall &call, XmlWriter &xml) {
+    const auto method = std::find_if(std::begin(kMethods), std::end(kMethods),
+                                     [&](const Method &each) { return SameName(each.name, call.method); });
+    if (method == std::end(kMethods)) {
+        throw Fault(CMPI_RC_ERR_NOT_SUPPORTED, call.method + " is not supported by this server");
+    }
+    if (!HasNameSpace(broker, call.nameSpace)) {
+        throw Fault(CMPI_RC_ERR_INVALID_NAMESPACE, "there is no namespace " + call.nameSpace);
+    }
+    const Arguments arguments(call.element, method->parameters, call.nameSpace, broker.Classes());
+    method->run({broker, call.nameSpace, call.host, arguments}, xml);
+}
+
+} // namespace cim::wbem

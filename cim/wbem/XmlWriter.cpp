@@ -1,0 +1,110 @@
+#include "cim/wbem/XmlWriter.h"
+
+#include "cim/wbem/Utf8.h"
+
+#include <array>
+
+namespace cim::wbem {
+
+namespace {
+
+enum class Place { Text, Attribute };
+
+// What stands for a byte. White space in attributes, and a carriage return anywhere, would be read back as a space or a
+// line feed.
+const char *StandIn(char byte, Place place) {
+    switch (byte) {
+    case '&':
+        return "&amp;";
+    case '<':
+        return "&lt;";
+    case '>':
+        return "&gt;";
+    case '\r':
+        return "&#13;";
+    case '"':
+        return place == Place::Attribute ? "&quot;" : nullptr;
+    case '\t':
+        return place == Place::Attribute ? "&#9;" : nullptr;
+    case '\n':
+        return place == Place::Attribute ? "&#10;" : nullptr;
+    default:
+        return nullptr;
+    }
+}
+
+// Bytes that are copied as they are, wherever they stand.
+constexpr std::array<bool, 256> kPlain = [] {
+    std::array<bool, 256> plain{};
+    for (unsigned byte = 0x20; byte < 0x80; ++byte) plain[byte] = true;
+    for (const char byte : {'&', '<', '>', '"'}) plain[static_cast<unsigned char>(byte)] = false;
+    return plain;
+}();
+
+void AppendEscaped(std::string &out, std::string_view text, Place place) {
+    while (!text.empty()) {
+        std::size_t plain = 0;
+        while (plain < text.size() && kPlain[static_cast<unsigned char>(text[plain])]) ++plain;
+        out.append(text.data(), plain);
+        text.remove_prefix(plain);
+        if (text.empty()) return;
+
+        const Character next = FirstCharacter(text);
+        if (const char *standIn = StandIn(text[0], place)) {
+            out += standIn;
+        } else if (next.valid && IsXmlCharacter(next.code)) {
+            out.append(text.data(), next.bytes);
+        } else {
+            out += kReplacementText;
+        }
+        text.remove_prefix(next.bytes);
+    }
+}
+
+} // namespace
+
+void XmlWriter::EndOpenTag() {
+    if (tagIsOpen) out += '>';
+    tagIsOpen = false;
+}
+
+void XmlWriter::Text(std::string_view text) {
+    EndOpenTag();
+    AppendEscaped(out, text, Place::Text);
+}
+
+void XmlWriter::Open(const char *tag, std::initializer_list<Attribute> attributes) {
+    EndOpenTag();
+    out += '<';
+    out += tag;
+    tagIsOpen = true;
+    for (const Attribute &attribute : attributes) Add(attribute);
+}
+
+void XmlWriter::Add(const Attribute &attribute) {
+    out += ' ';
+    out += attribute.name;
+    out += "=\"";
+    AppendEscaped(out, attribute.value, Place::Attribute);
+    out += '"';
+}
+
+void XmlWriter::Close(const char *tag) {
+    EndOpenTag();
+    out += "</";
+    out += tag;
+    out += '>';
+}
+
+void XmlWriter::Leaf(const char *tag, std::string_view text, std::initializer_list<Attribute> attributes) {
+    Open(tag, attributes);
+    Text(text);
+    Close(tag);
+}
+
+void XmlWriter::Ready(std::string_view xml) {
+    EndOpenTag();
+    out += xml;
+}
+
+} // namespace cim::wbem
