@@ -1,0 +1,155 @@
+// What the tests share: the server with its hardware and its clock, the browser, and pages that complain.
+import assert from 'node:assert/strict';
+import {spawn} from 'node:child_process';
+import {mkdtempSync, readFileSync, renameSync, rmSync, writeFileSync} from 'node:fs';
+import {tmpdir} from 'node:os';
+import {join} from 'node:path';
+import {createInterface} from 'node:readline';
+import {describe, test} from 'node:test';
+import {chromium} from 'playwright-core';
+
+const root = new URL('../../', import.meta.url).pathname;
+const serverProgram = process.env.PICTURE_SERVER ?? join(root, 'build/release/bin/picture_server');
+const kRefreshInterval = 21; // seconds: past what the provider lets go by before it looks at the hardware again
+
+// A sample of hardware/, as an object.
+export const sample = (name) => JSON.parse(readFileSync(join(root, 'hardware', `${name}.json`), 'utf8'));
+
+// `quarnel serve` with a hardware description that the test changes.
+export class Server {
+    #folder = mkdtempSync(join(tmpdir(), 'quarnel-browser-'));
+    #program = null;
+    #lines = null;
+    port = 0;
+
+    constructor(description) {
+        this.description = description;
+    }
+
+    async start() {
+        this.#save();
+        // Again at the same port after the first time.
+        const options = ['serve', '--port', String(this.port), '--hardware', join(this.#folder, 'hardware.json')];
+        this.#program = spawn(serverProgram, options, {stdio: ['pipe', 'pipe', 'inherit']});
+        this.#lines = createInterface({input: this.#program.stdout})[Symbol.asyncIterator]();
+        const line = (await this.#lines.next()).value ?? '';
+        this.port = Number(/:(\d+)/.exec(line)?.[1]);
+        assert.ok(this.port > 0, `the server has not started: ${line}`);
+        return this;
+    }
+
+    get url() {
+        return `http://127.0.0.1:${this.port}/`;
+    }
+
+    // Changes the hardware; the provider may look at it with the next request.
+    async change(change) {
+        change(this.description);
+        this.#save();
+        this.#program.stdin.write(`${kRefreshInterval}\n`);
+        assert.equal((await this.#lines.next()).value, String(kRefreshInterval));
+    }
+
+    async stop() {
+        const ended = new Promise((resolve) => this.#program.once('exit', resolve));
+        this.#program.stdin.end();
+        assert.equal(await ended, 0);
+    }
+
+    async end() {
+        if (this.#program !== null && this.#program.exitCode === null) await this.stop();
+        rmSync(this.#folder, {recursive: true});
+    }
+
+    #save() {
+        const file = join(this.#folder, 'hardware.json');
+        writeFileSync(`${file}.new`, JSON.stringify(this.description));
+        renameSync(`${file}.new`, file);
+    }
+}
+
+export function openBrowser() {
+    // A fresh profile each time, and nothing that asks anybody but the server.
+    return chromium.launch({
+        executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
+        args: ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
+            '--disable-background-networking', '--disable-component-update', '--disable-sync'],
+    });
+}
+
+// A page that shows the server's picture. Its `complaints` are what must never happen: scripts that fail or do not
+// belong there, dialogs, requests to anybody else, violations of the content policy.
+export async function openPage(browser, server, {path = '', prepare = async () => {}, ...options} = {}) {
+    const context = await browser.newContext({viewport: {width: 1400, height: 900}, ...options});
+    const page = await context.newPage();
+    page.complaints = [];
+    const complain = (what) => page.complaints.push(what);
+    page.on('pageerror', (error) => complain(`error: ${error.message}`));
+    page.on('dialog', (dialog) => {
+        complain(`dialog: ${dialog.message()}`);
+        dialog.dismiss();
+    });
+    page.on('request', (request) => {
+        if (!request.url().startsWith(server.url)) complain(`request: ${request.url()}`);
+    });
+    page.on('console', (message) => {
+        // The browser's own words for a server that is gone are no complaint.
+        if (message.type() === 'error' && !message.text().startsWith('Failed to load resource')) {
+            complain(`console: ${message.text()}`);
+        }
+    });
+    await prepare(page);
+    await page.goto(server.url + path);
+    await page.locator('.controller').first().waitFor();
+    return page;
+}
+
+export async function closePage(page) {
+    await page.context().close();
+    assert.deepEqual(page.complaints, []);
+}
+
+// A server of its own for one test, and a page that shows it.
+export async function withPicture(browser, description, use, options) {
+    const server = await new Server(description).start();
+    try {
+        const page = await openPage(browser, server, options);
+        await use(page, server);
+        await closePage(page);
+    } finally {
+        await server.end();
+    }
+}
+
+// Declares tests, [name, run], that mostly wait for servers and pages, and so wait together.
+export function together(title, cases) {
+    describe(title, {concurrency: true}, () => {
+        for (const [name, run] of cases) test(name, run);
+    });
+}
+
+// Waits until `read`, evaluated in the page again and again, gives what is expected; the difference when it never does.
+export async function eventually(page, read, expected, argument) {
+    const deadline = Date.now() + 15000;
+    let seen;
+    do {
+        seen = await page.evaluate(read, argument);
+        if (JSON.stringify(seen) === JSON.stringify(expected)) return;
+        await page.evaluate(() => new Promise((resolve) => requestAnimationFrame(resolve)));
+    } while (Date.now() < deadline);
+    assert.deepEqual(seen, expected);
+}
+
+// The letters of an enclosure's bays, "-" for an empty one.
+export const lettersOf = (page, enclosure) => page.locator('.enclosure', {
+    has: page.getByRole('heading', {name: `Enclosure ${enclosure}`, exact: true}),
+}).locator('.bay').evaluateAll((bays) => bays.map((bay) => bay.querySelector('.letter').textContent || '-').join(''));
+
+// The slots of the bays that are lit, "enclosure:slot".
+export const litBays = (page) => page.locator('.bay.lit').evaluateAll((bays) => bays.map((bay) => {
+    const enclosure = bay.closest('.enclosure').querySelector('h4').textContent.replace('Enclosure ', '');
+    return `${enclosure}:${bay.querySelector('.slot').textContent}`;
+}));
+
+// What a screen reader says of the thing that has the focus.
+export const focusedLabel = (page) => page.evaluate(() => document.activeElement.querySelector('.unseen')?.textContent);

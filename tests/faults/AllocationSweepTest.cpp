@@ -1,0 +1,85 @@
+// Every allocation of the provider's own fails once, and every thread that it wants to start.
+//
+// The linker hands the C library's allocating functions and pthread_create to the wrappers below; only calls made by
+// what is linked into this program pass through them, and of those only the provider uses these functions.
+#include "tests/faults/Sweep.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstdint>
+
+namespace {
+
+// What fails: the nth call from now on, counted over all threads.
+class Trap {
+public:
+    void Set(std::uint64_t point) {
+        calls = 0;
+        failing = point;
+    }
+    void Unset() { failing = UINT64_MAX; }
+    std::uint64_t Calls() const { return calls; }
+    bool Springs() { return calls.fetch_add(1) == failing; }
+
+private:
+    std::atomic<std::uint64_t> calls{0};
+    std::atomic<std::uint64_t> failing{UINT64_MAX};
+};
+
+Trap allocations;
+Trap threads;
+
+} // namespace
+
+extern "C" {
+void *__real_calloc(size_t count, size_t size);
+char *__real_strdup(const char *text);
+char *__real_strndup(const char *text, size_t most);
+int __real_pthread_create(pthread_t *thread, const pthread_attr_t *attr, void *(*start)(void *), void *argument);
+
+void *__wrap_calloc(size_t count, size_t size) { return allocations.Springs() ? nullptr : __real_calloc(count, size); }
+char *__wrap_strdup(const char *text) { return allocations.Springs() ? nullptr : __real_strdup(text); }
+char *__wrap_strndup(const char *text, size_t most) {
+    return allocations.Springs() ? nullptr : __real_strndup(text, most);
+}
+int __wrap_pthread_create(pthread_t *thread, const pthread_attr_t *attr, void *(*start)(void *), void *argument) {
+    return threads.Springs() ? EAGAIN : __real_pthread_create(thread, attr, start, argument);
+}
+}
+
+namespace support {
+namespace {
+
+void SweepTrap(Story &story, const char *what, Trap &trap, int logged = LOG_UPTO(LOG_INFO)) {
+    const LogMask quiet(logged);
+    trap.Set(UINT64_MAX - 1);
+    story.Tell();
+    const std::uint64_t points = trap.Calls();
+    trap.Unset();
+    story.ExpectNextLifeToBeWhole();
+    Sweep(
+        story, what, points, [&](std::uint64_t point) { trap.Set(point); },
+        [&] {
+            trap.Unset();
+            return true;
+        });
+}
+
+TEST(AllocationSweep, EachFailsOnceAndTheNextRefreshesRecover) {
+    Story story(SmallServer());
+    SweepTrap(story, "allocations", allocations);
+}
+
+TEST(AllocationSweep, EachFailsOnceWithNobodyListening) {
+    Story story(SmallServer());
+    SweepTrap(story, "allocations, unlogged", allocations, kSilent);
+}
+
+TEST(ThreadSweep, WithTwoOfThreeWorkersTheModelIsBuilt) {
+    Story story(SmallServer());
+    SweepTrap(story, "threads", threads);
+    SweepTrap(story, "threads, unlogged", threads, kSilent);
+}
+
+} // namespace
+} // namespace support

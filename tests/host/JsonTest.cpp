@@ -1,0 +1,62 @@
+#include "cim/host/Json.h"
+
+#include "tests/host/Samples.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace cim {
+namespace {
+
+TEST(Json, ValuesHaveTheirNaturalTypes) {
+    ObjectPath path;
+    path.nameSpace = "root/cimv2";
+    path.className = "CIM_X";
+    path.keys = {{"Name", Value::Text("a\"b")}};
+
+    struct Case {
+        Value value;
+        const char *json;
+    };
+    const Case cases[] = {
+        {Value::Boolean(true), "true"},
+        {Value::Unsigned(CMPI_uint64, std::numeric_limits<std::uint64_t>::max()), "18446744073709551615"},
+        {Value::Signed(CMPI_sint64, std::numeric_limits<std::int64_t>::min()), "-9223372036854775808"},
+        {Value::Unsigned(CMPI_uint8, 7), "7"},
+        {Value::Unsigned(CMPI_char16, 0xE4), "\"\u00e4\""},
+        {Value::Unsigned(CMPI_char16, 0x20AC), "\"\u20ac\""},
+        {Value::Unsigned(CMPI_char16, 0xD800), "\"\ufffd\""},
+        {Value::Real(CMPI_real64, 0.5), "0.5"},
+        {Value::Text("line\n"), "\"line\\n\""},
+        {Value::Text("\xc3("), "\"\ufffd(\""}, // no UTF-8
+        {Value::DateTime("20260105100211.000000+060"), "\"20260105100211.000000+060\""},
+        {Value::Null(CMPI_string), "null"},
+        {ListOf(3), "[3]"},
+        {Value::ArrayOf(CMPI_string, {}), "[]"},
+        {Value::Reference(path), R"("root/cimv2:CIM_X.Name=\"a\\\"b\"")"},
+    };
+    for (const auto &[value, json] : cases) EXPECT_EQ(Dump(ToJson(value), -1), json);
+}
+
+TEST(Json, AnObjectWithAnArrayForEachServedClass) {
+    Instances server;
+    server[kController] = {SampleController("c1", "R8i")};
+    const Json all = ToJson(server, nullptr);
+    std::vector<std::string> classes;
+    for (const auto &[name, array] : all.items()) classes.push_back(name);
+    EXPECT_EQ(classes, (std::vector<std::string>{"Zembra_QuarnelController", "Zembra_QuarnelSoftwareIdentity",
+                                                 "Zembra_QuarnelStorageVolume", "Zembra_QuarnelStorageExtent",
+                                                 "Zembra_QuarnelSASSATAPort", "Zembra_QuarnelBattery"}));
+    EXPECT_EQ(all["Zembra_QuarnelBattery"], Json::array());
+    ASSERT_EQ(all["Zembra_QuarnelController"].size(), 1u);
+    EXPECT_EQ(all["Zembra_QuarnelController"][0], Json::parse(R"json({
+        "path": "root/cimv2:Zembra_QuarnelController.Name=\"zbrControllerc1\"",
+        "properties": {"Name": "zbrControllerc1", "Caption": "Controller c1 (R8i)", "OperationalStatus": [2],
+                       "HealthState": 5}})json"));
+
+    EXPECT_EQ(Dump(ToJson(server, &kServedClasses[kPort]), -1), R"({"Zembra_QuarnelSASSATAPort":[]})");
+}
+
+} // namespace
+} // namespace cim

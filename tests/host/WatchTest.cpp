@@ -1,0 +1,120 @@
+// `quarnel watch` as a user runs it, with the quick clock.
+#include "tests/host/Process.h"
+#include "tests/host/Server.h"
+
+#include <gtest/gtest.h>
+#include <termios.h>
+
+#include <algorithm>
+#include <csignal>
+#include <regex>
+#include <sstream>
+
+namespace cim {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+const std::string kProgram = BinFolder() + "/quarnel-quick";
+
+std::vector<std::string> Watch(const Server &server, std::vector<std::string> more = {}) {
+    more.insert(more.begin(), {"watch", "--interval", "0.1", "--hardware", server.File()});
+    return more;
+}
+
+// Fails the disk in slot 1, takes the one without a slot away, and puts another there.
+void ChangeHardware(Server &server) {
+    auto &disks = server.Controller()["disks"];
+    disks[0]["status"] = "failed";
+    disks[2]["id"] = "d4";
+    disks[2]["status"] = "hot spare";
+    server.Save();
+}
+
+std::vector<std::string> LinesOf(const std::string &text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    return lines;
+}
+
+TEST(Watch, PrintsChangesAsLinesIntoAPipe) {
+    Server server(SmallServer());
+    Process watch(kProgram, Watch(server));
+    ASSERT_TRUE(watch.WaitForError("quarnel: watching")) << watch.Err();
+    ChangeHardware(server);
+    EXPECT_TRUE(watch.WaitFor("removed")) << watch.Out() << watch.Err();
+    EXPECT_TRUE(watch.WaitFor("\n"));
+    watch.Signal(SIGINT);
+    EXPECT_EQ(watch.Wait(), 0);
+    // One look saw all three, or several did.
+    std::vector<std::string> changes;
+    for (const auto &line : LinesOf(watch.Out())) {
+        const std::regex stamp(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d (.*))");
+        std::smatch match;
+        ASSERT_TRUE(std::regex_match(line, match, stamp)) << line;
+        changes.push_back(match[1]);
+    }
+    std::sort(changes.begin(), changes.end());
+    EXPECT_EQ(changes, (std::vector<std::string>{"disk zbrStorageExtc1_d1 ONLINE -> FAILED",
+                                                 "disk zbrStorageExtc1_d3 removed: UNCONFIGURED BAD",
+                                                 "disk zbrStorageExtc1_d4 appeared: HOT SPARE"}));
+}
+
+TEST(Watch, PrintsJsonLines) {
+    Server server(SmallServer());
+    Process watch(kProgram, Watch(server, {"--json", "--class", "battery"}));
+    ASSERT_TRUE(watch.WaitForError("watching")) << watch.Err();
+    server.Controller()["batteries"][0]["batteryStatus"] = "low";
+    server.Controller()["disks"][0]["status"] = "failed"; // not asked for
+    server.Save();
+    ASSERT_TRUE(watch.WaitFor("\n")) << watch.Out() << watch.Err();
+    watch.Signal(SIGTERM);
+    EXPECT_EQ(watch.Wait(), 0);
+    const auto lines = LinesOf(watch.Out());
+    ASSERT_EQ(lines.size(), 1u) << watch.Out();
+    const Json change = Json::parse(lines[0]);
+    EXPECT_EQ(change.at("event"), "changed");
+    EXPECT_EQ(change.at("id"), "zbrControllerBatteryc1_b");
+    EXPECT_EQ(change.at("changes"), Json::parse(R"({"BatteryStatus": {"from": 6, "to": 4}})"));
+}
+
+// The last screen: all of them would be long to read.
+std::string Last(const Process &watch) {
+    const auto start = watch.Out().rfind("\033[H");
+    return start == std::string::npos ? watch.Out() : watch.Out().substr(start);
+}
+
+TEST(Watch, RedrawsTheTablesAndLeavesTheTerminalAsItWas) {
+    Server server(SmallServer());
+    Process::Options options;
+    options.terminal = true;
+    Process watch(kProgram, Watch(server), options);
+    termios before{};
+    ASSERT_EQ(tcgetattr(watch.Terminal(), &before), 0);
+
+    ASSERT_TRUE(watch.WaitFor("\033[?1049h")) << Last(watch) << watch.Err(); // the second screen
+    ASSERT_TRUE(watch.WaitFor("UNCONFIGURED BAD")) << Last(watch);
+    ChangeHardware(server);
+    // Marked as failed and as changed; the removed one is listed with the time.
+    EXPECT_TRUE(watch.WaitFor("!!* c1          8             1  d1")) << Last(watch);
+    ASSERT_TRUE(watch.WaitFor("Removed")) << Last(watch);
+    EXPECT_TRUE(watch.WaitFor(" disk zbrStorageExtc1_d3 removed: UNCONFIGURED BAD")) << Last(watch);
+    // The mark goes with the next look at the same state.
+    EXPECT_TRUE(watch.WaitFor("!!  c1          8             1  d1")) << Last(watch);
+
+    watch.Type("\x03"); // Ctrl-C
+    EXPECT_EQ(watch.Wait(), 0);
+    const std::string end = "\033[?25h\033[?1049l"; // the cursor, and what was there before
+    ASSERT_GE(watch.Out().size(), end.size());
+    EXPECT_EQ(watch.Out().substr(watch.Out().size() - end.size()), end);
+    EXPECT_EQ(watch.Out().find("\033[?1049l"), watch.Out().size() - std::string("\033[?1049l").size());
+    termios after{};
+    ASSERT_EQ(tcgetattr(watch.Terminal(), &after), 0);
+    EXPECT_EQ(after.c_lflag, before.c_lflag);
+    EXPECT_EQ(after.c_iflag, before.c_iflag);
+    EXPECT_EQ(after.c_oflag, before.c_oflag);
+}
+
+} // namespace
+} // namespace cim

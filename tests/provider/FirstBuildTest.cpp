@@ -1,0 +1,235 @@
+// The first build: every device of every controller, once, in the background.
+#include "tests/provider/Linked.h"
+
+#include <algorithm>
+#include <gmock/gmock.h>
+#include <set>
+#include <thread>
+
+using namespace support;
+using cim::FaultRule;
+using cim::Operation;
+using testing::ElementsAre;
+
+namespace {
+
+// Devices of the given classes, in that order. None of them has what a builder of disks or volumes needs.
+Hardware Devices(const std::vector<std::string> &classes) {
+    Hardware hardware = Hardware().WithController("c0");
+    int id = 0;
+    for (const std::string &className : classes) hardware.WithDevice(std::to_string(id++), className);
+    return hardware;
+}
+
+std::vector<std::string> Sorted(std::vector<std::string> texts) {
+    std::sort(texts.begin(), texts.end());
+    return texts;
+}
+
+} // namespace
+
+TEST(DeviceKinds, AreFoundBySubclassWithNoMoreClassTestsThanTheMemoryNeeds) {
+    const std::string volume = "Sim_StorageVolume", disk = "Sim_DiskDrive", battery = "Sim_Battery",
+                      port = "Sim_SASSATAPort", fan = "Sim_Fan", acme = "Sim_AcmeDiskDrive";
+    const struct {
+        std::vector<std::string> classes;
+        std::vector<int> codes;
+        std::uint64_t tests; // a volume costs one, a port two, a disk three, a battery and anything else four
+    } cases[] = {
+        {{volume, disk, volume, disk, battery}, {1, 3, 1, 3, 4}, 8},
+        {{disk, disk, disk}, {3, 3, 3}, 3},
+        {{port, battery, port, battery}, {2, 4, 2, 4}, 6},
+        {{fan, fan, fan}, {99, 99, 99}, 4},
+        {{fan, disk, fan}, {99, 3, 99}, 11},
+        {{acme, disk, disk, acme}, {3, 3, 3, 3}, 9}, // one name a kind is kept
+        {{}, {}, 0},
+    };
+    for (const auto &test : cases) {
+        SCOPED_TRACE(testing::PrintToString(test.classes));
+        LinkedBench bench(Devices(test.classes));
+        const auto tests = bench.Inject(Rule(Operation::ClassPathIsA));
+        bench.Start();
+        EXPECT_EQ(bench.Broker().Faults().Matched(tests), test.tests);
+        std::vector<int> codes;
+        for (const std::string &line : LogCapture::Texts("BuildLogicalDeviceInfo: (*)root/sim:*", LOG_DEBUG))
+            codes.push_back(std::stoi(line.substr(line.find('(') + 1)));
+        EXPECT_EQ(codes, test.codes);
+        const auto jobs = std::count_if(test.codes.begin(), test.codes.end(), [](int code) { return code != 99; });
+        EXPECT_TRUE(LoggedTimes(static_cast<std::size_t>(jobs), LOG_DEBUG, "Added to FIFO: *\n"));
+        EXPECT_TRUE(RefreshesMayBegin());
+        bench.ExpectOnlyRecordsAlive();
+    }
+}
+
+TEST(DeviceKinds, OfAVendorsOwnClassesAreBuiltLikeAnyOther) {
+    LinkedBench bench(Hardware()
+                          .WithController("c0", {{"classPrefix", "Sim_Acme"}})
+                          .WithPool("p")
+                          .WithDisk("d", {{"pool", "p"}})
+                          .WithVolume("v", {{"pool", "p"}})
+                          .WithPort("p")
+                          .WithBattery("b")
+                          .WithDevice("f", "Sim_Fan"));
+    bench.Start();
+    for (const char *className : kServedClasses) EXPECT_EQ(bench.Identifiers(className).size(), 1u) << className;
+    EXPECT_TRUE(Logged(LOG_DEBUG, "BuildLogicalDeviceInfo: (3)*Sim_AcmeDiskDrive*\n"));
+}
+
+TEST(FirstBuild, EndsAlsoWhenTheDevicesCannotBeListed) {
+    for (const auto effect : {FaultRule::Effect::Fail, FaultRule::Effect::NullWithOk, FaultRule::Effect::Empty}) {
+        LinkedBench bench(OneOfEach());
+        bench.Inject(Rule(Operation::Associators).Along("CIM_SystemDevice").Does(effect));
+        bench.Start();
+        EXPECT_EQ(LogCapture::Count(LOG_ERR, "Associators *Sim_ComputerSystem* (assocClass: CIM_SystemDevice, "
+                                             "resultClass: NULL) failed, status: rc 1, msg NULL"),
+                  effect == FaultRule::Effect::Fail ? 1u : 0u);
+        EXPECT_TRUE(RefreshesMayBegin());
+        EXPECT_EQ(TheController()->PoolList->Size, 2u);
+        EXPECT_TRUE(LoggedInOrder({"BuildLogicalDeviceInfo, DONE...\n", "BuildLogicalDeviceInfo, exit...\n",
+                                   "DoBuildDeviceInfoAsync done."}));
+    }
+}
+
+TEST(FirstBuild, TakesOneControllerAfterTheOtherPoolsAndChassisFirst) {
+    LinkedBench bench(OneOfEach().WithController("c1").WithPool("p").WithDisk("d", {{"pool", "p"}}).WithBattery("b"));
+    bool done = false;
+    FaultRule second = Rule(Operation::Associators).Along("CIM_HostedStoragePool").After(1);
+    second.hook = [&](const cim::Call &) { done = RefreshesMayBegin(); };
+    bench.Inject(second);
+    bench.Broker().LogCalls(true);
+    bench.Start();
+    // Refreshes may begin as soon as the first controller is complete.
+    EXPECT_TRUE(done);
+    std::vector<std::string> walks;
+    for (const cim::Call &call : bench.Broker().TakeCalls())
+        if (call.className == "Sim_ComputerSystem" && call.associationClass != "CIM_ElementSoftwareIdentity")
+            walks.push_back(call.path.substr(call.path.find("Name=\"c") + 6, 2) + " " + call.associationClass);
+    EXPECT_THAT(walks, ElementsAre("c0 CIM_HostedStoragePool", "c0 CIM_SystemPackaging", "c0 CIM_SystemDevice",
+                                   "c1 CIM_HostedStoragePool", "c1 CIM_SystemPackaging", "c1 CIM_SystemDevice"));
+    EXPECT_THAT(bench.Identifiers(kExtent), ElementsAre("zbrStorageExtc0_d0", "zbrStorageExtc1_d"));
+}
+
+TEST(FirstBuild, WaitsForRoomInTheQueueAndDropsNothing) {
+    for (const int disks : {30, 240, 1000}) {
+        // Every look-up of a list logs each record at debug level: too much for so many.
+        const LogMask quiet(LOG_UPTO(disks > 30 ? LOG_WARNING : LOG_DEBUG));
+        Hardware hardware = OneController();
+        std::set<std::string> expected;
+        for (int i = 0; i < disks; ++i) {
+            hardware.WithDisk(std::to_string(i), {{"pool", "dg0"}});
+            expected.insert("zbrStorageExtc0_" + std::to_string(i));
+        }
+        LinkedBench bench(hardware);
+        if (disks == 30)
+            bench.Inject(Rule(Operation::Associators).Along("CIM_MediaPresent").Takes(std::chrono::milliseconds(10)));
+        bench.Start();
+        const auto built = bench.Identifiers(kExtent);
+        EXPECT_EQ(built.size(), expected.size());
+        EXPECT_EQ(std::set<std::string>(built.begin(), built.end()), expected);
+        if (disks == 30) {
+            EXPECT_TRUE(Logged(LOG_ERR, "BuildLogicalDeviceInfo: FIFO full, waiting...\n"));
+        }
+        StoragePool_t *pool = FindStoragePoolByID(TheController(), "Sim:c0:pool:dg0");
+        EXPECT_EQ(pool->Drives->Size, static_cast<std::uint32_t>(disks));
+        bench.ExpectOnlyRecordsAlive();
+    }
+}
+
+TEST(FirstBuild, LeavesADeviceWhoseJobCannotBeMadeToTheNextRefresh) {
+    LinkedBench bench(Hardware().WithController("c0").WithPort("p0").WithPort("p1").WithPort("p2"));
+    bench.Inject(Rule(Operation::Clone).From("Sim_SASSATAPort").Times(1).Fails());
+    bench.StartInOrder();
+    EXPECT_THAT(bench.Identifiers(kPort), ElementsAre("zbrPortc0_p1", "zbrPortc0_p2"));
+    EXPECT_TRUE(LoggedTimes(1, LOG_ERR, "BuildLogicalDeviceInfo, failed to allocate threadArgs\n"));
+    TestClock::Advance(StateUpdateInterval);
+    bench.Refresh(kPort);
+    EXPECT_THAT(Sorted(bench.Identifiers(kPort)), ElementsAre("zbrPortc0_p0", "zbrPortc0_p1", "zbrPortc0_p2"));
+    bench.ExpectOnlyRecordsAlive();
+}
+
+TEST(FirstBuild, AnswersRequestsFromWhatIsThereMeanwhile) {
+    LinkedBench bench(OneOfEach().WithDisk("d1", {{"pool", "dg0"}}));
+    Gate gate;
+    // The last step of the second disk.
+    bench.Inject(Rule(Operation::AssociatorNames).Along("CIM_ConcreteComponent").After(1).Passes(gate));
+    bench.Load();
+    ASSERT_TRUE(gate.WaitFor(1));
+    EXPECT_TRUE(Eventually([&] { return bench.Identifiers(kBattery).size() == 1; }));
+    EXPECT_EQ(bench.Identifiers(kExtent).size(), 1u);
+    LogCapture::Clear();
+    EXPECT_EQ(bench.Identifiers(kVolume).size(), 1u);
+    EXPECT_TRUE(LoggedTimes(1, LOG_DEBUG,
+                            "HandleDeviceConfigChange: BuildDeviceInfoAsync is still running, skip action 101\n"));
+    gate.Open();
+    ASSERT_TRUE(WorkersIdle());
+    EXPECT_EQ(bench.Identifiers(kExtent).size(), 2u);
+}
+
+TEST(FirstBuild, IsEndedByAnUnloadWithTheUpCallThatIsRunning) {
+    Hardware hardware = OneOfEach();
+    for (int i = 0; i < 40; ++i) hardware.WithDisk("more" + std::to_string(i), {{"pool", "dg0"}});
+    for (const char *association : {"CIM_HostedStoragePool", "CIM_SystemPackaging", "CIM_SystemDevice",
+                                    "CIM_MediaPresent", "CIM_ConcreteComponent", "CIM_AllocatedFromStoragePool"}) {
+        SCOPED_TRACE(association);
+        LinkedBench bench(hardware);
+        Gate gate;
+        bench.Inject(Rule{Operation::Associators, Operation::AssociatorNames}.Along(association).Passes(gate));
+        bench.Load();
+        ASSERT_TRUE(gate.WaitFor(1));
+        std::thread unloading([&] { EXPECT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_OK); });
+        ASSERT_TRUE(Eventually([] { return TerminateThread == 1; }));
+        // What else was in an up-call when the stop came is through in a moment; then only the gate is left.
+        bench.Broker().WaitForBackground(std::chrono::milliseconds(20), std::chrono::milliseconds(60));
+        bench.Broker().LogCalls(true);
+        gate.Open();
+        unloading.join();
+        for (const cim::Call &call : bench.Broker().TakeCalls())
+            EXPECT_TRUE(call.operation == Operation::DetachThread || call.associationClass == association ||
+                        call.operation == Operation::PrepareAttachThread || call.operation == Operation::AttachThread)
+                << cim::NameOf(call.operation) << " " << call.associationClass;
+        EXPECT_EQ(bench.Broker().Live().clones, 0u);
+        EXPECT_TRUE(NotLogged(LOG_ERR, "No pool associated with *"));
+    }
+}
+
+TEST(FirstBuild, ListsADeviceOnceThatARefreshWasQuickerToBuild) {
+    LinkedBench bench(OneController()
+                          .WithController("c1")
+                          .WithPool("p")
+                          .WithDisk("d", {{"pool", "p"}})
+                          .WithVolume("v", {{"pool", "p"}}));
+    Gate gate;
+    bench.Inject(Rule(Operation::Associators).Along("CIM_HostedStoragePool").After(1).Times(1).Passes(gate));
+    bench.Load();
+    ASSERT_TRUE(gate.WaitFor(1)); // c0 is complete, c1 is to come
+    TestClock::Advance(StateUpdateInterval);
+    bench.Identifiers(kVolume);
+    ASSERT_TRUE(Eventually([&] { return bench.Identifiers(kVolume).size() == 1; }));
+    LogCapture::Clear();
+    gate.Open();
+    ASSERT_TRUE(WorkersIdle());
+    EXPECT_TRUE(LoggedTimes(3, LOG_DEBUG, "root/sim:* is in the model already\n")); // pool, disk, volume
+    EXPECT_THAT(bench.Identifiers(kVolume), ElementsAre("zbrStorageVolumec1_v"));
+    EXPECT_THAT(bench.Identifiers(kExtent), ElementsAre("zbrStorageExtc1_d"));
+    EXPECT_EQ(TheController(1)->PoolList->Size, 1u);
+    bench.ExpectOnlyRecordsAlive();
+}
+
+TEST(FirstBuild, ReleasesWhatAJobOfAnUnknownKindOwns) {
+    LinkedBench bench(OneController());
+    bench.Start();
+    {
+        const Invocation call(bench);
+        const CMPIObjectPath *path = call.Path("Sim_Fan");
+        CMPIInstance *instance = bench.Broker().Handle()->eft->newInstance(bench.Broker().Handle(), path, nullptr);
+        auto *job = static_cast<Thread_Args_t *>(calloc(1, sizeof(Thread_Args_t)));
+        job->Func = ProcessBuildLogicalDeviceInfo;
+        job->Arg0 = reinterpret_cast<uintptr_t>(TheController());
+        job->Arg3 = reinterpret_cast<uintptr_t>(path->ft->clone(path, nullptr));
+        job->Arg4 = reinterpret_cast<uintptr_t>(instance->ft->clone(instance, nullptr));
+        job->Arg5 = 7;
+        ProcessBuildLogicalDeviceInfo(nullptr, job);
+    }
+    EXPECT_TRUE(LoggedTimes(1, LOG_ERR, "ProcessBuildLogicalDeviceInfo: invalid type 7\n"));
+    bench.ExpectOnlyRecordsAlive();
+}

@@ -1,0 +1,359 @@
+// What clients ask for: names, instances, one instance; identifiers and the keys that carry them.
+#include "tests/provider/Linked.h"
+
+#include <algorithm>
+#include <cctype>
+#include <future>
+#include <gmock/gmock.h>
+
+using namespace support;
+using cim::FaultRule;
+using cim::Operation;
+using testing::ElementsAre;
+
+namespace {
+
+std::string InLetters(std::string text, int (*convert)(int)) {
+    for (char &c : text) c = static_cast<char>(convert(static_cast<unsigned char>(c)));
+    return text;
+}
+
+// A device of each kind with the given DeviceID, under a controller of the given DeviceID.
+Hardware Named(const std::string &controller, const std::string &device) {
+    return Hardware()
+        .WithController(controller)
+        .WithPool("free", {{"primordial", true}})
+        .WithDisk(device)
+        .WithVolume(device, {{"pool", "free"}})
+        .WithPort(device)
+        .WithBattery(device);
+}
+
+const struct {
+    const char *className, *prefix;
+} kDeviceClasses[] = {
+    {kVolume, "zbrStorageVolume"},
+    {kExtent, "zbrStorageExt"},
+    {kPort, "zbrPort"},
+    {kBattery, "zbrControllerBattery"},
+};
+
+// Where a request that is made directly sends its answer.
+struct ResultSink {
+    static ResultSink &Of(const CMPIResult *result) { return *static_cast<ResultSink *>(result->hdl); }
+    static CMPIStatus Path(const CMPIResult *result, const CMPIObjectPath *) {
+        ++Of(result).returned;
+        return kOk;
+    }
+    static CMPIStatus Instance(const CMPIResult *result, const CMPIInstance *) {
+        ++Of(result).returned;
+        return kOk;
+    }
+    static CMPIStatus Done(const CMPIResult *result) {
+        ++Of(result).done;
+        return kOk;
+    }
+
+    int returned = 0, done = 0;
+    CMPIResultFT table = {100, nullptr, nullptr, nullptr, Instance, Path, Done};
+    CMPIResult result = {this, &table};
+};
+
+} // namespace
+
+TEST(Names, CarryTheServedClassAndMadeUpKeys) {
+    LinkedBench bench(Named("c1", "2"));
+    bench.Start();
+    EXPECT_THAT(bench.Identifiers(kController), ElementsAre("zbrControllerc1"));
+    EXPECT_THAT(bench.Identifiers(kSoftware), ElementsAre("zembra:ControllerSoftwarec1"));
+    for (const auto &device : kDeviceClasses) {
+        const auto names = bench.Broker().EnumerateInstanceNames(kNameSpace, device.className);
+        ASSERT_EQ(names.value.size(), 1u) << device.className;
+        const cim::ObjectPath &path = names.value[0];
+        EXPECT_EQ(path.nameSpace, kNameSpace);
+        EXPECT_EQ(path.className, device.className);
+        ASSERT_EQ(path.keys.size(), 4u);
+        EXPECT_EQ(Shown(path.Key("SystemCreationClassName")), GetSystemClassName());
+        EXPECT_EQ(Shown(path.Key("SystemName")), GetSystemName());
+        EXPECT_EQ(Shown(path.Key("CreationClassName")), device.className);
+        EXPECT_EQ(Shown(path.Key("DeviceID")), device.prefix + std::string("c1_2"));
+    }
+}
+
+TEST(Names, OfInstancesAndOfTheirEnumerationAgreeAndLeadBackToThem) {
+    LinkedBench bench(Named("c1", "A_0"));
+    bench.Start();
+    for (const char *className : kServedClasses) {
+        const auto names = bench.Broker().EnumerateInstanceNames(kNameSpace, className);
+        const auto instances = bench.Enumerate(className);
+        ASSERT_EQ(names.value.size(), 1u) << className;
+        ASSERT_EQ(instances.size(), 1u) << className;
+        EXPECT_EQ(instances[0].path, names.value[0]);
+        const auto got = bench.Broker().GetInstance(names.value[0]);
+        ASSERT_TRUE(got.Ok()) << className;
+        EXPECT_EQ(got.value.path, names.value[0]);
+        EXPECT_EQ(Shown(got.value, "Caption"), Shown(instances[0], "Caption"));
+    }
+}
+
+TEST(ClassNames, AreMatchedWithoutRegardToCaseAndAnsweredAsTheyAreServed) {
+    LinkedBench bench(Named("c1", "2"));
+    bench.Start();
+    const Invocation call(bench);
+    for (const char *className : kServedClasses) {
+        for (const auto convert : {tolower, toupper}) {
+            const std::string asked = InLetters(className, convert);
+            const auto names = bench.Broker().EnumerateInstanceNames(kNameSpace, asked);
+            ASSERT_EQ(names.value.size(), 1u) << asked;
+            EXPECT_EQ(names.value[0].className, className);
+            cim::ObjectPath path = names.value[0];
+            path.className = asked;
+            const auto got = bench.Broker().GetInstance(path);
+            ASSERT_TRUE(got.Ok()) << asked;
+            EXPECT_EQ(got.value.path.className, className);
+        }
+    }
+}
+
+TEST(GetInstance, AnswersNotFoundForEveryMalformedOrUnknownKeyAndSaysWhy) {
+    const char *silent = nullptr;
+    const struct {
+        const char *className, *key, *error;
+    } cases[] = {
+        {kController, "zbrController", "No valid info in key key zbrController\n"},
+        {kController, "ZBRCONTROLLERc1", silent},
+        {kController, "c1", silent},
+        {kController, "zbrControllerBatteryc1_2", ""}, // well formed, of a controller that is not there
+        {kController, "zbrControllerC1", ""},
+        {kSoftware, "zembra:ControllerSoftware", "No valid info in key key zembra:ControllerSoftware\n"},
+        {kSoftware, "zembra:controllersoftwarec1", silent},
+        {kSoftware, "zembra:ControllerSoftwarec1_2", ""},
+        {kVolume, "zbrStorageVolume", "No valid info in key key zbrStorageVolume\n"},
+        {kVolume, "zbrStorageVolumec1", "Device ID not found in key zbrStorageVolumec1\n"},
+        {kVolume, "zbrStorageVolume_2", "Controller ID not found in key zbrStorageVolume_2\n"},
+        {kVolume, "zbrStorageVolumec1_", "Device ID empty in key zbrStorageVolumec1_\n"},
+        {kVolume, "zbrStorageVolume_", "Controller ID not found in key zbrStorageVolume_\n"},
+        {kExtent, "zbrStorageExt_5", "Controller ID not found in key zbrStorageExt_5\n"},
+        {kExtent, "zbrStorageExtc1_20", ""},
+        {kExtent, "zbrStorageExtc1__2", ""},
+        {kPort, "ZBRPORTc1_2", silent},
+        {kPort, "zbrPortc2_2", ""},
+        {kBattery, "zbrControllerBatteryc12", "Device ID not found in key zbrControllerBatteryc12\n"},
+        {kBattery, "", silent},
+    };
+    LinkedBench bench(Named("c1", "2"));
+    bench.Start();
+    for (const auto &test : cases) {
+        SCOPED_TRACE(std::string(test.className) + " " + test.key);
+        LogCapture::Clear();
+        EXPECT_EQ(bench.Get(test.className, test.key).status.rc, CMPI_RC_ERR_NOT_FOUND);
+        const bool malformed = test.error == silent || *test.error != '\0';
+        EXPECT_EQ(LogCapture::Count(LOG_ERR, std::string("Object path *") + test.className + "*invalid\n"),
+                  malformed ? 1u : 0u);
+        if (test.error != silent && malformed) {
+            EXPECT_TRUE(Logged(LOG_ERR, test.error));
+        }
+        EXPECT_EQ(LogCapture::Texts("*", LOG_ERR).size(), malformed ? (test.error == silent ? 1u : 2u) : 0u);
+        EXPECT_TRUE(LoggedTimes(1, LOG_DEBUG, "QuarnelProviderGetInstance: exiting\n"));
+    }
+}
+
+TEST(GetInstance, WithoutItsKeySaysWhichOneIsMissing) {
+    LinkedBench bench(Named("c1", "2"));
+    bench.Start();
+    for (const char *className : kServedClasses) {
+        LogCapture::Clear();
+        const cim::ObjectPath path{{}, kNameSpace, className, {{"SystemName", Text("x")}}};
+        EXPECT_EQ(bench.Broker().GetInstance(path).status.rc, CMPI_RC_ERR_NOT_FOUND);
+        EXPECT_TRUE(Logged(LOG_ERR, IdentifyingKey(className) + " key not found in object path *" + className + "*\n"));
+        EXPECT_TRUE(Logged(LOG_ERR, "Object path * invalid\n"));
+    }
+}
+
+TEST(GetInstance, LooksAtTheIdentifyingKeyAlone) {
+    LinkedBench bench(Named("c1", "2"));
+    bench.Start();
+    for (const auto &device : kDeviceClasses) {
+        const cim::ObjectPath path{{},
+                                   kNameSpace,
+                                   device.className,
+                                   {{"SystemName", Text("elsewhere")},
+                                    {"CreationClassName", Text("CIM_Nothing")},
+                                    {"DeviceID", Text(device.prefix + std::string("c1_2"))}}};
+        const auto got = bench.Broker().GetInstance(path);
+        ASSERT_TRUE(got.Ok()) << device.className;
+        EXPECT_EQ(Shown(got.value.path.Key("SystemName")), GetSystemName());
+        EXPECT_EQ(Shown(got.value.path.Key("CreationClassName")), device.className);
+    }
+}
+
+TEST(Identifiers, AreSplitAtTheFirstUnderscore) {
+    const struct {
+        const char *controller, *device;
+        bool found; // by its own path
+    } cases[] = {
+        {"c1", "A_0", true}, {"c1", "_", true}, {"0", "5", true}, {"c_1", "5", false}, {"c1", "252:4", true},
+    };
+    for (const auto &test : cases) {
+        SCOPED_TRACE(std::string(test.controller) + " " + test.device);
+        LinkedBench bench(Named(test.controller, test.device));
+        bench.Start();
+        for (const auto &device : kDeviceClasses) {
+            const std::string identifier = device.prefix + std::string(test.controller) + "_" + test.device;
+            EXPECT_THAT(bench.Identifiers(device.className), ElementsAre(identifier));
+            EXPECT_EQ(bench.Get(device.className, identifier).Ok(), test.found) << identifier;
+        }
+        EXPECT_TRUE(bench.Get(kController, "zbrController" + std::string(test.controller)).Ok());
+        EXPECT_TRUE(bench.Get(kSoftware, "zembra:ControllerSoftware" + std::string(test.controller)).Ok());
+    }
+}
+
+TEST(Identifiers, AreCutAt255BytesAndThenLeadNowhere) {
+    const std::string controller(100, 'c'), device(200, 'd');
+    LinkedBench bench(Named(controller, device));
+    bench.Start();
+    const std::string whole = "zbrStorageExt" + controller + "_" + device;
+    EXPECT_THAT(bench.Identifiers(kExtent), ElementsAre(whole.substr(0, 255)));
+    EXPECT_EQ(bench.Get(kExtent, whole.substr(0, 255)).status.rc, CMPI_RC_ERR_NOT_FOUND);
+    EXPECT_TRUE(bench.Get(kExtent, whole).Ok());
+}
+
+TEST(Requests, ForUnservedClassesOrWithoutAPathAreAnsweredWithoutTheModel) {
+    LinkedBench bench(Named("c1", "2"));
+    bench.Start();
+    // Called directly: a broker that knows where classes are served sends no such request.
+    const Invocation call(bench);
+    CMPIInstanceMI *mi = QuarnelProvider_Create_InstanceMI(bench.Broker().Handle(), call.Context(), nullptr);
+    const CMPIObjectPath *path = call.Path("CIM_StorageVolume", {{"DeviceID", Text("zbrStorageVolumec1_2")}});
+    const struct {
+        const CMPIObjectPath *path;
+        CMPIrc enumerated, got;
+        int done;
+        std::vector<std::string> errors;
+    } cases[] = {
+        {path,
+         CMPI_RC_OK,
+         CMPI_RC_ERR_INVALID_CLASS,
+         2,
+         {"QuarnelProviderEnumInstanceNames: unsupported class CIM_StorageVolume\n",
+          "QuarnelProviderEnumInstances: unsupported class CIM_StorageVolume\n",
+          "QuarnelProviderGetInstance: unsupported class CIM_StorageVolume\n"}},
+        {nullptr, CMPI_RC_ERR_INVALID_PARAMETER, CMPI_RC_ERR_INVALID_PARAMETER, 0, {}},
+    };
+    for (const auto &test : cases) {
+        LogCapture::Clear();
+        ResultSink sink;
+        EXPECT_EQ(mi->ft->enumerateInstanceNames(mi, call.Context(), &sink.result, test.path).rc, test.enumerated);
+        EXPECT_EQ(mi->ft->enumerateInstances(mi, call.Context(), &sink.result, test.path, nullptr).rc, test.enumerated);
+        EXPECT_EQ(mi->ft->getInstance(mi, call.Context(), &sink.result, test.path, nullptr).rc, test.got);
+        EXPECT_EQ(sink.returned, 0);
+        EXPECT_EQ(sink.done, test.done);
+        EXPECT_EQ(LogCapture::Texts("*", LOG_ERR), test.errors);
+        EXPECT_TRUE(LoggedTimes(test.path == nullptr ? 3 : 0, LOG_DEBUG, "*: ObjectPath - NULL\n"));
+    }
+}
+
+TEST(Requests, AreFinishedOnlyWhenTheyAreAnswered) {
+    LinkedBench bench(Named("c1", "2"));
+    bench.Start();
+    const Invocation call(bench);
+    CMPIInstanceMI *mi = QuarnelProvider_Create_InstanceMI(bench.Broker().Handle(), call.Context(), nullptr);
+    const struct {
+        const char *key;
+        CMPIrc rc;
+        int returned, done;
+    } cases[] = {
+        {"zbrPortc1_2", CMPI_RC_OK, 1, 1},
+        {"zbrPortc1_3", CMPI_RC_ERR_NOT_FOUND, 0, 0},
+        {"zbrPort", CMPI_RC_ERR_NOT_FOUND, 0, 0},
+    };
+    for (const auto &test : cases) {
+        ResultSink sink;
+        const CMPIStatus status = mi->ft->getInstance(mi, call.Context(), &sink.result,
+                                                      call.Path(kPort, {{"DeviceID", Text(test.key)}}), nullptr);
+        EXPECT_EQ(status.rc, test.rc) << test.key;
+        EXPECT_EQ(status.msg, nullptr) << test.key;
+        EXPECT_EQ(sink.returned, test.returned) << test.key;
+        EXPECT_EQ(sink.done, test.done) << test.key;
+    }
+}
+
+TEST(PropertyLists, RestrictWhatIsReturnedAndChangeNothingElse) {
+    LinkedBench bench(Named("c1", "2"));
+    bench.Start();
+    const std::vector<std::string> wanted = {"caption", "OperationalStatus", "NoSuchProperty"};
+    for (const char *className : {kController, kVolume, kExtent, kPort, kBattery}) {
+        const auto all = bench.Enumerate(className);
+        const auto some = bench.Broker().EnumerateInstances(kNameSpace, className, &wanted);
+        const auto one = bench.Broker().GetInstance(all.at(0).path, &wanted);
+        ASSERT_EQ(some.value.size(), 1u) << className;
+        ASSERT_TRUE(one.Ok());
+        for (const cim::Instance *instance : {&some.value[0], &one.value}) {
+            EXPECT_EQ(Shown(*instance, "Caption"), Shown(all[0], "Caption"));
+            EXPECT_EQ(Shown(*instance, "OperationalStatus"), "{2}");
+            EXPECT_EQ(instance->Property("ElementName"), nullptr);
+            EXPECT_EQ(instance->Property("HealthState"), nullptr);
+            EXPECT_EQ(instance->path, all[0].path);
+        }
+    }
+}
+
+TEST(Requests, AreLoggedWithTheirPathAndClass) {
+    LinkedBench bench(Named("c1", "2"));
+    bench.Start();
+    LogCapture::Clear();
+    bench.Identifiers(kPort);
+    bench.Enumerate(kPort);
+    bench.Get(kPort, "zbrPortc1_2");
+    for (const std::string operation :
+         {"QuarnelProviderEnumInstanceNames", "QuarnelProviderEnumInstances", "QuarnelProviderGetInstance"})
+        EXPECT_TRUE(LoggedInOrder({operation + ": ObjectPath - root/cimv2:Zembra_QuarnelSASSATAPort*\n",
+                                   operation + ": Zembra_QuarnelSASSATAPort\n", operation + ": exiting\n"}));
+}
+
+TEST(Requests, ForControllersTakeNoLockAndThoseForDevicesOnlyTheirControllersOwn) {
+    LinkedBench bench(Named("c1", "2"));
+    bench.Start();
+    RaidController_t *ctrl = TheController();
+    const auto answered = [&](const char *className) {
+        return std::async(std::launch::async, [&bench, className] { return bench.Enumerate(className).size(); });
+    };
+    std::future<std::size_t> device;
+    {
+        const ControllerLock lock(ctrl->CtrlMutex);
+        for (const char *className : {kController, kSoftware}) EXPECT_EQ(answered(className).get(), 1u);
+        device = answered(kPort);
+        EXPECT_EQ(device.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+    }
+    EXPECT_EQ(device.get(), 1u);
+    for (Mutex_t *kind : {&ctrl->DiskCfgMutex, &ctrl->VolumeCfgMutex, &ctrl->PortCfgMutex, &ctrl->BatteryCfgMutex,
+                          &ctrl->PoolCfgMutex, &ctrl->ChassisCfgMutex}) {
+        const KindLock lock(*kind);
+        for (const char *className : kServedClasses) EXPECT_EQ(answered(className).get(), 1u);
+    }
+}
+
+TEST(Requests, LeaveOutWhatCannotBeMadeAndAnswerTheRest) {
+    LinkedBench bench(Named("c1", "2").WithPort("3").WithPort("4"));
+    bench.StartInOrder();
+    for (const Operation operation : {Operation::NewObjectPath, Operation::NewInstance}) {
+        const auto fault = bench.Inject(Rule(operation).From(kPort).After(1).Times(1).Fails());
+        EXPECT_THAT(bench.Column(kPort, "Caption"), ElementsAre("2 on Controller c1", "4 on Controller c1"));
+        bench.Broker().Faults().Remove(fault);
+    }
+    EXPECT_EQ(bench.Enumerate(kPort).size(), 3u);
+}
+
+TEST(Requests, StillCarryADeviceIdentifierWhenTheHostHasNoName) {
+    LinkedBench bench(Named("c1", "2"));
+    FaultRule rule = Rule(Operation::GetProperty).From("OMC_UnitaryComputerSystem");
+    rule.rewrite = [](const std::string &, CMPIData &answer, CMPIStatus &status) {
+        answer = {CMPI_null, CMPI_notFound, {}};
+        status.rc = CMPI_RC_ERR_NO_SUCH_PROPERTY;
+    };
+    bench.Inject(rule);
+    bench.Start();
+    EXPECT_TRUE(Logged(LOG_DEBUG, "SYSTEM INFO: HostName NULL, SystemName NULL, SystemClassName NULL\n"));
+    EXPECT_THAT(bench.Identifiers(kPort), ElementsAre("zbrPortc1_2"));
+    EXPECT_TRUE(bench.Get(kPort, "zbrPortc1_2").Ok());
+}

@@ -1,0 +1,188 @@
+// Vendors at their worst: texts of any bytes, endless lists, doubled devices, devices that are taken for others,
+// hardware that changes while it is read.
+#include "tests/provider/Answers.h"
+
+#include <gmock/gmock.h>
+
+using namespace support;
+using cim::Operation;
+using testing::ElementsAre;
+using testing::UnorderedElementsAre;
+
+TEST(Vendors, TextsAreTakenAsTheBytesThatTheyAre) {
+    const std::string longText(100'000, 'x');
+    const struct {
+        std::string text;
+        std::string caption; // of a port of that name
+    } cases[] = {
+        {"", " on Controller c0"},
+        {"%s%n%d", "%s%n%d on Controller c0"},
+        {"a\nb\r\tc", "a\nb\r\tc on Controller c0"},
+        {"\xc3\x28\xff\x80", "\xc3\x28\xff\x80 on Controller c0"}, // no UTF-8
+        {longText, longText.substr(0, 127)},
+        // Cut where a character ends, of two, three and four bytes.
+        {std::string(126, 'x') + "\xc3\xa9", std::string(126, 'x')},
+        {std::string(125, 'x') + "\xe2\x82\xac", std::string(125, 'x')},
+        {std::string(126, 'x') + "\xe2\x82\xac", std::string(126, 'x')},
+        {std::string(124, 'x') + "\xf0\x9f\x92\xbe", std::string(124, 'x')},
+        {std::string(124, 'x') + "\xe2\x82\xac" + "yy", std::string(124, 'x') + "\xe2\x82\xac"},
+        // Bytes that begin or continue nothing stay.
+        {std::string(126, 'x') + "\xff\xff", std::string(126, 'x') + "\xff"},
+        {std::string(120, 'x') + "\x80\x80\x80\x80\x80\x80\x80\x80",
+         std::string(120, 'x') + "\x80\x80\x80\x80\x80\x80\x80"},
+    };
+    for (const auto &test : cases) {
+        LinkedBench bench(OneOfEach());
+        const Answers answers(bench);
+        const auto is = [&](const char *className, const char *property) {
+            bench.Inject(Answering(Operation::GetProperty, className, property, answers.String(test.text.c_str())));
+        };
+        is("Sim_SASSATAPort", "ElementName");
+        is("Sim_StorageVolume", "Name");
+        is("Sim_DiskDrive", "DeviceID");
+        bench.Start();
+        EXPECT_THAT(bench.Column(kPort, "Caption"), ElementsAre(test.caption));
+        EXPECT_THAT(bench.Column(kVolume, "Name"), ElementsAre(test.text));
+        EXPECT_STREQ(static_cast<DiskDrive_t *>(TheController()->DiskList->Head->Data)->DeviceID, test.text.c_str());
+        // To the log they are arguments, too, and a message is one message whatever is in it.
+        EXPECT_TRUE(Logged(LOG_INFO, "\nPortOp: *\n\tPortName:         - " + test.text + "\n*"));
+        TestClock::Advance(StateUpdateInterval);
+        for (const char *className : {kVolume, kPort}) bench.Refresh(className);
+        EXPECT_THAT(bench.Column(kVolume, "Name"), ElementsAre(test.text));
+        EXPECT_EQ(bench.Identifiers(kExtent).size(), 1u);
+    }
+}
+
+TEST(Vendors, OfThousandsOfSoftwareIdentitiesTheLastOfAClassDecides) {
+    Json software = Json::array();
+    for (int i = 0; i < 2000; ++i)
+        software.push_back({{"kind", i % 2 == 0 ? "firmware" : "bundle"}, {"version", std::to_string(i)}});
+    const LogMask quiet(LOG_UPTO(LOG_ERR));
+    LinkedBench bench(Hardware().WithController("c0", {{"software", software}}));
+    bench.Start();
+    EXPECT_THAT(bench.Column(kSoftware, "VersionString"), ElementsAre("1999 (Package); 1998 (Fw)"));
+    bench.ExpectOnlyRecordsAlive();
+}
+
+TEST(Vendors, PoolsThatNameEachOthersDisksAreListedAsTheDisksNameThem) {
+    // Each disk says that it is of both pools, in another order; one of another controller's pool and its own.
+    LinkedBench bench(Hardware()
+                          .WithController("c0")
+                          .WithPool("a")
+                          .WithPool("b")
+                          .WithDisk("d0", {{"pool", {"a", "b"}}})
+                          .WithDisk("d1", {{"pool", {"b", "a"}}})
+                          .WithDisk("d2", {{"pool", {"c1/a", "b"}}})
+                          .WithController("c1")
+                          .WithPool("a")
+                          .WithDisk("d0", {{"pool", "c0/a"}}));
+    bench.StartInOrder();
+    EXPECT_EQ(Members("a"), " d0");
+    EXPECT_EQ(Members("b"), " d1 d2");
+    EXPECT_EQ(Members("a", 1), "");
+    // A refresh knows no second choice: the first pool that a disk names is its pool.
+    bench.RefreshedColumn(kExtent, "Caption");
+    EXPECT_EQ(Members("a"), " d0");
+    EXPECT_EQ(Members("b"), " d1");
+    EXPECT_EQ(Members("a", 1), "");
+    EXPECT_EQ(bench.Identifiers(kExtent).size(), 4u);
+    bench.ExpectOnlyRecordsAlive();
+}
+
+TEST(Vendors, DoubledDevicesAreServedAndCanBeFetched) {
+    LinkedBench bench(OneOfEach()
+                          .WithDisk("x", {{"pool", "dg0"}})
+                          .WithDisk("x", {{"pool", "dg0"}, {"duplicate", true}})
+                          .WithVolume("w", {{"pool", "dg0"}})
+                          .WithVolume("w", {{"pool", "dg0"}, {"duplicate", true}}));
+    bench.StartInOrder();
+    for (int refreshes = 0; refreshes < 3; ++refreshes) {
+        EXPECT_TRUE(bench.Get(kExtent, "zbrStorageExtc0_x").Ok());
+        EXPECT_TRUE(bench.Get(kVolume, "zbrStorageVolumec0_w").Ok());
+        EXPECT_EQ(Members("dg0"), " d0 x");
+        bench.RefreshedColumn(kVolume, "Caption");
+        EXPECT_THAT(bench.Identifiers(kExtent),
+                    UnorderedElementsAre("zbrStorageExtc0_d0", "zbrStorageExtc0_x", "zbrStorageExtc0_x"));
+        bench.ExpectOnlyRecordsAlive();
+    }
+    bench.Change([](Hardware &hardware) { hardware.Remove("disks", "x"); });
+    bench.RefreshedColumn(kVolume, "Caption");
+    EXPECT_THAT(bench.Identifiers(kExtent), UnorderedElementsAre("zbrStorageExtc0_d0", "zbrStorageExtc0_x"));
+}
+
+// A device that claims to be of another kind: each builder is given what every other one builds.
+TEST(Vendors, DevicesTakenForAnotherKindAreKeptOnlyWithWhatThatKindNeeds) {
+    LinkedBench bench(OneOfEach());
+    bench.Start();
+    RaidController_t *ctrl = TheController();
+    // Pools have no DeviceID or Tag, chassis no DeviceID; only drives have media, only volumes are allocated from
+    // pools.
+    const struct {
+        int builder;
+        std::vector<int> kept;
+    } cases[] = {
+        {CFG_ACTION_DISK, {CFG_ACTION_DISK}},
+        {CFG_ACTION_VOLUME, {CFG_ACTION_VOLUME}},
+        {CFG_ACTION_PORT, {CFG_ACTION_DISK, CFG_ACTION_VOLUME, CFG_ACTION_PORT, CFG_ACTION_BATTERY}},
+        {CFG_ACTION_BATTERY, {CFG_ACTION_DISK, CFG_ACTION_VOLUME, CFG_ACTION_PORT, CFG_ACTION_BATTERY}},
+        {CFG_ACTION_POOL, {CFG_ACTION_POOL}},
+        {CFG_ACTION_CHASSIS, {CFG_ACTION_CHASSIS}},
+    };
+    for (const auto &test : cases) {
+        std::vector<int> kept;
+        const ConfigAction_t &builder = *FindAction(test.builder);
+        for (int i = 0; i < tableSize; ++i) {
+            const Invocation call(bench);
+            const auto *device = FirstOf<CMPIInstance>(Associators(call.Context(), ctrl->ControllerOp,
+                                                                   actionTable[i].AssociationClassName,
+                                                                   actionTable[i].AssociatedClassName));
+            ASSERT_NE(device, nullptr);
+            if (builder.BuildFunc(nullptr, call.Context(), ctrl, device, PathOf(device)) == 0)
+                kept.push_back(actionTable[i].ConfigAction);
+        }
+        EXPECT_THAT(kept, testing::UnorderedElementsAreArray(test.kept)) << builder.AssociatedClassName;
+    }
+    bench.ExpectOnlyRecordsAlive();
+    // The next refresh puts an end to the mistake.
+    TestClock::Advance(StateUpdateInterval);
+    for (const char *className : {kVolume, kPort, kBattery}) bench.Refresh(className);
+    EXPECT_THAT(bench.Identifiers(kPort), UnorderedElementsAre("zbrPortc0_p0"));
+    EXPECT_THAT(bench.Identifiers(kBattery), UnorderedElementsAre("zbrControllerBatteryc0_b0"));
+}
+
+// The hardware changes while it is read: at the nth of the calls with which a disk is read.
+TEST(Vendors, ChangesInTheMiddleOfAnEnumerationAreSeenByTheNextRefresh) {
+    Hardware hardware = OneController();
+    for (const char *id : {"a", "b", "c", "d"}) hardware.WithDisk(id, {{"pool", "dg0"}});
+    const auto change = [](Hardware &described) {
+        described.Remove("disks", "a");
+        described.Remove("disks", "d");
+        described.Entry("disks", "c")["pool"] = "free";
+        described.WithDisk("e", {{"pool", "dg0"}});
+    };
+    const std::vector<std::string> expected = {"zbrStorageExtc0_b", "zbrStorageExtc0_c", "zbrStorageExtc0_e"};
+    for (const bool whileRefreshing : {false, true}) {
+        bool reached = true;
+        for (std::uint64_t n = 0; reached; n += 3) {
+            SCOPED_TRACE(n);
+            LinkedBench bench(whileRefreshing ? OneController().WithDisk("a", {{"pool", "dg0"}}) : hardware);
+            if (whileRefreshing) {
+                bench.StartAndWait();
+                bench.Change([&](Hardware &described) { described = hardware; });
+            }
+            Rule rule({Operation::Associators, Operation::AssociatorNames, Operation::GetInstance});
+            rule.After(n).Times(1).hook = [&](const cim::Call &) { bench.Change(change); };
+            const auto id = bench.Inject(rule);
+            if (whileRefreshing)
+                bench.Refresh(kExtent);
+            else
+                bench.Start();
+            reached = bench.Broker().Faults().Hit(id) > 0;
+            if (!reached) break;
+            bench.RefreshedColumn(kExtent, "Caption");
+            EXPECT_THAT(bench.Identifiers(kExtent), testing::UnorderedElementsAreArray(expected));
+            EXPECT_EQ(Members("free"), " c");
+            bench.ExpectOnlyRecordsAlive();
+        }
+    }
+}

@@ -1,0 +1,119 @@
+// The description follows its file, in one piece, and a broken file changes nothing.
+#include "tests/simhhrc/Vendor.h"
+#include "tests/support/LogCapture.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+namespace vendor {
+namespace {
+
+using support::LogCapture;
+using support::LoggedTimes;
+using support::NotLogged;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::string WithDisks(const std::string &disks) {
+    return R"({"controllers": [{"id": "c0", "pools": [{"id": "p", "primordial": true}], "disks": [)" + disks + "]}]}";
+}
+
+class Reload : public Vendor {
+protected:
+    Texts Disks() {
+        Texts names;
+        for (const cim::Instance &disk : Instances("Sim_DiskDrive")) names.push_back(ShortName(disk.path));
+        return names;
+    }
+    void WriteInPlace(const std::string &text) { std::ofstream(File()) << text; }
+};
+
+TEST_F(Reload, HardwareComesAndGoesWithTheNextRequest) {
+    Describe(WithDisks(R"({"id": "a"})"));
+    EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive a"));
+    Describe(WithDisks(R"({"id": "a"}, {"id": "b"})"));
+    EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive a", "Sim_DiskDrive b"));
+    // Written in place, at once and of the same length: neither time nor size need tell it apart.
+    WriteInPlace(WithDisks(R"({"id": "a"}, {"id": "c"})"));
+    EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive a", "Sim_DiskDrive c"));
+    WriteInPlace(WithDisks(""));
+    EXPECT_THAT(Disks(), IsEmpty());
+    EXPECT_TRUE(NotLogged(LOG_ERR, "*"));
+}
+
+TEST_F(Reload, ABrokenFileKeepsTheLastGoodOneAndIsReportedOnce) {
+    Describe(WithDisks(R"({"id": "a"})"));
+    EXPECT_EQ(Disks().size(), 1u);
+    Describe(WithDisks("\n{\"id\": \"a\", \"sise\": 1}"));
+    for (int i = 0; i < 3; ++i) EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive a"));
+    const std::string error = ":2: controller \"c0\": disk \"a\": \"sise\" is no member that it can have";
+    EXPECT_TRUE(LoggedTimes(1, LOG_ERR, File() + error));
+    Describe(WithDisks("\n\n{\"id\": \"%n%s\", \"sise\": 1}"));
+    EXPECT_EQ(Disks().size(), 1u);
+    EXPECT_TRUE(LoggedTimes(1, LOG_ERR, File() + ":3: controller \"c0\": disk \"%n%s\": \"sise\" is no member*"));
+    Describe(WithDisks(R"({"id": "b"})"));
+    EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive b"));
+    EXPECT_EQ(LogCapture::Count(LOG_ERR, "*"), 2u);
+}
+
+TEST_F(Reload, AVanishedFileKeepsTheLastGoodOne) {
+    Describe(WithDisks(R"({"id": "a"})"));
+    EXPECT_EQ(Disks().size(), 1u);
+    std::filesystem::remove(File());
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(Disks().size(), 1u);
+    EXPECT_TRUE(LoggedTimes(1, LOG_ERR, File() + ": cannot be read: No such file or directory"));
+    Describe(WithDisks(R"({"id": "a"})"));
+    EXPECT_EQ(Disks().size(), 1u);
+    std::filesystem::remove(File());
+    EXPECT_EQ(Disks().size(), 1u);
+    EXPECT_TRUE(LoggedTimes(2, LOG_ERR, File() + ": cannot be read: No such file or directory"));
+}
+
+TEST_F(Reload, WithoutAGoodDescriptionThereIsNothing) {
+    Describe("{");
+    EXPECT_THAT(Disks(), IsEmpty());
+    EXPECT_TRUE(broker->EnumerateInstances("root/interop", "CIM_RegisteredProfile").value.empty());
+    Describe(WithDisks(R"({"id": "a"})"));
+    EXPECT_EQ(Disks().size(), 1u);
+}
+
+TEST_F(Reload, AnUnloadedProviderComesBackWithTheFileOfThatTime) {
+    Describe(WithDisks(R"({"id": "a"})"));
+    EXPECT_EQ(Disks().size(), 1u);
+    EXPECT_EQ(broker->AskToUnload("SimHHRCProvider"), CMPI_RC_OK);
+    EXPECT_FALSE(broker->IsLoaded("SimHHRCProvider"));
+    const std::string other = File() + ".other";
+    std::ofstream(other) << WithDisks(R"({"id": "x"})");
+    setenv("SIM_HHRC_HARDWARE", other.c_str(), 1);
+    EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive x"));
+}
+
+TEST_F(Reload, RequestsSeeOneDescriptionOrTheOtherNeverAMixture) {
+    // Two disks in either description, of one generation each.
+    const std::string generations[] = {WithDisks(R"({"id": "a1"}, {"id": "a2"})"),
+                                       WithDisks(R"({"id": "b1"}, {"id": "b2"})")};
+    Describe(generations[0]);
+    EXPECT_EQ(Disks().size(), 2u);
+    std::atomic<bool> done{false};
+    std::vector<std::thread> readers;
+    for (int i = 0; i < 3; ++i) {
+        readers.emplace_back([&] {
+            while (!done) {
+                const auto disks = broker->EnumerateInstanceNames("root/sim", "Sim_DiskDrive").value;
+                ASSERT_EQ(disks.size(), 2u);
+                EXPECT_EQ(support::Shown(disks[0].Key("DeviceID"))[0], support::Shown(disks[1].Key("DeviceID"))[0]);
+            }
+        });
+    }
+    for (int change = 1; change <= 200; ++change) Describe(generations[change % 2]);
+    done = true;
+    for (std::thread &reader : readers) reader.join();
+    EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive a1", "Sim_DiskDrive a2"));
+}
+
+} // namespace
+} // namespace vendor

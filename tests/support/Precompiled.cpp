@@ -1,0 +1,2 @@
+// Where the precompiled header is made.
+int main() {}

@@ -1,0 +1,170 @@
+// Values as text and back, and texts as XML.
+#include "cim/wbem/Encode.h"
+#include "cim/wbem/Types.h"
+#include "cim/wbem/XmlWriter.h"
+
+#include <gtest/gtest.h>
+
+namespace cim::wbem {
+
+namespace {
+
+TEST(Types, ValuesComeBackFromTheirTexts) {
+    const struct {
+        CMPIType type;
+        const char *text;
+    } kCases[] = {
+        {CMPI_boolean, "TRUE"},
+        {CMPI_boolean, "FALSE"},
+        {CMPI_string, "  as it is "},
+        {CMPI_string, ""},
+        {CMPI_dateTime, "20260105100211.000000+060"},
+        {CMPI_char16, "x"},
+        {CMPI_char16, "\xC3\xA9"},
+        {CMPI_char16, "\xE2\x82\xAC"},
+        {CMPI_uint8, "255"},
+        {CMPI_uint64, "18446744073709551615"},
+        {CMPI_sint8, "-128"},
+        {CMPI_sint64, "-9223372036854775808"},
+        {CMPI_sint64, "9223372036854775807"},
+        {CMPI_real32, "1.1e+00"},
+        {CMPI_real64, "-2.2250738585072014e-308"},
+        {CMPI_real64, "INF"},
+        {CMPI_real64, "NaN"},
+    };
+    for (const auto &each : kCases) {
+        const auto value = ValueOf(each.type, each.text);
+        ASSERT_TRUE(value) << each.text;
+        EXPECT_EQ(value->type, each.type);
+        EXPECT_EQ(TextOf(*value), each.text);
+        EXPECT_EQ(TypeNamed(TypeName(each.type)), each.type);
+    }
+}
+
+TEST(Types, TextsThatAreNoValueOfTheTypeAreFound) {
+    const struct {
+        CMPIType type;
+        const char *text;
+    } kCases[] = {
+        {CMPI_boolean, "1"},
+        {CMPI_boolean, ""},
+        {CMPI_char16, "xy"},
+        {CMPI_char16, ""},
+        {CMPI_uint8, "256"},
+        {CMPI_uint8, "-1"},
+        {CMPI_uint8, ""},
+        {CMPI_uint8, "1.0"},
+        {CMPI_uint8, "1x"},
+        {CMPI_uint8, "+-1"},
+        {CMPI_uint8, "0x"},
+        {CMPI_sint8, "128"},
+        {CMPI_sint8, "-129"},
+        {CMPI_real32, "1e39"},
+        {CMPI_real64, "1e999"},
+        {CMPI_real64, "one"},
+        {CMPI_real64, ""},
+        {CMPI_ref, "x"},
+        {CMPI_uint64, "18446744073709551616"},
+        {CMPI_char16, "\xF0\x9F\x98\x80"},
+    };
+    for (const auto &each : kCases) EXPECT_FALSE(ValueOf(each.type, each.text)) << each.type << " " << each.text;
+    EXPECT_EQ(*ValueOf(CMPI_uint16, " 0xFF\n"), Value::Unsigned(CMPI_uint16, 255));
+    EXPECT_EQ(*ValueOf(CMPI_boolean, " true "), Value::Boolean(true));
+}
+
+TEST(XmlWriter, WhateverATextHoldsTheDocumentIsWellFormed) {
+    XmlWriter xml;
+    using namespace std::string_literals;
+    const std::string wild = "\0\x1F<&>\"'\r\n\t\xED\xA0\x80\xEF\xBF\xBF\xC3\xA9\xF0\x9F\x98\x80\xC3"s;
+    const std::string bad = "\xEF\xBF\xBD";
+    xml.Leaf("A", wild, {{"B", wild}});
+    EXPECT_EQ(xml.Take(), "<A B=\"" + bad + bad + "&lt;&amp;&gt;&quot;'&#13;&#10;&#9;" + bad + bad +
+                              "\xC3\xA9\xF0\x9F\x98\x80" + bad + "\">" + bad + bad + "&lt;&amp;&gt;\"'&#13;\n\t" + bad +
+                              bad + "\xC3\xA9\xF0\x9F\x98\x80" + bad + "</A>");
+}
+
+std::string Written(const ClassTree &classes, const Instance &instance) {
+    XmlWriter xml;
+    InstanceWriter(xml, classes, {}).Write(instance);
+    const std::string text = xml.Take(), open = "<INSTANCE CLASSNAME=\"A\">";
+    return text.substr(open.size(), text.size() - open.size() - 11);
+}
+
+TEST(InstanceWriter, EveryKindOfValueHasItsElement) {
+    ClassTree classes;
+    std::string error;
+    ASSERT_TRUE(classes.ReadText("class A { uint64 Wide; uint8 Narrow; string Words[]; string Text; };", "a", &error))
+        << error;
+    ObjectPath there;
+    there.className = "B";
+    there.keys = {{"K", Value::Real(CMPI_real64, 0.5)}};
+    ObjectPath far = there;
+    far.host = "far";
+    far.nameSpace = "root/b";
+    auto inner = std::make_shared<Instance>();
+    inner->path.className = "B";
+    inner->properties = {{"P", Value::Boolean(true)}};
+
+    const struct {
+        NamedValue property;
+        std::string xml;
+    } kCases[] = {
+        {{"Wide", Value::Unsigned(CMPI_uint16, 7)},
+         "<PROPERTY NAME=\"Wide\" TYPE=\"uint64\"><VALUE>7</VALUE></PROPERTY>"},
+        {{"Narrow", Value::Unsigned(CMPI_uint16, 700)},
+         "<PROPERTY NAME=\"Narrow\" TYPE=\"uint16\"><VALUE>700</VALUE></PROPERTY>"},
+        {{"narrow", Value::Signed(CMPI_sint16, -1)},
+         "<PROPERTY NAME=\"narrow\" TYPE=\"sint16\"><VALUE>-1</VALUE></PROPERTY>"},
+        {{"Text", Value::Null(CMPI_null)}, "<PROPERTY NAME=\"Text\" TYPE=\"string\"></PROPERTY>"},
+        {{"Other", Value::DateTime("x")}, "<PROPERTY NAME=\"Other\" TYPE=\"datetime\"><VALUE>x</VALUE></PROPERTY>"},
+        {{"Words", Value::Null(CMPI_stringA)}, "<PROPERTY.ARRAY NAME=\"Words\" TYPE=\"string\"></PROPERTY.ARRAY>"},
+        {{"Words", Value::ArrayOf(CMPI_string, {Value::Text(""), Value::Null(CMPI_string)})},
+         "<PROPERTY.ARRAY NAME=\"Words\" TYPE=\"string\"><VALUE.ARRAY><VALUE></VALUE><VALUE.NULL></VALUE.NULL>"
+         "</VALUE.ARRAY></PROPERTY.ARRAY>"},
+        {{"Ref", Value::Null(CMPI_ref)}, "<PROPERTY.REFERENCE NAME=\"Ref\"></PROPERTY.REFERENCE>"},
+        {{"Ref", Value::Reference(there)},
+         "<PROPERTY.REFERENCE NAME=\"Ref\"><VALUE.REFERENCE><INSTANCENAME CLASSNAME=\"B\"><KEYBINDING NAME=\"K\">"
+         "<KEYVALUE VALUETYPE=\"numeric\">5e-01</KEYVALUE></KEYBINDING></INSTANCENAME></VALUE.REFERENCE>"
+         "</PROPERTY.REFERENCE>"},
+        {{"Ref", Value::Reference(far)},
+         "<PROPERTY.REFERENCE NAME=\"Ref\"><VALUE.REFERENCE><INSTANCEPATH><NAMESPACEPATH><HOST>far</HOST>"
+         "<LOCALNAMESPACEPATH><NAMESPACE NAME=\"root\"></NAMESPACE><NAMESPACE NAME=\"b\"></NAMESPACE>"
+         "</LOCALNAMESPACEPATH></NAMESPACEPATH><INSTANCENAME CLASSNAME=\"B\"><KEYBINDING NAME=\"K\"><KEYVALUE "
+         "VALUETYPE=\"numeric\">5e-01</KEYVALUE></KEYBINDING></INSTANCENAME></INSTANCEPATH></VALUE.REFERENCE>"
+         "</PROPERTY.REFERENCE>"},
+        {{"Inner", Value{CMPI_instance, std::shared_ptr<const Instance>(inner)}},
+         "<PROPERTY NAME=\"Inner\" TYPE=\"string\" EmbeddedObject=\"instance\"><VALUE>&lt;INSTANCE CLASSNAME=\"B\"&gt;"
+         "&lt;PROPERTY NAME=\"P\" TYPE=\"boolean\"&gt;&lt;VALUE&gt;TRUE&lt;/VALUE&gt;&lt;/PROPERTY&gt;"
+         "&lt;/INSTANCE&gt;</VALUE></PROPERTY>"},
+    };
+    for (const auto &each : kCases) {
+        Instance instance;
+        instance.path.className = "A";
+        instance.properties = {each.property};
+        EXPECT_EQ(Written(classes, instance), each.xml);
+    }
+}
+
+// Elements without a value are kept for the instances that follow.
+TEST(InstanceWriter, InstancesThatFollowAreWrittenAsTheFirst) {
+    ClassTree classes;
+    std::string error;
+    ASSERT_TRUE(classes.ReadText("class A { uint8 N; string Text; };", "a", &error)) << error;
+    Instance empty, full;
+    empty.path.className = full.path.className = "A";
+    empty.properties = {{"N", Value::Null(CMPI_uint8)}, {"Own", Value::Null(CMPI_string)}};
+    full.properties = {{"N", Value::Unsigned(CMPI_uint8, 1)}, {"Own", Value::Null(CMPI_boolean)}};
+    XmlWriter xml, expected;
+    InstanceWriter writer(xml, classes, {});
+    for (const Instance *instance : {&empty, &full, &empty, &empty, &full}) {
+        writer.Write(*instance);
+        InstanceWriter(expected, classes, {}).Write(*instance);
+    }
+    const std::string text = xml.Take();
+    EXPECT_EQ(text, expected.Take());
+    EXPECT_NE(text.find("<PROPERTY NAME=\"Own\" TYPE=\"boolean\"></PROPERTY>"), std::string::npos);
+}
+
+} // namespace
+
+} // namespace cim::wbem
