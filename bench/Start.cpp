@@ -1,0 +1,58 @@
+// What the factory call adds to the up-calls that it makes.
+#include "bench/DirectClient.h"
+#include "bench/Groups.h"
+#include "bench/Turns.h"
+
+#include <dlfcn.h>
+#include <fmt/format.h>
+
+#include <chrono>
+#include <deque>
+#include <stdexcept>
+#include <syslog.h>
+
+namespace bench {
+namespace {
+
+using namespace std::chrono_literals;
+
+// The library stays mapped between two lives of the provider: mapping it is the loader's work, not the factory's.
+void KeepMapped(const Rig &rig) {
+    if (dlopen(rig.ProviderFile().c_str(), RTLD_NOW | RTLD_LOCAL) == nullptr) throw std::runtime_error(dlerror());
+}
+
+// One life of the provider, with its factory call in the middle of what is timed or behind it: either way the caches
+// have seen another life meanwhile.
+double TimeFactory(Rig &rig) {
+    const double time = ThreadTimeOf([&rig] { rig.Load(); });
+    rig.Broker().WaitForBackground(5ms, 60s);
+    rig.Unload();
+    return time;
+}
+
+double TimeUpcalls(Rig &rig) {
+    TimeFactory(rig);
+    return ThreadTimeOf([&rig] { DirectClient::FactoryUpcalls(rig); });
+}
+
+} // namespace
+
+void MeasureStart(Report &report) {
+    setlogmask(LOG_UPTO(LOG_INFO));
+    Turns turns;
+    std::deque<Rig> rigs;
+    for (const int controllers : {1, 32}) {
+        Rig &rig = rigs.emplace_back(Describe({1, 1, 1, controllers}));
+        KeepMapped(rig);
+        TimeFactory(rig);
+        turns.Together({{fmt::format("factory/{}", controllers), [&rig] { return TimeFactory(rig); }},
+                        {fmt::format("factory/up-calls/{}", controllers), [&rig] { return TimeUpcalls(rig); }}});
+    }
+    turns.Run(report);
+    for (const int controllers : {1, 32})
+        report.Ratio(fmt::format("start: factory call, controllers: {}, ÷ its up-calls alone", controllers),
+                     fmt::format("factory/{}", controllers), fmt::format("factory/up-calls/{}", controllers),
+                     AtMost(1.1));
+}
+
+} // namespace bench
