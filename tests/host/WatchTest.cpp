@@ -43,11 +43,10 @@ TEST(Watch, PrintsChangesAsLinesIntoAPipe) {
     Process watch(kProgram, Watch(server));
     ASSERT_TRUE(watch.WaitForError("quarnel: watching")) << watch.Err();
     ChangeHardware(server);
-    EXPECT_TRUE(watch.WaitFor("removed")) << watch.Out() << watch.Err();
-    EXPECT_TRUE(watch.WaitFor("\n"));
+    // One look sees all three, or several do.
+    for (int line = 0; line < 3; ++line) EXPECT_TRUE(watch.WaitFor("\n")) << watch.Out() << watch.Err();
     watch.Signal(SIGINT);
     EXPECT_EQ(watch.Wait(), 0);
-    // One look saw all three, or several did.
     std::vector<std::string> changes;
     for (const auto &line : LinesOf(watch.Out())) {
         const std::regex stamp(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d (.*))");

@@ -4,14 +4,7 @@
 #include <malloc.h>
 #include <unistd.h>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define SANITIZED
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define SANITIZED
-#endif
-#endif
-#ifdef SANITIZED
+#ifdef QUARNEL_SANITIZED
 #include <sanitizer/allocator_interface.h>
 #endif
 
@@ -19,7 +12,7 @@ namespace support {
 namespace {
 
 std::size_t HeapInUse() {
-#ifdef SANITIZED
+#ifdef QUARNEL_SANITIZED
     return __sanitizer_get_current_allocated_bytes();
 #else
     const struct mallinfo2 info = mallinfo2();
