@@ -147,7 +147,9 @@ TEST(UrlOption, WatchFollowsTheServer) {
     serve.Signal(SIGTERM);
     EXPECT_EQ(serve.Wait(), 0);
     EXPECT_EQ(watch.Wait(), 3);
-    EXPECT_NE(watch.Err().find("quarnel: " + url + ": connection refused\n"), std::string::npos) << watch.Err();
+    // The server may have stopped before an answer or between two.
+    EXPECT_THAT(watch.Err(), testing::AnyOf(testing::HasSubstr("quarnel: " + url + ": connection refused\n"),
+                                            testing::HasSubstr("quarnel: " + url + ": it closed the connection")));
 }
 
 TEST(RecordCommand, WritesADescriptionThatReplays) {

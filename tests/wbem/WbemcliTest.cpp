@@ -284,6 +284,11 @@ TEST(Wbemcli, ClassesAndNamespacesAreDiscovered) {
 }
 
 TEST(Serve, ASignalEndsItCleanlyWithinASecond) {
+#ifdef QUARNEL_SANITIZED // which is no measure of time, but shows that nobody is waited for
+    const std::chrono::seconds limit(10);
+#else
+    const std::chrono::seconds limit(1);
+#endif
     for (const int signal : {SIGINT, SIGTERM}) {
         Served served("rack-server.json");
         const Client idle(static_cast<std::uint16_t>(std::stoi(served.url.substr(17))));
@@ -291,7 +296,7 @@ TEST(Serve, ASignalEndsItCleanlyWithinASecond) {
         const auto begin = std::chrono::steady_clock::now();
         served.process.Signal(signal);
         EXPECT_EQ(served.process.Wait(), 0);
-        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, limit);
     }
 }
 
