@@ -22,8 +22,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int kClients = 4;
 constexpr std::uint64_t kRequestsPerEpisode = 1000;
-constexpr int kWarmUp = 4;                       // episodes before growth is looked at
-constexpr std::size_t kHeapSlack = 128 * 1024;   // what this thread keeps at hand of what it has freed
+constexpr int kWarmUp = 4;                                        // episodes before growth is looked at
+constexpr std::size_t kHeapSlack = 128 * 1024;                    // what this thread keeps at hand of what it has freed
 [[maybe_unused]] constexpr std::size_t kResidentSlack = 16 << 20; // what the heap's free pieces may take
 
 std::uint64_t FromEnvironment(const char *name, std::uint64_t otherwise) {
