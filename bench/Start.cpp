@@ -10,6 +10,8 @@
 #include <deque>
 #include <stdexcept>
 #include <syslog.h>
+#include <thread>
+#include <vector>
 
 namespace bench {
 namespace {
@@ -35,6 +37,17 @@ double TimeUpcalls(Rig &rig) {
     return ThreadTimeOf([&rig] { DirectClient::FactoryUpcalls(rig); });
 }
 
+// What the factory cannot do without: three workers.
+double TimeThreads(Rig &rig) {
+    TimeFactory(rig);
+    std::vector<std::thread> workers;
+    const double time = ThreadTimeOf([&workers] {
+        for (int i = 0; i < 3; ++i) workers.emplace_back([] {});
+    });
+    for (std::thread &worker : workers) worker.join();
+    return time;
+}
+
 } // namespace
 
 void MeasureStart(Report &report) {
@@ -46,13 +59,16 @@ void MeasureStart(Report &report) {
         KeepMapped(rig);
         TimeFactory(rig);
         turns.Together({{fmt::format("factory/{}", controllers), [&rig] { return TimeFactory(rig); }},
-                        {fmt::format("factory/up-calls/{}", controllers), [&rig] { return TimeUpcalls(rig); }}});
+                        {fmt::format("factory/up-calls/{}", controllers), [&rig] { return TimeUpcalls(rig); }},
+                        {fmt::format("factory/threads/{}", controllers), [&rig] { return TimeThreads(rig); }}});
     }
     turns.Run(report);
     for (const int controllers : {1, 32})
         report.Ratio(fmt::format("start: factory call, controllers: {}, ÷ its up-calls alone", controllers),
                      fmt::format("factory/{}", controllers), fmt::format("factory/up-calls/{}", controllers),
                      AtMost(1.1));
+    report.Ratio("start: starting three threads ÷ those up-calls, controllers: 1", "factory/threads/1",
+                 "factory/up-calls/1", kReported);
 }
 
 } // namespace bench

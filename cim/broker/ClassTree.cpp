@@ -54,7 +54,9 @@ const PropertyDeclaration *ClassDeclaration::Property(std::string_view wanted) c
     return found != properties.end() ? &*found : nullptr;
 }
 
+// By length first, which tells most names apart.
 bool ClassTree::NoCase::operator()(std::string_view a, std::string_view b) const {
+    if (a.size() != b.size()) return a.size() < b.size();
     const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
     return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
                                         [&](char x, char y) { return lower(x) < lower(y); });
@@ -121,12 +123,14 @@ std::vector<std::string> ClassTree::SubclassesOf(std::string_view name, bool dee
         if (direct || (deep && (name.empty() || (!SameName(key, name) && IsA(key, name)))))
             found.push_back(declaration.name);
     }
+    std::sort(found.begin(), found.end());
     return found;
 }
 
 std::vector<std::string> ClassTree::Names() const {
     std::vector<std::string> names;
     for (const auto &[key, declaration] : classes) names.push_back(declaration.name);
+    std::sort(names.begin(), names.end());
     return names;
 }
 

@@ -125,6 +125,7 @@ Status Dispatcher::Ask(const Target &target, ObjectPath path, const Slot &slot, 
         const ObjectPathObject pathObject(core, Shared<ObjectPath>(std::move(path)));
         status = ToStatus(slot(mis, frame.Context(), &result.handle, &pathObject.handle));
     }
+    results->instances.reserve(instances + result.instances.size());
     for (const auto &instance : result.instances) results->instances.push_back(TakeOrCopy(instance));
     FillNameSpace(results->instances, instances, nameSpace);
     FillNameSpace(results->paths, paths, nameSpace);

@@ -10,27 +10,18 @@
 namespace cim {
 namespace {
 
-// Every property of the class, null; none for a class that the broker does not know.
-Instance EmptyInstance(const ClassDeclaration *declaration, const ObjectPath &path) {
-    Instance instance{path, {}};
-    if (declaration != nullptr) {
-        instance.properties.reserve(declaration->properties.size());
-        for (const PropertyDeclaration &property : declaration->properties)
-            instance.properties.push_back({property.name, Value::Null(property.type)});
-    }
-    return instance;
-}
+constexpr std::size_t kUsualProperties = 12; // that are set
 
 CMPIInstance *NewInstance(const CMPIBroker *broker, const CMPIObjectPath *path, CMPIStatus *status) {
     Core &core = CoreOf(broker);
-    const ObjectPath *value = path != nullptr ? &*ObjectOf<ObjectPathObject>(path).value : nullptr;
-    const FaultPoint fault(core, {Operation::NewInstance, value});
+    const auto *source = path != nullptr ? &ObjectOf<ObjectPathObject>(path) : nullptr;
+    const FaultPoint fault(core, {Operation::NewInstance, source != nullptr ? &*source->value : nullptr});
     if (fault.Stops(status)) return nullptr;
-    Set(status, value != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_PARAMETER);
-    if (value == nullptr) return nullptr;
-    const ClassDeclaration *declaration = core.classes.Find(value->className);
-    return Lend(
-        std::make_unique<InstanceObject>(core, Shared<Instance>(EmptyInstance(declaration, *value)), declaration));
+    Set(status, source != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_PARAMETER);
+    if (source == nullptr) return nullptr;
+    Instance instance{*source->value, {}, source->Declaration() != nullptr};
+    instance.properties.reserve(kUsualProperties);
+    return Lend(std::make_unique<InstanceObject>(core, Shared<Instance>(std::move(instance)), source->Declaration()));
 }
 
 CMPIObjectPath *NewObjectPath(const CMPIBroker *broker, const char *nameSpace, const char *className,

@@ -9,12 +9,8 @@ namespace {
 
 constexpr CMPIStatus kOk{CMPI_RC_OK, nullptr};
 
-// `place` is where it stands as a rule: where its class declares it.
-NamedValue *FindProperty(std::vector<NamedValue> &properties, std::string_view name, std::size_t place) {
-    if (place < properties.size() && SameName(properties[place].name, name)) return &properties[place];
-    const auto found = std::find_if(properties.begin(), properties.end(),
-                                    [&](const NamedValue &property) { return SameName(property.name, name); });
-    return found != properties.end() ? &*found : nullptr;
+const PropertyDeclaration *Declared(const InstanceObject &object, std::string_view name) {
+    return object.declaration != nullptr ? object.declaration->Property(name) : nullptr;
 }
 
 // Whether the instance's filter lets a property be: it is listed, or a key of the class.
@@ -23,8 +19,25 @@ bool Passes(const InstanceObject &object, std::string_view name) {
     if (std::any_of(object.filter->begin(), object.filter->end(),
                     [&](const std::string &listed) { return SameName(listed, name); }))
         return true;
-    const PropertyDeclaration *declared = object.declaration != nullptr ? object.declaration->Property(name) : nullptr;
+    const PropertyDeclaration *declared = Declared(object, name);
     return declared != nullptr && declared->key;
+}
+
+// What is set or null; none for what is missing.
+std::optional<Value> ValueOf(const InstanceObject &object, std::string_view name) {
+    if (const Value *known = object.value->Property(name)) return *known;
+    const PropertyDeclaration *declared = object.value->othersAreNull ? Declared(object, name) : nullptr;
+    return declared != nullptr ? std::make_optional(Value::Null(declared->type)) : std::nullopt;
+}
+
+std::vector<Name> NamesOf(const InstanceObject &object) {
+    std::vector<Name> names;
+    if (object.value->othersAreNull && object.declaration != nullptr) {
+        for (const PropertyDeclaration &property : object.declaration->properties) names.push_back(property.name);
+    } else {
+        for (const NamedValue &property : object.value->properties) names.push_back(property.name);
+    }
+    return names;
 }
 
 CMPIInstance *Clone(const CMPIInstance *from, CMPIStatus *status) {
@@ -42,10 +55,10 @@ CMPIData GetProperty(const CMPIInstance *instance, const char *name, CMPIStatus 
     const FaultPoint fault(object.core, {Operation::GetProperty, &object.value->path});
     CMPIData data = Blank(CMPI_null, CMPI_nullValue);
     if (fault.Stops(status)) return data;
-    const Value *property = name != nullptr ? object.value->Property(name) : nullptr;
-    if (property != nullptr) {
+    const std::optional<Value> value = name != nullptr ? ValueOf(object, name) : std::nullopt;
+    if (value) {
         Set(status, CMPI_RC_OK);
-        data = ToCmpi(object.core, *property, object.fromUpcall);
+        data = ToCmpi(object.core, *value, object.fromUpcall);
     } else {
         data = Missing(status, CMPI_RC_ERR_NO_SUCH_PROPERTY);
     }
@@ -55,37 +68,39 @@ CMPIData GetProperty(const CMPIInstance *instance, const char *name, CMPIStatus 
 
 CMPIData GetPropertyAt(const CMPIInstance *instance, CMPICount index, CMPIString **name, CMPIStatus *status) {
     const auto &object = ObjectOf<InstanceObject>(instance);
-    if (index >= object.value->properties.size()) return Missing(status, CMPI_RC_ERR_NO_SUCH_PROPERTY);
-    const NamedValue &property = object.value->properties[index];
+    const std::vector<Name> names = NamesOf(object);
+    if (index >= names.size()) return Missing(status, CMPI_RC_ERR_NO_SUCH_PROPERTY);
     Set(status, CMPI_RC_OK);
-    if (name != nullptr) *name = LendString(object.core, property.name);
-    return ToCmpi(object.core, property.value, object.fromUpcall);
+    if (name != nullptr) *name = LendString(object.core, names[index]);
+    return ToCmpi(object.core, *ValueOf(object, names[index]), object.fromUpcall);
 }
 
 CMPICount GetPropertyCount(const CMPIInstance *instance, CMPIStatus *status) {
     Set(status, CMPI_RC_OK);
-    return static_cast<CMPICount>(ObjectOf<InstanceObject>(instance).value->properties.size());
+    return static_cast<CMPICount>(NamesOf(ObjectOf<InstanceObject>(instance)).size());
 }
 
-CMPIStatus SetProperty(const CMPIInstance *instance, const char *name, const CMPIValue *value, CMPIType type) {
+CMPIStatus SetProperty(const CMPIInstance *instance, const char *named, const CMPIValue *value, CMPIType type) {
     auto &object = ObjectOf<InstanceObject>(instance);
     const FaultPoint fault(object.core, {Operation::SetProperty, &object.value->path});
     CMPIStatus status = kOk;
     if (fault.Stops(&status)) return status;
-    if (name == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
+    if (named == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
+    const std::string_view name = named;
     if (!Passes(object, name)) return kOk;
-    const PropertyDeclaration *declared = object.declaration != nullptr ? object.declaration->Property(name) : nullptr;
+    const PropertyDeclaration *declared = Declared(object, name);
     if (object.declaration != nullptr && declared == nullptr) return {CMPI_RC_ERR_NO_SUCH_PROPERTY, nullptr};
     std::optional<Value> given = FromCmpi(value, type);
     if (!given || (declared != nullptr && !given->IsNull() && !Fits(declared->type, type)))
         return {CMPI_RC_ERR_TYPE_MISMATCH, nullptr};
     if (given->IsNull() && declared != nullptr) given->type = declared->type;
     std::vector<NamedValue> &properties = object.value.Mutable().properties;
-    const auto place = declared != nullptr ? declared - object.declaration->properties.data() : 0;
-    if (NamedValue *known = FindProperty(properties, name, static_cast<std::size_t>(place)))
+    const auto known = std::find_if(properties.begin(), properties.end(),
+                                    [&](const NamedValue &property) { return SameName(property.name, name); });
+    if (known != properties.end())
         known->value = *std::move(given);
     else
-        properties.push_back({declared != nullptr ? declared->name : name, *std::move(given)});
+        properties.push_back({declared != nullptr ? declared->name : named, *std::move(given)});
     return status;
 }
 
@@ -104,10 +119,11 @@ CMPIStatus SetPropertyFilter(const CMPIInstance *instance, const char **properti
     object.filter = ListOf(properties);
     if (!object.filter) return kOk;
     if (const auto more = ListOf(keys)) object.filter->insert(object.filter->end(), more->begin(), more->end());
-    std::vector<NamedValue> &all = object.value.Mutable().properties;
-    all.erase(std::remove_if(all.begin(), all.end(),
-                             [&](const NamedValue &property) { return !Passes(object, property.name); }),
-              all.end());
+    std::vector<NamedValue> left;
+    for (const Name &name : NamesOf(object))
+        if (Passes(object, name)) left.push_back({name, *ValueOf(object, name)});
+    object.value.Mutable().properties = std::move(left);
+    object.value.Mutable().othersAreNull = false;
     return kOk;
 }
 

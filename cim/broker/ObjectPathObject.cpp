@@ -6,6 +6,7 @@ namespace cim {
 namespace {
 
 constexpr CMPIStatus kOk{CMPI_RC_OK, nullptr};
+constexpr std::size_t kUsualKeys = 4; // of devices and software
 
 CMPIObjectPath *Clone(const CMPIObjectPath *from, CMPIStatus *status) {
     const auto &object = ObjectOf<ObjectPathObject>(from);
@@ -15,9 +16,13 @@ CMPIObjectPath *Clone(const CMPIObjectPath *from, CMPIStatus *status) {
     return Cloned(std::make_unique<ObjectPathObject>(object.core, Shared<ObjectPath>(object.value.Share())));
 }
 
-// Setters and getters of the three texts.
 template <std::string ObjectPath::*Member> CMPIStatus SetText(const CMPIObjectPath *path, const char *text) {
     ObjectOf<ObjectPathObject>(path).value.Mutable().*Member = text != nullptr ? text : "";
+    return kOk;
+}
+
+CMPIStatus SetClassName(const CMPIObjectPath *path, const char *name) {
+    ObjectOf<ObjectPathObject>(path).SetClassName(name != nullptr ? name : "");
     return kOk;
 }
 
@@ -48,19 +53,25 @@ CMPIStatus SetHostAndNameSpaceFrom(const CMPIObjectPath *path, const CMPIObjectP
     return SetNameSpaceFrom(path, source);
 }
 
-CMPIStatus AddKey(const CMPIObjectPath *path, const char *name, const CMPIValue *value, CMPIType type) {
+CMPIStatus AddKey(const CMPIObjectPath *path, const char *named, const CMPIValue *value, CMPIType type) {
     auto &object = ObjectOf<ObjectPathObject>(path);
     const FaultPoint fault(object.core, {Operation::AddKey, &*object.value});
     CMPIStatus status = kOk;
     if (fault.Stops(&status)) return status;
     std::optional<Value> key = FromCmpi(value, type);
-    if (name == nullptr || !key || key->IsArray()) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
+    if (named == nullptr || !key || key->IsArray()) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
+    const std::string_view name = named;
     std::vector<NamedValue> &keys = object.value.Mutable().keys;
-    const auto known = std::find_if(keys.begin(), keys.end(), [&](const auto &k) { return SameName(k.name, name); });
-    if (known != keys.end())
-        known->value = *std::move(key);
-    else
-        keys.push_back({name, *std::move(key)});
+    const auto added = std::find_if(keys.begin(), keys.end(), [&](const auto &k) { return SameName(k.name, name); });
+    if (added != keys.end()) {
+        added->value = *std::move(key);
+        return status;
+    }
+    const ClassDeclaration *declaration = object.Declaration();
+    const PropertyDeclaration *declared = declaration != nullptr ? declaration->Property(name) : nullptr;
+    const bool known = declared != nullptr && declared->name == name; // the class's text costs nothing
+    if (keys.empty()) keys.reserve(kUsualKeys);
+    keys.push_back({known ? declared->name : named, *std::move(key)});
     return status;
 }
 
@@ -115,6 +126,17 @@ CMPIString *ToString(const CMPIObjectPath *path, CMPIStatus *status) {
 
 } // namespace
 
+const ClassDeclaration *ObjectPathObject::Declaration() const {
+    const ClassDeclaration *known = declaration.load(std::memory_order_relaxed);
+    if (known == nullptr) declaration.store(known = core.classes.Find(value->className), std::memory_order_relaxed);
+    return known;
+}
+
+void ObjectPathObject::SetClassName(const char *name) {
+    value.Mutable().className = name;
+    declaration.store(nullptr, std::memory_order_relaxed);
+}
+
 const CMPIObjectPathFT kObjectPathTable = {
     100,
     ReleaseObject<ObjectPathObject>,
@@ -123,7 +145,7 @@ const CMPIObjectPathFT kObjectPathTable = {
     GetText<&ObjectPath::nameSpace, Operation::GetNameSpace>,
     SetText<&ObjectPath::host>,
     GetHostname,
-    SetText<&ObjectPath::className>,
+    SetClassName,
     GetText<&ObjectPath::className, Operation::GetClassName>,
     AddKey,
     GetKey,

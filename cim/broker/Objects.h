@@ -9,6 +9,7 @@
 
 #include <cmpift.h>
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
@@ -88,7 +89,14 @@ struct EnumerationObject : Encapsulated<CMPIEnumeration, CMPIEnumerationFT> {
 struct ObjectPathObject : Encapsulated<CMPIObjectPath, CMPIObjectPathFT> {
     ObjectPathObject(Core &broker, Shared<ObjectPath> path)
         : Encapsulated(broker, &kObjectPathTable), value(std::move(path)) {}
+    const ClassDeclaration *Declaration() const; // null for a class that the broker does not know
+    void SetClassName(const char *name);
+
     Shared<ObjectPath> value;
+
+private:
+    mutable std::atomic<const ClassDeclaration *> declaration{
+        nullptr}; // once looked up; several threads may ask a clone
 };
 
 struct InstanceObject : Encapsulated<CMPIInstance, CMPIInstanceFT> {

@@ -75,6 +75,8 @@ inline bool operator!=(const ObjectPath &a, const ObjectPath &b) { return !(a ==
 struct Instance {
     ObjectPath path;
     std::vector<NamedValue> properties;
+    // The class's other properties are null, not missing: classes have many more than any provider sets.
+    bool othersAreNull = false;
 
     const Value *Property(std::string_view name) const;
 };

@@ -1,5 +1,7 @@
 #include "Json.h"
 
+#include <map>
+
 namespace cim {
 
 namespace {
@@ -40,8 +42,9 @@ struct Convert {
 Json ToJson(const Value &value) { return std::visit(Convert{value.type}, value.payload); }
 
 Json ToJson(const Instance &instance) {
-    Json properties = Json::object();
-    for (const auto &property : instance.properties) properties[property.name] = ToJson(property.value);
+    std::map<std::string, Json> properties;
+    for (const auto &property : instance.properties)
+        if (!property.value.IsNull()) properties[property.name] = ToJson(property.value);
     return {{"path", instance.path.ToString()}, {"properties", std::move(properties)}};
 }
 

@@ -11,7 +11,8 @@ namespace cim {
 using Json = nlohmann::ordered_json;
 
 Json ToJson(const Value &value);
-Json ToJson(const Instance &instance); // {"path": ..., "properties": {...}}
+// {"path": ..., "properties": {...}}: those that have a value, sorted by name.
+Json ToJson(const Instance &instance);
 // An object with an array of instances for each served class, or for `only` alone.
 Json ToJson(const Instances &instances, const ServedClass *only);
 

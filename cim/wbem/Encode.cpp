@@ -136,36 +136,70 @@ void WriteInstancePath(XmlWriter &xml, const ObjectPath &path, const std::string
 
 void InstanceWriter::Write(const Instance &instance) {
     const Element element(xml, "INSTANCE", {{"CLASSNAME", instance.path.className}});
-    auto &[declaration, places] = ColumnsOf(instance.path.className);
-    if (places.size() < instance.properties.size()) places.resize(instance.properties.size());
-    auto column = places.begin();
-    for (const NamedValue &property : instance.properties) {
-        Column &here = *column++;
-        if (here.name != property.name) Retarget(here, declaration, property.name);
-        if (!here.shown) continue;
-        const CMPIType type = TypeShown(property.value, here.declared);
-        if (here.type != type) MakeTags(here, type);
-        if (property.value.IsNull()) {
-            xml.Ready(here.null);
-            continue;
-        }
-        xml.Ready(here.open);
-        WriteValue(xml, property.value, classes);
-        xml.Ready(here.close);
+    Table &table = TableOf(instance.path.className);
+    FillRow(table, instance);
+    std::size_t done = 0; // columns
+    const auto writeNulls = [&](std::size_t end) {
+        const std::size_t begin = table.nullsBegin[done];
+        if (instance.othersAreNull)
+            xml.Ready(std::string_view(table.nulls).substr(begin, table.nullsBegin[end] - begin));
+        done = end + 1;
+    };
+    for (std::size_t i = 0; i < table.columns.size(); ++i) {
+        const Value *value = table.row[i];
+        if (value == nullptr) continue;
+        writeNulls(i);
+        Column &column = table.columns[i];
+        if (!column.shown) continue;
+        const CMPIType type = TypeShown(*value, column.declared);
+        if (column.type != type) MakeTags(column, type);
+        xml.Ready(column.open);
+        if (!value->IsNull()) WriteValue(xml, *value, classes);
+        xml.Ready(column.close);
     }
+    writeNulls(table.columns.size());
 }
 
-InstanceWriter::Columns &InstanceWriter::ColumnsOf(const std::string &className) {
+InstanceWriter::Table &InstanceWriter::TableOf(const std::string &className) {
     const auto [known, isNew] = byClass.try_emplace(className);
-    if (isNew) known->second.declaration = classes.Find(className);
-    return known->second;
+    Table &table = known->second;
+    if (!isNew) return table;
+    table.nullsBegin = {0};
+    if (const ClassDeclaration *declaration = classes.Find(className))
+        for (const PropertyDeclaration &property : declaration->properties)
+            AddColumn(table, property.name, &property, property.type);
+    return table;
 }
 
-void InstanceWriter::Retarget(Column &column, const ClassDeclaration *declaration, const Name &name) const {
-    column = {};
+std::size_t InstanceWriter::AddColumn(Table &table, const Name &name, const PropertyDeclaration *declared,
+                                      CMPIType type) const {
+    Column &column = table.columns.emplace_back();
     column.name = name;
-    column.declared = declaration != nullptr ? declaration->Property(name) : nullptr;
+    column.declared = declared;
     column.shown = IsShown(detail, name);
+    MakeTags(column, type);
+    if (column.shown && declared != nullptr) table.nulls.append(column.open).append(column.close);
+    table.nullsBegin.push_back(table.nulls.size());
+    return table.columns.size() - 1;
+}
+
+std::size_t InstanceWriter::ColumnOf(Table &table, const NamedValue &property) const {
+    for (std::size_t i = 0; i < table.columns.size(); ++i)
+        if (SameName(table.columns[i].name, property.name)) return i;
+    return AddColumn(table, property.name, nullptr, property.value.type);
+}
+
+void InstanceWriter::FillRow(Table &table, const Instance &instance) const {
+    const std::size_t count = instance.properties.size();
+    if (table.places.size() < count) table.places.resize(count, table.columns.size());
+    for (std::size_t i = 0; i < count; ++i) {
+        std::size_t &place = table.places[i];
+        const NamedValue &property = instance.properties[i];
+        if (place >= table.columns.size() || table.columns[place].name != property.name)
+            place = ColumnOf(table, property);
+    }
+    table.row.assign(table.columns.size(), nullptr);
+    for (std::size_t i = 0; i < count; ++i) table.row[table.places[i]] = &instance.properties[i].value;
 }
 
 void InstanceWriter::MakeTags(Column &column, CMPIType type) const {
@@ -183,7 +217,6 @@ void InstanceWriter::MakeTags(Column &column, CMPIType type) const {
     column.type = type;
     column.open = open.Take();
     column.close = close.Take();
-    column.null = column.open + column.close;
 }
 
 void WriteClass(XmlWriter &xml, const ClassDeclaration &declaration, const Detail &detail) {

@@ -4,7 +4,6 @@
 #include "cim/broker/Broker.h"
 #include "cim/wbem/XmlWriter.h"
 
-#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -43,8 +42,8 @@ struct Detail {
     bool qualifiers = false; // of classes
 };
 
-// Writes the instances of one answer. What is known of a property, and what stands around its values, is worked out
-// once and repeated: instances of a class have the same properties in the same places.
+// Writes the instances of one answer, the properties in the order of the class. What is known of a property, and what
+// stands around its values, is worked out once and repeated.
 class InstanceWriter {
 public:
     InstanceWriter(XmlWriter &writer, const ClassTree &tree, const Detail &what)
@@ -53,27 +52,31 @@ public:
     void Write(const Instance &instance);
 
 private:
-    struct Column { // a place, and the property that stood there last
+    struct Column { // a property
         Name name;
-        const PropertyDeclaration *declared = nullptr; // null: the class does not know it
-        bool shown = true;
-        std::optional<CMPIType> type; // of the tags, once there are any
-        std::string open, close;      // tags of the property's element
-        std::string null;             // the whole element when it has no value, as most have none
+        const PropertyDeclaration *declared; // null: the class does not know it
+        bool shown;
+        CMPIType type;           // of the tags
+        std::string open, close; // tags of the property's element
     };
-    struct Columns {
-        const ClassDeclaration *declaration = nullptr;
-        std::vector<Column> places;
+    struct Table {                           // the instances of a class
+        std::vector<Column> columns;         // the class's properties, then what else instances have
+        std::string nulls;                   // the elements of all columns without a value, as most are
+        std::vector<std::size_t> nullsBegin; // where the column's begins in there, and where the last one's ends
+        std::vector<std::size_t> places;     // the columns of the last instance's properties: the next one's as a rule
+        std::vector<const Value *> row;      // of the instance at hand; null: without a value
     };
 
-    Columns &ColumnsOf(const std::string &className);
-    void Retarget(Column &column, const ClassDeclaration *declaration, const Name &name) const;
+    Table &TableOf(const std::string &className);
+    std::size_t AddColumn(Table &table, const Name &name, const PropertyDeclaration *declared, CMPIType type) const;
+    std::size_t ColumnOf(Table &table, const NamedValue &property) const;
+    void FillRow(Table &table, const Instance &instance) const;
     void MakeTags(Column &column, CMPIType type) const;
 
     XmlWriter &xml;
     const ClassTree &classes;
     Detail detail;
-    std::unordered_map<std::string, Columns> byClass;
+    std::unordered_map<std::string, Table> byClass;
 };
 
 // CLASS. Of qualifiers, Key and Association are known.

@@ -5,6 +5,8 @@
 #include "tests/host/Process.h"
 #include "tests/host/Server.h"
 
+#include <gmock/gmock.h>
+
 #include <sys/stat.h>
 
 #include <algorithm>

@@ -52,8 +52,8 @@ TEST(Json, AnObjectWithAnArrayForEachServedClass) {
     ASSERT_EQ(all["Zembra_QuarnelController"].size(), 1u);
     EXPECT_EQ(all["Zembra_QuarnelController"][0], Json::parse(R"json({
         "path": "root/cimv2:Zembra_QuarnelController.Name=\"zbrControllerc1\"",
-        "properties": {"Name": "zbrControllerc1", "Caption": "Controller c1 (R8i)", "OperationalStatus": [2],
-                       "HealthState": 5}})json"));
+        "properties": {"Caption": "Controller c1 (R8i)", "HealthState": 5, "Name": "zbrControllerc1",
+                       "OperationalStatus": [2]}})json"));
 
     EXPECT_EQ(Dump(ToJson(server, &kServedClasses[kPort]), -1), R"({"Zembra_QuarnelSASSATAPort":[]})");
 }

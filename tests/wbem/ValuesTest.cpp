@@ -114,7 +114,7 @@ TEST(InstanceWriter, EveryKindOfValueHasItsElement) {
         {{"Narrow", Value::Unsigned(CMPI_uint16, 700)},
          "<PROPERTY NAME=\"Narrow\" TYPE=\"uint16\"><VALUE>700</VALUE></PROPERTY>"},
         {{"narrow", Value::Signed(CMPI_sint16, -1)},
-         "<PROPERTY NAME=\"narrow\" TYPE=\"sint16\"><VALUE>-1</VALUE></PROPERTY>"},
+         "<PROPERTY NAME=\"Narrow\" TYPE=\"sint16\"><VALUE>-1</VALUE></PROPERTY>"},
         {{"Text", Value::Null(CMPI_null)}, "<PROPERTY NAME=\"Text\" TYPE=\"string\"></PROPERTY>"},
         {{"Other", Value::DateTime("x")}, "<PROPERTY NAME=\"Other\" TYPE=\"datetime\"><VALUE>x</VALUE></PROPERTY>"},
         {{"Words", Value::Null(CMPI_stringA)}, "<PROPERTY.ARRAY NAME=\"Words\" TYPE=\"string\"></PROPERTY.ARRAY>"},
@@ -145,18 +145,37 @@ TEST(InstanceWriter, EveryKindOfValueHasItsElement) {
     }
 }
 
-// Elements without a value are kept for the instances that follow.
+TEST(InstanceWriter, PropertiesStandInTheOrderOfTheClass) {
+    ClassTree classes;
+    std::string error;
+    ASSERT_TRUE(classes.ReadText("class A { uint8 N; string Text; boolean Flag; };", "a", &error)) << error;
+    Instance instance;
+    instance.path.className = "A";
+    instance.properties = {
+        {"Own", Value::Text("o")}, {"Flag", Value::Boolean(false)}, {"N", Value::Unsigned(CMPI_uint8, 1)}};
+    const std::string number = "<PROPERTY NAME=\"N\" TYPE=\"uint8\"><VALUE>1</VALUE></PROPERTY>",
+                      text = "<PROPERTY NAME=\"Text\" TYPE=\"string\"></PROPERTY>",
+                      flag = "<PROPERTY NAME=\"Flag\" TYPE=\"boolean\"><VALUE>FALSE</VALUE></PROPERTY>",
+                      own = "<PROPERTY NAME=\"Own\" TYPE=\"string\"><VALUE>o</VALUE></PROPERTY>";
+    EXPECT_EQ(Written(classes, instance), number + flag + own);
+    instance.othersAreNull = true;
+    EXPECT_EQ(Written(classes, instance), number + text + flag + own);
+}
+
+// What is worked out for an instance is kept for those that follow.
 TEST(InstanceWriter, InstancesThatFollowAreWrittenAsTheFirst) {
     ClassTree classes;
     std::string error;
     ASSERT_TRUE(classes.ReadText("class A { uint8 N; string Text; };", "a", &error)) << error;
-    Instance empty, full;
-    empty.path.className = full.path.className = "A";
+    Instance empty, full, turned;
+    empty.path.className = full.path.className = turned.path.className = "A";
     empty.properties = {{"N", Value::Null(CMPI_uint8)}, {"Own", Value::Null(CMPI_string)}};
     full.properties = {{"N", Value::Unsigned(CMPI_uint8, 1)}, {"Own", Value::Null(CMPI_boolean)}};
+    turned.othersAreNull = true;
+    turned.properties = {{"Text", Value::Text("t")}, {"N", Value::Unsigned(CMPI_uint8, 2)}};
     XmlWriter xml, expected;
     InstanceWriter writer(xml, classes, {});
-    for (const Instance *instance : {&empty, &full, &empty, &empty, &full}) {
+    for (const Instance *instance : {&empty, &full, &turned, &empty, &turned, &empty, &full}) {
         writer.Write(*instance);
         InstanceWriter(expected, classes, {}).Write(*instance);
     }

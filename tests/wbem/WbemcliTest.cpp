@@ -84,7 +84,6 @@ Json Listed(const std::string &hardware) {
 
 // A value the way wbemcli prints it.
 std::string Printed(const Json &value) {
-    if (value.is_null()) return "";
     if (value.is_boolean()) return value.get<bool>() ? "TRUE" : "FALSE";
     if (value.is_string()) return "\"" + value.get<std::string>() + "\"";
     if (!value.is_array()) return value.dump();
@@ -110,13 +109,14 @@ std::string InOrder(const std::string &line) {
     return result + line.substr(end);
 }
 
-// What one table has and the other has not, line by line; empty when they are the same.
+// What one table has and the other has not, whatever the order of properties; empty when they are the same.
 std::string Difference(const Table &found, const Table &expected) {
     const auto lines = [](const Table &table) {
         Lines all;
         for (const auto &[path, properties] : table) {
             all.push_back(path);
             for (const std::string &line : properties) all.push_back(path + " " + InOrder(line));
+            std::sort(all.end() - static_cast<std::ptrdiff_t>(properties.size()), all.end());
         }
         return all;
     };
@@ -136,7 +136,8 @@ Table TableOf(const Json &instances) {
     return table;
 }
 
-// Of wbemcli -nl: a path, its properties' lines with a dash in front, an empty line; and so on.
+// Of wbemcli -nl: a path, its properties' lines with a dash in front, an empty line; and so on. Without those that are
+// null, which the list does not show.
 Table TableOf(const Lines &lines) {
     Table table;
     Lines *properties = nullptr;
@@ -145,7 +146,7 @@ Table TableOf(const Lines &lines) {
             properties = nullptr;
         } else if (properties == nullptr) {
             properties = &table[line];
-        } else {
+        } else if (line.back() != '=') {
             properties->push_back(line.substr(1));
         }
     }
