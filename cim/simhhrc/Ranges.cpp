@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <map>
 
 namespace sim {
 namespace {
@@ -48,16 +49,16 @@ void Expand(const Json &entry, const Json &range, const std::string &one, const 
         throw Mistake(both->line, what + ": has both \"" + one + "\" and \"" + one + "s\"");
     }
     const std::vector<std::uint16_t> numbers = NumbersOf(range, what + ": " + one + "s");
+    std::map<std::string, const Json *> exceptions; // by number; null: none
+    for (const std::uint16_t number : numbers) exceptions[std::to_string(number)] = nullptr;
+    const Json *listed = Member(members, "except");
     static const Json::Object none;
-    const Json *exceptions = Member(members, "except");
-    const Json::Object &exceptional = exceptions != nullptr ? ObjectOf(*exceptions, what + ": except") : none;
-    const auto except = [&what](const std::string &number) { return what + ": except: \"" + number + '"'; };
-    for (const Json::Member &exception : exceptional) {
-        if (std::none_of(numbers.begin(), numbers.end(),
-                         [&](std::uint16_t number) { return std::to_string(number) == exception.name; })) {
-            throw Mistake(exception.json.line, except(exception.name) + " is not among the " + one + "s");
-        }
-        ObjectOf(exception.json, except(exception.name));
+    for (const auto &[number, exception] : listed != nullptr ? ObjectOf(*listed, what + ": except") : none) {
+        const std::string where = what + ": except: \"" + number + '"';
+        const auto known = exceptions.find(number);
+        if (known == exceptions.end()) throw Mistake(exception.line, where + " is not among the " + one + "s");
+        ObjectOf(exception, where);
+        known->second = &exception;
     }
     if (made.size() + numbers.size() > kMostDevices) {
         throw Mistake(range.line, what + ": more than " + std::to_string(kMostDevices) + " devices");
@@ -76,7 +77,7 @@ void Expand(const Json &entry, const Json &range, const std::string &one, const 
                 copy.push_back({one, {text, range.line}});
             }
         }
-        if (const Json *exception = Member(exceptional, text)) {
+        if (const Json *exception = exceptions.at(text)) {
             for (const Json::Member &member : *exception->As<Json::Object>()) Replace(copy, member);
         }
         made.push_back(Json{std::move(copy), entry.line});
