@@ -53,11 +53,11 @@ void Expand(const Json &entry, const Json &range, const std::string &one, const 
     for (const std::uint16_t number : numbers) exceptions[std::to_string(number)] = nullptr;
     const Json *listed = Member(members, "except");
     static const Json::Object none;
+    const auto where = [&what](const std::string &number) { return what + ": except: \"" + number + '"'; };
     for (const auto &[number, exception] : listed != nullptr ? ObjectOf(*listed, what + ": except") : none) {
-        const std::string where = what + ": except: \"" + number + '"';
         const auto known = exceptions.find(number);
-        if (known == exceptions.end()) throw Mistake(exception.line, where + " is not among the " + one + "s");
-        ObjectOf(exception, where);
+        if (known == exceptions.end()) throw Mistake(exception.line, where(number) + " is not among the " + one + "s");
+        ObjectOf(exception, where(number));
         known->second = &exception;
     }
     if (made.size() + numbers.size() > kMostDevices) {
