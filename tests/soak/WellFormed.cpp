@@ -130,7 +130,7 @@ std::string FlawInState(const cim::Instance &instance, const std::string &classN
     const std::string health = Shown(instance, "HealthState");
     for (const auto &state : kStates)
         if (className == state.className && Matches(caption, state.caption) && health == state.health &&
-            (status == "null" || Contains(state.status, status)))
+            (status == "absent" || Contains(state.status, status)))
             return {};
     return "status " + status + " and health " + health + " do not go with \"" + caption + "\"";
 }
