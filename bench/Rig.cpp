@@ -48,15 +48,8 @@ std::string BareRegistrations(const std::string &folder) {
 }
 
 cim::BrokerConfig Configuration(const std::string &folder) {
-    const std::string schema = BuildFolder() + "/share/quarnel/schema/";
-    cim::BrokerConfig config;
-    for (const char *file :
-         {"CIM_Subset", "CIM_SASSATAPort", "OMC_UnitaryComputerSystem", "Zembra_Quarnel", "Sim_HHRC"})
-        config.mofFiles.push_back(schema + file + ".mof");
-    for (const char *file : {"QuarnelProvider", "HostSystemProvider", "SimHHRCProvider"})
-        config.registrationFiles.push_back(schema + file + ".reg");
+    cim::BrokerConfig config = support::ServerConfig(folder);
     config.registrationFiles.push_back(BareRegistrations(folder));
-    config.libraryFolders = {folder};
     config.builtins[kBareProvider] = {CreateBareInstanceMI, nullptr};
     return config;
 }
@@ -85,8 +78,6 @@ template <class Condition> void Await(const char *what, const Condition &conditi
 }
 
 } // namespace
-
-std::string BuildFolder() { return fs::read_symlink("/proc/self/exe").parent_path().parent_path().string(); }
 
 void MakeRefreshesDue() { support::TestClock::Advance(kMoreThanTheInterval); }
 

@@ -6,6 +6,7 @@
 
 #include "bench/Hardware.h"
 #include "cim/broker/Broker.h"
+#include "tests/support/BuildTree.h"
 
 #include <memory>
 #include <string>
@@ -86,6 +87,6 @@ private:
 };
 
 // Where bin/, lib/ and share/ are.
-std::string BuildFolder();
+using support::BuildFolder;
 
 } // namespace bench

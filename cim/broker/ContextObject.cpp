@@ -22,7 +22,7 @@ CMPIStatus Release(CMPIContext *context) {
     } else {
         object.Release();
     }
-    return {CMPI_RC_OK, nullptr};
+    return kOk;
 }
 
 CMPIContext *Clone(const CMPIContext *from, CMPIStatus *status) {
@@ -60,14 +60,14 @@ CMPIStatus AddEntry(const CMPIContext *context, const char *name, const CMPIValu
         known->value = *std::move(given);
     else
         object.entries.push_back({name, *std::move(given)});
-    return {CMPI_RC_OK, nullptr};
+    return kOk;
 }
 
 #ifdef QUARNEL_CONTEXT_FLUSH
 CMPIStatus Flush(const CMPIContext *context) {
     auto &object = ObjectOf<ContextObject>(context);
     Threads::Mine().Flush(object.core, object);
-    return {CMPI_RC_OK, nullptr};
+    return kOk;
 }
 
 using Table = CMPIContextFlushFT;

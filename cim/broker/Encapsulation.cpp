@@ -85,7 +85,7 @@ CMPIBoolean ClassPathIsA(const CMPIBroker *broker, const CMPIObjectPath *path, c
 const struct {
     const void *table;
     const char *name;
-} kTypes[] = {
+} kHandleTypes[] = {
     {&kInstanceTable, "CMPIInstance"}, {&kObjectPathTable, "CMPIObjectPath"},   {&kStringTable, "CMPIString"},
     {&kArrayTable, "CMPIArray"},       {&kEnumerationTable, "CMPIEnumeration"}, {&kResultTable, "CMPIResult"},
     {ContextTable(), "CMPIContext"},
@@ -93,7 +93,7 @@ const struct {
 
 const char *TypeOf(const void *object) {
     const void *table = object != nullptr ? static_cast<const CMPIString *>(object)->ft : nullptr;
-    for (const auto &type : kTypes)
+    for (const auto &type : kHandleTypes)
         if (type.table == table) return type.name;
     return nullptr;
 }

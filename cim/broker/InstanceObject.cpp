@@ -7,8 +7,6 @@
 namespace cim {
 namespace {
 
-constexpr CMPIStatus kOk{CMPI_RC_OK, nullptr};
-
 const PropertyDeclaration *Declared(const InstanceObject &object, std::string_view name) {
     return object.declaration != nullptr ? object.declaration->Property(name) : nullptr;
 }

@@ -9,7 +9,7 @@ namespace {
 constexpr struct {
     const char *name;
     CMPIType type;
-} kTypes[] = {
+} kTypeNames[] = {
     {"boolean", CMPI_boolean}, {"string", CMPI_string}, {"datetime", CMPI_dateTime}, {"char16", CMPI_char16},
     {"uint8", CMPI_uint8},     {"uint16", CMPI_uint16}, {"uint32", CMPI_uint32},     {"uint64", CMPI_uint64},
     {"sint8", CMPI_sint8},     {"sint16", CMPI_sint16}, {"sint32", CMPI_sint32},     {"sint64", CMPI_sint64},
@@ -141,7 +141,7 @@ void Reader::ReadFeature(MofClass &to) {
         property.type = CMPI_ref;
         property.referenceClass = type;
     } else {
-        for (const auto &known : kTypes)
+        for (const auto &known : kTypeNames)
             if (SameName(type, known.name) && known.type != CMPI_ref) property.type = known.type;
         if (property.type == CMPI_null) throw TextError{line, "unknown type '" + type + "'"};
     }
@@ -212,7 +212,7 @@ std::vector<MofClass> ReadMof(std::string_view text) {
 }
 
 const char *NameOfType(CMPIType type) {
-    for (const auto &known : kTypes)
+    for (const auto &known : kTypeNames)
         if (known.type == (type & ~CMPI_ARRAY)) return known.name;
     return "no type";
 }

@@ -5,7 +5,6 @@
 namespace cim {
 namespace {
 
-constexpr CMPIStatus kOk{CMPI_RC_OK, nullptr};
 constexpr std::size_t kUsualKeys = 4; // of devices and software
 
 CMPIObjectPath *Clone(const CMPIObjectPath *from, CMPIStatus *status) {

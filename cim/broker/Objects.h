@@ -19,6 +19,8 @@ namespace cim {
 
 struct Results;
 
+constexpr CMPIStatus kOk{CMPI_RC_OK, nullptr};
+
 extern const CMPIStringFT kStringTable;
 extern const CMPIArrayFT kArrayTable;
 extern const CMPIEnumerationFT kEnumerationTable;
@@ -141,7 +143,7 @@ template <class T> typename T::HandleType *Cloned(std::unique_ptr<T> object) {
 
 template <class T> CMPIStatus ReleaseObject(typename T::HandleType *handle) {
     ObjectOf<T>(handle).Release();
-    return {CMPI_RC_OK, nullptr};
+    return kOk;
 }
 
 inline void Set(CMPIStatus *status, CMPIrc rc) {

@@ -5,8 +5,6 @@
 namespace cim {
 namespace {
 
-constexpr CMPIStatus kOk{CMPI_RC_OK, nullptr};
-
 // A result ends with the call that it was made for.
 CMPIStatus Release(CMPIResult *) { return kOk; }
 

@@ -87,6 +87,12 @@ bool SameLetters(std::string_view a, std::string_view b) {
     return std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return Lower(x) == Lower(y); });
 }
 
+std::string LowerCase(std::string_view text) {
+    std::string lower(text);
+    std::transform(lower.begin(), lower.end(), lower.begin(), Lower);
+    return lower;
+}
+
 const Value *ObjectPath::Key(std::string_view name) const {
     const NamedValue *key = Find(keys, name);
     return key != nullptr ? &key->value : nullptr;

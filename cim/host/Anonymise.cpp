@@ -20,12 +20,7 @@ constexpr std::size_t kShortestHost = 2;
 bool IsAlnum(char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0; }
 bool IsHex(char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }
 
-std::string Lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-    return text;
-}
-
-bool Contains(const std::string &text, const char *part) { return Lower(text).find(part) != std::string::npos; }
+bool Contains(const std::string &text, const char *part) { return LowerCase(text).find(part) != std::string::npos; }
 
 // Calls `visit` for each text in the values.
 template <class Values, class Visit> void ForEachText(Values &values, const Visit &visit) {
@@ -56,7 +51,7 @@ public:
     void AddHost(std::string host) {
         if (host.size() > 2 && host.front() == '[') host = host.substr(1, host.find(']') - 1); // [::1]:5988
         if (const auto colon = host.find(':'); colon == host.rfind(':')) host.resize(std::min(colon, host.size()));
-        host = Lower(host);
+        host = LowerCase(host);
         if (host.empty() || host == "localhost" || host == "::1" || host.rfind("127.", 0) == 0) return;
         const std::string name = LooksLikeHost(host) ? host.substr(0, host.find('.')) : host;
         const auto [known, isNew] = hostsByName.emplace(name, std::string());
@@ -84,7 +79,7 @@ public:
             do {
                 pseudonym = fmt::format("SN{:0{}}", ++count, serial.size() - 2);
             } while (serials.count(pseudonym) != 0);
-            secrets.emplace(Lower(serial), pseudonym);
+            secrets.emplace(LowerCase(serial), pseudonym);
         }
         for (const auto &secret : secrets) byFirst[static_cast<unsigned char>(secret.first[0])].emplace_back(secret);
         for (auto &some : byFirst) {
@@ -94,7 +89,7 @@ public:
     }
 
     std::string Replace(const std::string &text) {
-        const std::string lower = Lower(text);
+        const std::string lower = LowerCase(text);
         std::string replaced;
         for (std::size_t at = 0; at < text.size();) {
             std::size_t length = HexAt(text, at, true);
@@ -142,7 +137,7 @@ private:
     static std::string DigitsOf(const std::string &text) {
         std::string digits;
         std::copy_if(text.begin(), text.end(), std::back_inserter(digits), IsHex);
-        return Lower(digits);
+        return LowerCase(digits);
     }
 
     // The first digit, which tells what kind of WWN it is, stays.

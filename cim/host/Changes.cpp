@@ -6,7 +6,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
 #include <unordered_map>
 
 namespace cim {
@@ -17,13 +16,6 @@ bool SameInstance(const Item &a, const Item &b) {
     const auto same = [](const NamedValue &x, const NamedValue &y) { return x.name == y.name && x.value == y.value; };
     return std::equal(a.instance.properties.begin(), a.instance.properties.end(), b.instance.properties.begin(),
                       b.instance.properties.end(), same);
-}
-
-std::string Shown(const std::string &text) { return text.empty() ? "-" : Printable(text); }
-
-std::string LowerCase(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-    return text;
 }
 
 Json ChangedProperties(const Instance &before, const Instance &after) {

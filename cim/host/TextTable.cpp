@@ -10,8 +10,6 @@ constexpr const char *kReset = "\033[0m";
 
 bool Continues(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
-std::string Shown(const std::string &cell) { return cell.empty() ? "-" : Printable(cell); }
-
 void AppendPadded(std::string &line, const std::string &text, std::size_t width, bool right) {
     const std::size_t length = LengthOf(text);
     const std::string padding(width > length ? width - length : 0, ' ');
@@ -47,6 +45,8 @@ std::string Printable(std::string_view text) {
     }
     return printable;
 }
+
+std::string Shown(std::string_view text) { return text.empty() ? "-" : Printable(text); }
 
 std::string Styled(const std::string &text, const char *style, const TextOptions &options) {
     return options.colour && *style != '\0' ? style + text + kReset : text;

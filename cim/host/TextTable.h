@@ -36,6 +36,9 @@ std::string Styled(const std::string &text, const char *style, const TextOptions
 // What a terminal may be shown of a text from outside: control characters become "?".
 std::string Printable(std::string_view text);
 
+// The same, and "-" for an empty text.
+std::string Shown(std::string_view text);
+
 // Characters, not bytes, of a UTF-8 text.
 std::size_t LengthOf(std::string_view text);
 

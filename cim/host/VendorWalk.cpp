@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
 #include <map>
 #include <set>
 
@@ -58,17 +57,12 @@ struct Stop {
     Status status;
 };
 
-std::string Lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-    return text;
-}
-
 // Equal texts, equal paths.
 std::string IdentityOf(ObjectPath path) {
     path.host.clear();
-    path.nameSpace = Lower(path.nameSpace);
-    path.className = Lower(path.className);
-    for (NamedValue &key : path.keys) key.name = Lower(key.name);
+    path.nameSpace = LowerCase(path.nameSpace);
+    path.className = LowerCase(path.className);
+    for (NamedValue &key : path.keys) key.name = LowerCase(key.name);
     std::stable_sort(path.keys.begin(), path.keys.end(),
                      [](const NamedValue &a, const NamedValue &b) { return a.name < b.name; });
     return path.ToString();

@@ -336,6 +336,8 @@ extern List_t *const RaidControllerList;
 int GetHHRCProfiles(const CMPIInstanceMI *mi, const CMPIContext *ctx, Array_t *profiles);
 // Lists one controller per port controller of the profiles. 0; -2 or the list's code, with nothing listed.
 int BuildControllerInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, const Array_t *profiles);
+// An empty record with its locks and lists; null without memory.
+RaidController_t *NewController();
 void FreeController(void *controller);
 
 // Starts the workers, each in a context prepared from `ctx`, with every flag of an earlier life lowered.

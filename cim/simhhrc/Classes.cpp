@@ -8,7 +8,7 @@ namespace {
 #define CMPI_datetime CMPI_dateTime // MOF's spelling
 
 // A class (no type; its superclass or an empty text) or a property of the class before it.
-struct Row {
+struct SchemaRow {
     const char *name;
     const char *superclass;
     CMPIType type;
@@ -17,7 +17,7 @@ struct Row {
 #define CLASS(name, superclass) {#name, #superclass, CMPI_null},
 #define PROPERTY(type, name) {#name, nullptr, CMPI_##type},
 #define ARRAY(type, name) {#name, nullptr, CMPI_ARRAY | CMPI_##type},
-const Row kSchema[] = {
+const SchemaRow kSchema[] = {
 #include "SchemaTable.inc"
 };
 #undef CLASS
@@ -28,7 +28,7 @@ const Row kSchema[] = {
 } // namespace
 
 Classes::Classes() {
-    for (const Row &row : kSchema) {
+    for (const SchemaRow &row : kSchema) {
         if (row.superclass != nullptr) {
             Add(row.name, Find(row.superclass));
         } else {

@@ -91,7 +91,7 @@ void WriteError(XmlWriter &xml, const Fault &fault) {
     xml.Leaf("ERROR", {}, {{"CODE", std::to_string(fault.code)}, {"DESCRIPTION", fault.what()}});
 }
 
-std::string Answer(Broker &broker, const Message &message) {
+std::string AnswerText(Broker &broker, const Message &message) {
     const auto write = [&message](const auto &content) {
         XmlWriter xml;
         xml.Ready("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n");
@@ -146,7 +146,7 @@ HttpAnswer Handle(Broker &broker, const HttpRequest &request) noexcept {
         ReadDocument(request.body, document);
         const Message message = ReadMessage(document, headers.host);
         RequireMatch(headers, message);
-        return Success(headers, Answer(broker, message));
+        return Success(headers, AnswerText(broker, message));
     } catch (const Refusal &refusal) {
         return Refused(refusal);
     } catch (const std::exception &error) {

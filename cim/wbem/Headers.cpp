@@ -12,11 +12,6 @@ namespace {
 
 constexpr char kExtension[] = "http://www.dmtf.org/cim/mapping/http/v1.";
 
-std::string Lower(std::string text) {
-    for (char &c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return text;
-}
-
 std::string Trimmed(const std::string &text) {
     const std::size_t first = text.find_first_not_of(" \t");
     if (first == std::string::npos) return {};
@@ -45,7 +40,7 @@ bool IsXml(const std::string &mediaType) { return mediaType == "application/xml"
 void RequireXml(const HttpRequest &request) {
     const std::string *type = FindHeader(request.headers, "Content-Type");
     if (type == nullptr) return;
-    const std::vector<std::string> parts = Split(Lower(*type), ';');
+    const std::vector<std::string> parts = Split(LowerCase(*type), ';');
     if (!IsXml(parts[0])) throw Refusal(kUnsupportedMediaType, nullptr, "the content is not application/xml");
     for (std::size_t i = 1; i < parts.size(); ++i) {
         if (parts[i].rfind("charset=", 0) != 0) continue;
@@ -60,7 +55,7 @@ void RequireXml(const HttpRequest &request) {
 void RequireAnswerWanted(const HttpRequest &request) {
     const std::string *accept = FindHeader(request.headers, "Accept");
     if (accept == nullptr || Trimmed(*accept).empty()) return;
-    for (const std::string &range : Split(Lower(*accept), ',')) {
+    for (const std::string &range : Split(LowerCase(*accept), ',')) {
         const std::string type = Split(range, ';')[0];
         if (type == "*/*" || type == "application/*" || type == "text/*" || IsXml(type)) return;
     }

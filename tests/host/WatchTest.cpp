@@ -15,7 +15,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-const std::string kProgram = BinFolder() + "/quarnel-quick";
+const std::string kQuick = BinFolder() + "/quarnel-quick";
 
 std::vector<std::string> Watch(const Server &server, std::vector<std::string> more = {}) {
     more.insert(more.begin(), {"watch", "--interval", "0.1", "--hardware", server.File()});
@@ -40,7 +40,7 @@ std::vector<std::string> LinesOf(const std::string &text) {
 
 TEST(Watch, PrintsChangesAsLinesIntoAPipe) {
     Server server(SmallServer());
-    Process watch(kProgram, Watch(server));
+    Process watch(kQuick, Watch(server));
     ASSERT_TRUE(watch.WaitForError("quarnel: watching")) << watch.Err();
     ChangeHardware(server);
     // One look sees all three, or several do.
@@ -62,7 +62,7 @@ TEST(Watch, PrintsChangesAsLinesIntoAPipe) {
 
 TEST(Watch, PrintsJsonLines) {
     Server server(SmallServer());
-    Process watch(kProgram, Watch(server, {"--json", "--class", "battery"}));
+    Process watch(kQuick, Watch(server, {"--json", "--class", "battery"}));
     ASSERT_TRUE(watch.WaitForError("watching")) << watch.Err();
     server.Controller()["batteries"][0]["batteryStatus"] = "low";
     server.Controller()["disks"][0]["status"] = "failed"; // not asked for
@@ -88,7 +88,7 @@ TEST(Watch, RedrawsTheTablesAndLeavesTheTerminalAsItWas) {
     Server server(SmallServer());
     Process::Options options;
     options.terminal = true;
-    Process watch(kProgram, Watch(server), options);
+    Process watch(kQuick, Watch(server), options);
     termios before{};
     ASSERT_EQ(tcgetattr(watch.Terminal(), &before), 0);
 

@@ -12,7 +12,7 @@ namespace {
 constexpr char kWho[] = "CrossoutDuplicatedEntries";
 
 // A port's DeviceID, or DeviceID and class: "a", "a/Sim_AcmeSASSATAPort".
-Hardware Ports(const std::vector<std::string> &ports) {
+Hardware PortsAndClasses(const std::vector<std::string> &ports) {
     Hardware hardware = Hardware().WithController("c0");
     for (const std::string &port : ports) {
         const auto slash = port.find('/');
@@ -76,7 +76,7 @@ TEST(Pairing, TellsWhoIsStillThereWhoHasGoneAndWhoIsNew) {
     };
     for (const auto &test : cases) {
         SCOPED_TRACE(test.name);
-        LinkedBench bench(Ports(test.before));
+        LinkedBench bench(PortsAndClasses(test.before));
         // A port is built once only by the first build: a second one of its identity comes with a refresh.
         bench.StartInOrder();
         if (test.before.size() != TheController()->PortList->Size) {
@@ -84,7 +84,7 @@ TEST(Pairing, TellsWhoIsStillThereWhoHasGoneAndWhoIsNew) {
             bench.Refresh(kPort);
         }
         ASSERT_EQ(TheController()->PortList->Size, test.before.size());
-        bench.Change([&](Hardware &hardware) { hardware = Ports(test.after); });
+        bench.Change([&](Hardware &hardware) { hardware = PortsAndClasses(test.after); });
         LogCapture::Clear();
         const Pairing pairing(bench);
         EXPECT_EQ(pairing.result, 0);
@@ -95,9 +95,9 @@ TEST(Pairing, TellsWhoIsStillThereWhoHasGoneAndWhoIsNew) {
 }
 
 TEST(Pairing, PairsTheEarlierOfTwoAlikeWithTheEarlier) {
-    LinkedBench bench(Ports({"a"}));
+    LinkedBench bench(PortsAndClasses({"a"}));
     bench.StartAndWait();
-    bench.Change([&](Hardware &hardware) { hardware = Ports({"b", "a", "a"}); });
+    bench.Change([&](Hardware &hardware) { hardware = PortsAndClasses({"b", "a", "a"}); });
     LogCapture::Clear();
     const Pairing pairing(bench);
     EXPECT_EQ(pairing.fresh, " b - a");
@@ -106,7 +106,7 @@ TEST(Pairing, PairsTheEarlierOfTwoAlikeWithTheEarlier) {
 
 TEST(Pairing, MatchesNothingWithoutKeyOrClassName) {
     for (const Operation operation : {Operation::GetKey, Operation::GetClassName}) {
-        LinkedBench bench(Ports({"a", "b"}));
+        LinkedBench bench(PortsAndClasses({"a", "b"}));
         bench.StartInOrder();
         bench.Broker().Faults().Add(Rule(operation).From("Sim_SASSATAPort").Fails());
         const Pairing pairing(bench);
@@ -117,7 +117,7 @@ TEST(Pairing, MatchesNothingWithoutKeyOrClassName) {
 }
 
 TEST(Pairing, RefusesInvalidParametersAndLeavesThemAlone) {
-    LinkedBench bench(Ports({"a"}));
+    LinkedBench bench(PortsAndClasses({"a"}));
     bench.Start();
     const Invocation call(bench);
     const CMPIEnumeration *enumeration =
@@ -150,10 +150,10 @@ TEST(Pairing, RefusesInvalidParametersAndLeavesThemAlone) {
 }
 
 TEST(Pairing, LeavesTheKindAloneWhenTheEnumerationHasNoArray) {
-    LinkedBench bench(Ports({"a"}));
+    LinkedBench bench(PortsAndClasses({"a"}));
     bench.StartAndWait();
     bench.Inject(Rule(Operation::ToArray).Does(FaultRule::Effect::NullWithOk));
-    bench.Change([&](Hardware &hardware) { hardware = Ports({"b"}); });
+    bench.Change([&](Hardware &hardware) { hardware = PortsAndClasses({"b"}); });
     bench.Refresh(kPort);
     EXPECT_TRUE(LoggedTimes(1, LOG_ERR, "CrossoutDuplicatedEntries, failed to get array from enum\n"));
     EXPECT_TRUE(Logged(LOG_DEBUG, "CrossoutDuplicatedEntries EXITED, rc -100, remove 0, add 0\n"));

@@ -62,8 +62,8 @@ Hardware Whole() {
         .WithBattery("b", {{"batteryStatus", 4}, {"status", 6}});
 }
 
-std::string Text(const char *text) { return Shown(text); }
-std::string Text(std::uint64_t number) { return std::to_string(number); }
+std::string Plain(const char *text) { return Shown(text); }
+std::string Plain(std::uint64_t number) { return std::to_string(number); }
 
 // All records, by field, with what clients see of it where that says more.
 Facts Model(LinkedBench &bench) {
@@ -79,61 +79,61 @@ Facts Model(LinkedBench &bench) {
     for (const std::string &version : bench.Column(kSoftware, "VersionString"))
         add("controller", {{"VersionString", version}});
     for (const RaidController_t *ctrl : Each<RaidController_t>(RaidControllerList)) {
-        add("controller", {{"ID", Text(ctrl->DeviceID)},
+        add("controller", {{"ID", Plain(ctrl->DeviceID)},
                            {"Caption", captions[kController]},
-                           {"Status", Text(ctrl->OperationalStatus)},
-                           {"Health", Text(ctrl->HealthState)}});
+                           {"Status", Plain(ctrl->OperationalStatus)},
+                           {"Health", Plain(ctrl->HealthState)}});
         for (const StoragePool_t *pool : Each<StoragePool_t>(ctrl->PoolList))
-            add("pool", {{"ID", Text(pool->InstanceID)},
-                         {"PoolID", Text(pool->PoolID)},
-                         {"Primordial", Text(pool->Primordial)},
-                         {"Status", Text(pool->OperationalStatus)},
-                         {"Total", Text(pool->TotalManagedSpace)},
-                         {"Remaining", Text(pool->RemainingManagedSpace)},
+            add("pool", {{"ID", Plain(pool->InstanceID)},
+                         {"PoolID", Plain(pool->PoolID)},
+                         {"Primordial", Plain(pool->Primordial)},
+                         {"Status", Plain(pool->OperationalStatus)},
+                         {"Total", Plain(pool->TotalManagedSpace)},
+                         {"Remaining", Plain(pool->RemainingManagedSpace)},
                          {"Drives", Members(pool->PoolID)}});
         for (const Chassis_t *chassis : Each<Chassis_t>(ctrl->ChassisList))
-            add("chassis", {{"Tag", Text(chassis->Tag)}, {"Status", Text(chassis->OperationalStatus)}});
+            add("chassis", {{"Tag", Plain(chassis->Tag)}, {"Status", Plain(chassis->OperationalStatus)}});
         for (const DiskDrive_t *disk : Each<DiskDrive_t>(ctrl->DiskList))
-            add("disk", {{"ID", Text(disk->DeviceID)},
+            add("disk", {{"ID", Plain(disk->DeviceID)},
                          {"Caption", captions[kExtent]},
-                         {"Name", Text(disk->Name)},
-                         {"EnabledState", Text(disk->EnabledState)},
-                         {"Status", Text(disk->OperationalStatus)},
-                         {"ExtentStatus", Text(disk->ExtentStatus)},
-                         {"Blocks", Text(disk->NumberOfBlocks)},
-                         {"Consumable", Text(disk->ConsumableBlocks)},
-                         {"Primordial", Text(disk->Primordial)},
-                         {"Slot", Text(disk->SlotNumber)},
-                         {"Chassis", Text(disk->Chassis)},
-                         {"Pool", Text(disk->Pool)}});
+                         {"Name", Plain(disk->Name)},
+                         {"EnabledState", Plain(disk->EnabledState)},
+                         {"Status", Plain(disk->OperationalStatus)},
+                         {"ExtentStatus", Plain(disk->ExtentStatus)},
+                         {"Blocks", Plain(disk->NumberOfBlocks)},
+                         {"Consumable", Plain(disk->ConsumableBlocks)},
+                         {"Primordial", Plain(disk->Primordial)},
+                         {"Slot", Plain(disk->SlotNumber)},
+                         {"Chassis", Plain(disk->Chassis)},
+                         {"Pool", Plain(disk->Pool)}});
         for (const StorageVolume_t *volume : Each<StorageVolume_t>(ctrl->VolumeList))
-            add("volume", {{"ID", Text(volume->DeviceID)},
+            add("volume", {{"ID", Plain(volume->DeviceID)},
                            {"Caption", captions[kVolume]},
-                           {"Name", Text(volume->Name)},
-                           {"NameFormat", Text(volume->NameFormat)},
-                           {"NameNameSpace", Text(volume->NameNameSpace)},
-                           {"Status", Text(volume->OperationalStatus)},
-                           {"ExtentStatus", Text(volume->ExtentStatus)},
-                           {"Blocks", Text(volume->NumberOfBlocks)},
-                           {"Consumable", Text(volume->ConsumableBlocks)},
-                           {"DataRedundancy", Text(volume->DataRedundancy)},
-                           {"PackageRedundancy", Text(volume->PackageRedundancy)},
-                           {"BasedOn", Text(volume->IsBasedOnUnderlyingRedundancy)},
-                           {"Delta", Text(volume->DeltaReservation)},
-                           {"Primordial", Text(volume->Primordial)},
-                           {"Pool", Text(volume->FromPool)}});
+                           {"Name", Plain(volume->Name)},
+                           {"NameFormat", Plain(volume->NameFormat)},
+                           {"NameNameSpace", Plain(volume->NameNameSpace)},
+                           {"Status", Plain(volume->OperationalStatus)},
+                           {"ExtentStatus", Plain(volume->ExtentStatus)},
+                           {"Blocks", Plain(volume->NumberOfBlocks)},
+                           {"Consumable", Plain(volume->ConsumableBlocks)},
+                           {"DataRedundancy", Plain(volume->DataRedundancy)},
+                           {"PackageRedundancy", Plain(volume->PackageRedundancy)},
+                           {"BasedOn", Plain(volume->IsBasedOnUnderlyingRedundancy)},
+                           {"Delta", Plain(volume->DeltaReservation)},
+                           {"Primordial", Plain(volume->Primordial)},
+                           {"Pool", Plain(volume->FromPool)}});
         for (const SASSATAPort_t *port : Each<SASSATAPort_t>(ctrl->PortList))
-            add("port", {{"ID", Text(port->DeviceID)},
+            add("port", {{"ID", Plain(port->DeviceID)},
                          {"Caption", captions[kPort]},
-                         {"Type", Text(port->PortType)},
-                         {"Usage", Text(port->UsageRestriction)},
-                         {"Status", Text(port->OperationalStatus)}});
+                         {"Type", Plain(port->PortType)},
+                         {"Usage", Plain(port->UsageRestriction)},
+                         {"Status", Plain(port->OperationalStatus)}});
         for (const Battery_t *battery : Each<Battery_t>(ctrl->BatteryList))
-            add("battery", {{"ID", Text(battery->DeviceID)},
-                            {"BatteryStatus", Text(battery->BatteryStatus)},
-                            {"Status", Text(battery->OperationalStatus)}});
+            add("battery", {{"ID", Plain(battery->DeviceID)},
+                            {"BatteryStatus", Plain(battery->BatteryStatus)},
+                            {"Status", Plain(battery->OperationalStatus)}});
     }
-    add("host", {{"Name", Text(GetSystemName())}, {"Class", Text(GetSystemClassName())}});
+    add("host", {{"Name", Plain(GetSystemName())}, {"Class", Plain(GetSystemClassName())}});
     return facts;
 }
 

@@ -13,20 +13,11 @@ struct FreeControllerRecord {
 };
 using ControllerRecord = std::unique_ptr<RaidController_t, FreeControllerRecord>;
 
-ControllerRecord NewController(const char *id) {
-    auto *ctrl = static_cast<RaidController_t *>(calloc(1, sizeof(RaidController_t)));
-    for (Mutex_t *mutex : {&ctrl->CtrlMutex, &ctrl->DiskCfgMutex, &ctrl->VolumeCfgMutex, &ctrl->PortCfgMutex,
-                           &ctrl->BatteryCfgMutex, &ctrl->PoolCfgMutex, &ctrl->ChassisCfgMutex})
-        pthread_mutex_init(mutex, nullptr);
-    ctrl->VolumeList = &ctrl->__VolumeList;
-    ctrl->DiskList = &ctrl->__DiskList;
-    ctrl->PoolList = &ctrl->__PoolList;
-    ctrl->BatteryList = &ctrl->__BatteryList;
-    ctrl->PortList = &ctrl->__PortList;
-    ctrl->ChassisList = &ctrl->__ChassisList;
+ControllerRecord Controller(const char *id) {
+    ControllerRecord ctrl(NewController());
     ctrl->DeviceID = strdup(id);
     ctrl->Model = strdup("R8i");
-    return ControllerRecord(ctrl);
+    return ctrl;
 }
 
 // A record with one text in it, listed unless there is no list.
@@ -85,7 +76,7 @@ TEST(Records, AreFreedWithAnySubsetOfTheirFieldsAndNameThemselves) {
 }
 
 TEST(Records, OfAControllerGoBeforeItVolumesFirstAndChassisLast) {
-    ControllerRecord ctrl = NewController("c0");
+    ControllerRecord ctrl = Controller("c0");
     NewPool(ctrl.get(), "p");
     NewDisk(ctrl.get(), "d", "p");
     New(ctrl->VolumeList, &StorageVolume_t::Name, "v");
@@ -105,7 +96,7 @@ TEST(Records, OfAControllerGoBeforeItVolumesFirstAndChassisLast) {
 }
 
 TEST(Removers, TakeOutOnlyWhatTheirControllerLists) {
-    ControllerRecord ctrl = NewController("c0"), other = NewController("c1");
+    ControllerRecord ctrl = Controller("c0"), other = Controller("c1");
     const struct {
         int (*remove)(RaidController_t *, void *);
         void *record;
@@ -131,7 +122,7 @@ TEST(Removers, TakeOutOnlyWhatTheirControllerLists) {
 }
 
 TEST(Removers, OfADiskTakeItOutOfItsPoolWhenThatIsThere) {
-    ControllerRecord ctrl = NewController("c0");
+    ControllerRecord ctrl = Controller("c0");
     StoragePool_t *pool = NewPool(ctrl.get(), "p");
     DiskDrive_t *member = NewDisk(ctrl.get(), "d", "p"), *stray = NewDisk(ctrl.get(), "s", "gone");
     AddDiskToPool(pool, "d");
@@ -149,7 +140,7 @@ TEST(Removers, OfADiskTakeItOutOfItsPoolWhenThatIsThere) {
 }
 
 TEST(LookUps, ReturnTheFirstRecordWithExactlyThatKey) {
-    ControllerRecord ctrl = NewController("c0");
+    ControllerRecord ctrl = Controller("c0");
     Chassis_t *first = New(ctrl->ChassisList, &Chassis_t::Tag, "t1"),
               *second = New(ctrl->ChassisList, &Chassis_t::Tag, "t2");
     New(ctrl->ChassisList, &Chassis_t::Tag, "t2");
@@ -172,20 +163,20 @@ TEST(LookUps, ReturnTheFirstRecordWithExactlyThatKey) {
 }
 
 TEST(LookUps, InALongListFollowItThroughEveryChange) {
-    constexpr int kDisks = 100;
-    ControllerRecord ctrl = NewController("c0");
+    constexpr int kListed = 100;
+    ControllerRecord ctrl = Controller("c0");
     const auto id = [](int i) { return "d" + std::to_string(i); };
     const auto find = [&](const std::string &wanted) { return FindDiskByDeviceID(ctrl.get(), wanted.c_str()); };
     std::vector<DiskDrive_t *> disks;
-    for (int i = 0; i < kDisks; ++i) {
+    for (int i = 0; i < kListed; ++i) {
         disks.push_back(NewDisk(ctrl.get(), id(i).c_str(), nullptr));
         if (i % 10 == 0) NewDisk(ctrl.get(), id(i).c_str(), nullptr); // a double behind the first
         EXPECT_EQ(find(id(i)), disks.back()) << i;
         EXPECT_EQ(find(id(i + 1)), nullptr) << i;
     }
     New<DiskDrive_t>(ctrl->DiskList, &DiskDrive_t::Name, "without an ID");
-    for (int i = 0; i < kDisks; ++i) EXPECT_EQ(find(id(i)), disks[static_cast<std::size_t>(i)]) << i;
-    for (int i = 0; i < kDisks; ++i) {
+    for (int i = 0; i < kListed; ++i) EXPECT_EQ(find(id(i)), disks[static_cast<std::size_t>(i)]) << i;
+    for (int i = 0; i < kListed; ++i) {
         EXPECT_EQ(DeleteDisk(ctrl.get(), disks[static_cast<std::size_t>(i)]), RESULT_OK);
         const DiskDrive_t *left = find(id(i));
         if (i % 10 == 0)
@@ -201,7 +192,7 @@ TEST(LookUps, InALongListFollowItThroughEveryChange) {
 }
 
 TEST(PoolMembership, KeepsEachDiskOnceInOrderOfAddition) {
-    ControllerRecord ctrl = NewController("c0");
+    ControllerRecord ctrl = Controller("c0");
     StoragePool_t *pool = NewPool(ctrl.get(), "p");
     for (const char *disk : {"b", "a", "b", "c", "a"}) AddDiskToPool(pool, disk);
     EXPECT_EQ(Drives(pool), "b,a,c");

@@ -14,7 +14,7 @@ using testing::ElementsAre;
 namespace {
 
 std::string InLetters(std::string text, int (*convert)(int)) {
-    for (char &c : text) c = static_cast<char>(convert(static_cast<unsigned char>(c)));
+    for (char &letter : text) letter = static_cast<char>(convert(static_cast<unsigned char>(letter)));
     return text;
 }
 

@@ -14,8 +14,6 @@
 namespace support {
 namespace fs = std::filesystem;
 
-std::string BuildFolder() { return fs::read_symlink("/proc/self/exe").parent_path().parent_path().string(); }
-
 std::string IdentifyingKey(const std::string &className) {
     if (className == kController) return "Name";
     return className == kSoftware ? "InstanceID" : "DeviceID";
@@ -29,14 +27,7 @@ Bench::Bench(Hardware description, const BenchOptions &options) : hardware(std::
     Save();
     setenv("SIM_HHRC_HARDWARE", (folder + "/hardware.json").c_str(), 1);
 
-    const std::string schema = BuildFolder() + "/share/quarnel/schema/";
-    cim::BrokerConfig config;
-    for (const char *file :
-         {"CIM_Subset", "CIM_SASSATAPort", "OMC_UnitaryComputerSystem", "Zembra_Quarnel", "Sim_HHRC"})
-        config.mofFiles.push_back(schema + file + ".mof");
-    for (const char *file : {"QuarnelProvider", "HostSystemProvider", "SimHHRCProvider"})
-        config.registrationFiles.push_back(schema + file + ".reg");
-    config.libraryFolders = {BuildFolder() + "/lib"};
+    cim::BrokerConfig config = ServerConfig();
     if (options.provider.createInstanceMI != nullptr) config.builtins[kProvider] = options.provider;
     config.memory = options.memory;
     config.filterResults = options.filterResults;

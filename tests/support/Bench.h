@@ -3,6 +3,7 @@
 #pragma once
 
 #include "cim/broker/Broker.h"
+#include "tests/support/BuildTree.h"
 #include "tests/support/Hardware.h"
 
 #include <functional>
@@ -72,7 +73,6 @@ private:
 };
 
 // The build tree's folder with bin/, lib/ and share/.
-std::string BuildFolder();
 // The key property that identifies an instance of a served class.
 std::string IdentifyingKey(const std::string &className);
 

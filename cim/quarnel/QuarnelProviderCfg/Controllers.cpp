@@ -20,21 +20,6 @@ const struct {
     {0, &RaidController_t::BundleVersion},    // Unknown
 };
 
-ControllerHolder NewController() {
-    ControllerHolder ctrl(Allocate<RaidController_t>());
-    if (ctrl == nullptr) return ctrl;
-    for (Mutex_t *mutex : {&ctrl->CtrlMutex, &ctrl->DiskCfgMutex, &ctrl->VolumeCfgMutex, &ctrl->PortCfgMutex,
-                           &ctrl->BatteryCfgMutex, &ctrl->PoolCfgMutex, &ctrl->ChassisCfgMutex})
-        pthread_mutex_init(mutex, nullptr);
-    ctrl->VolumeList = &ctrl->__VolumeList;
-    ctrl->DiskList = &ctrl->__DiskList;
-    ctrl->PoolList = &ctrl->__PoolList;
-    ctrl->BatteryList = &ctrl->__BatteryList;
-    ctrl->PortList = &ctrl->__PortList;
-    ctrl->ChassisList = &ctrl->__ChassisList;
-    return ctrl;
-}
-
 // False when there is none: such a controller is not kept.
 bool ReadComputerSystem(RaidController_t *ctrl, const CMPIContext *ctx) {
     const CMPIInstance *system =
@@ -98,7 +83,7 @@ int List(ControllerHolder ctrl) {
 
 // 0 also for a port controller that is dropped; else what ends the discovery.
 int BuildController(const CMPIContext *ctx, const CMPIInstance *portController) {
-    ControllerHolder ctrl = NewController();
+    ControllerHolder ctrl(NewController());
     if (ctrl == nullptr) {
         QLOG(LOG_ERR, "%s, failed to allocate memory for RaidController_t\n", kWho);
         return RESULT_NO_MEMORY;

@@ -68,6 +68,21 @@ void FreeChassis(void *record) {
     free(chassis);
 }
 
+RaidController_t *NewController() {
+    auto *ctrl = Allocate<RaidController_t>();
+    if (ctrl == nullptr) return nullptr;
+    for (Mutex_t *mutex : {&ctrl->CtrlMutex, &ctrl->DiskCfgMutex, &ctrl->VolumeCfgMutex, &ctrl->PortCfgMutex,
+                           &ctrl->BatteryCfgMutex, &ctrl->PoolCfgMutex, &ctrl->ChassisCfgMutex})
+        pthread_mutex_init(mutex, nullptr);
+    ctrl->VolumeList = &ctrl->__VolumeList;
+    ctrl->DiskList = &ctrl->__DiskList;
+    ctrl->PoolList = &ctrl->__PoolList;
+    ctrl->BatteryList = &ctrl->__BatteryList;
+    ctrl->PortList = &ctrl->__PortList;
+    ctrl->ChassisList = &ctrl->__ChassisList;
+    return ctrl;
+}
+
 // Takes no lock: nothing else can reach the controller any more, or can reach it yet.
 void FreeController(void *record) {
     auto *ctrl = static_cast<RaidController_t *>(record);
