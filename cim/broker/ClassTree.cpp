@@ -25,15 +25,13 @@ bool SameForm(const ClassDeclaration &a, const ClassDeclaration &b) {
 // Puts the superclass's properties in front. A property declared again keeps its place, its type and its being a key.
 void Inherit(MofClass &parsed, const ClassDeclaration &base) {
     ClassDeclaration &declaration = parsed.declaration;
-    std::vector<PropertyDeclaration> own = std::move(declaration.properties);
-    declaration.properties = base.properties;
     declaration.association = declaration.association || base.association;
-    for (std::size_t i = 0; i < own.size(); ++i) {
-        PropertyDeclaration &property = own[i];
-        const auto inherited = std::find_if(declaration.properties.begin(), declaration.properties.end(),
-                                            [&](const auto &known) { return SameName(known.name, property.name); });
-        if (inherited == declaration.properties.end()) {
-            declaration.properties.push_back(std::move(property));
+    Named<PropertyDeclaration> all = base.properties;
+    for (std::size_t i = 0; i < declaration.properties.size(); ++i) {
+        PropertyDeclaration property = declaration.properties[i];
+        PropertyDeclaration *inherited = all.Find(property.name);
+        if (inherited == nullptr) {
+            all.Add(std::move(property));
             continue;
         }
         if (inherited->type != property.type)
@@ -43,24 +41,10 @@ void Inherit(MofClass &parsed, const ClassDeclaration &base) {
         property.key = property.key || inherited->key;
         *inherited = std::move(property);
     }
+    declaration.properties = std::move(all);
 }
 
 } // namespace
-
-const PropertyDeclaration *ClassDeclaration::Property(std::string_view wanted) const {
-    const auto found = std::find_if(properties.begin(), properties.end(), [&](const PropertyDeclaration &property) {
-        return SameName(property.name, wanted);
-    });
-    return found != properties.end() ? &*found : nullptr;
-}
-
-// By length first, which tells most names apart.
-bool ClassTree::NoCase::operator()(std::string_view a, std::string_view b) const {
-    if (a.size() != b.size()) return a.size() < b.size();
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
-                                        [&](char x, char y) { return lower(x) < lower(y); });
-}
 
 bool ClassTree::ReadFile(const std::string &file, std::string *error) {
     std::string text;
@@ -76,16 +60,17 @@ bool ClassTree::ReadText(std::string_view text, const std::string &name, std::st
             std::vector<MofClass> later;
             for (MofClass &parsed : waiting) {
                 ClassDeclaration &declaration = parsed.declaration;
-                const auto base = grown.find(std::string_view(declaration.superclass));
-                if (!declaration.superclass.empty() && base == grown.end()) {
+                const ClassDeclaration *base = grown.Find(declaration.superclass);
+                if (!declaration.superclass.empty() && base == nullptr) {
                     later.push_back(std::move(parsed));
                     continue;
                 }
-                if (base != grown.end()) Inherit(parsed, base->second);
-                const auto [known, isNew] = grown.try_emplace(declaration.name, declaration);
-                if (!isNew && !SameForm(known->second, declaration))
+                if (base != nullptr) Inherit(parsed, *base);
+                const ClassDeclaration *known = grown.Find(declaration.name);
+                if (known != nullptr && !SameForm(*known, declaration))
                     throw TextError{parsed.line,
                                     "class '" + declaration.name + "' is declared a second time in another form"};
+                if (known == nullptr) grown.Add(declaration);
             }
             if (later.size() == waiting.size())
                 throw TextError{later[0].line, "class '" + later[0].declaration.name +
@@ -101,11 +86,6 @@ bool ClassTree::ReadText(std::string_view text, const std::string &name, std::st
     }
 }
 
-const ClassDeclaration *ClassTree::Find(std::string_view name) const {
-    const auto found = classes.find(name);
-    return found != classes.end() ? &found->second : nullptr;
-}
-
 bool ClassTree::IsA(std::string_view name, std::string_view base) const {
     if (SameName(name, base)) return true;
     const ClassDeclaration *declaration = Find(name);
@@ -118,10 +98,10 @@ bool ClassTree::IsA(std::string_view name, std::string_view base) const {
 
 std::vector<std::string> ClassTree::SubclassesOf(std::string_view name, bool deep) const {
     std::vector<std::string> found;
-    for (const auto &[key, declaration] : classes) {
-        const bool direct = SameName(declaration.superclass, name);
-        if (direct || (deep && (name.empty() || (!SameName(key, name) && IsA(key, name)))))
-            found.push_back(declaration.name);
+    for (const ClassDeclaration &each : classes) {
+        const bool direct = SameName(each.superclass, name);
+        if (direct || (deep && (name.empty() || (!SameName(each.name, name) && IsA(each.name, name)))))
+            found.push_back(each.name);
     }
     std::sort(found.begin(), found.end());
     return found;
@@ -129,7 +109,7 @@ std::vector<std::string> ClassTree::SubclassesOf(std::string_view name, bool dee
 
 std::vector<std::string> ClassTree::Names() const {
     std::vector<std::string> names;
-    for (const auto &[key, declaration] : classes) names.push_back(declaration.name);
+    for (const ClassDeclaration &each : classes) names.push_back(each.name);
     std::sort(names.begin(), names.end());
     return names;
 }

@@ -3,11 +3,10 @@
 #pragma once
 
 #include "cim/broker/Name.h"
+#include "cim/broker/Named.h"
 
 #include <cmpidt.h>
 
-#include <map>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,11 +23,11 @@ struct PropertyDeclaration {
 
 struct ClassDeclaration {
     std::string name;
-    std::string superclass;                      // empty at a root
-    std::vector<PropertyDeclaration> properties; // its own and the inherited ones, base class first
+    std::string superclass;                // empty at a root
+    Named<PropertyDeclaration> properties; // its own and the inherited ones, base class first
     bool association = false;
 
-    const PropertyDeclaration *Property(std::string_view name) const;
+    const PropertyDeclaration *Property(std::string_view wanted) const { return properties.Find(wanted); } // or null
 };
 
 class ClassTree {
@@ -39,17 +38,13 @@ public:
     // The same from a text; `name` stands for the file in errors.
     bool ReadText(std::string_view text, const std::string &name, std::string *error);
 
-    const ClassDeclaration *Find(std::string_view name) const; // null when unknown
+    const ClassDeclaration *Find(std::string_view name) const { return classes.Find(name); } // null when unknown
     bool IsA(std::string_view name, std::string_view base) const;
     std::vector<std::string> SubclassesOf(std::string_view name, bool deep) const; // not itself; "" for the roots
     std::vector<std::string> Names() const;
 
 private:
-    struct NoCase {
-        using is_transparent = void;
-        bool operator()(std::string_view a, std::string_view b) const;
-    };
-    std::map<std::string, ClassDeclaration, NoCase> classes;
+    Named<ClassDeclaration> classes; // superclasses before their subclasses
 };
 
 } // namespace cim

@@ -160,7 +160,7 @@ void Reader::ReadFeature(MofClass &to) {
     SkipToSemicolon();
     if (to.declaration.Property(property.name) != nullptr)
         throw TextError{line, "property '" + property.name.Text() + "' is declared a second time"};
-    to.declaration.properties.push_back(std::move(property));
+    to.declaration.properties.Add(std::move(property));
     to.propertyLines.push_back(line);
 }
 

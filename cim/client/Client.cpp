@@ -62,7 +62,7 @@ ClassDeclaration ReadClass(const pugi::xml_node &element) {
         PropertyDeclaration declared;
         declared.name = property.attribute("NAME").value();
         declared.type = static_cast<CMPIType>(type | (tag == "PROPERTY.ARRAY" ? CMPI_ARRAY : 0));
-        declaration.properties.push_back(std::move(declared));
+        declaration.properties.Add(std::move(declared));
     }
     return declaration;
 }

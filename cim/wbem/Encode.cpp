@@ -9,14 +9,9 @@ namespace cim::wbem {
 namespace {
 
 // What a property is called in CIM-XML depends on its type alone.
-struct Shape {
-    const char *property, *value;
-};
-
-Shape ShapeOf(CMPIType type) {
-    if ((type & CMPI_ARRAY) != 0) return {"PROPERTY.ARRAY", "VALUE.ARRAY"};
-    if (type == CMPI_ref) return {"PROPERTY.REFERENCE", "VALUE.REFERENCE"};
-    return {"PROPERTY", "VALUE"};
+const char *TagOf(CMPIType type) {
+    if ((type & CMPI_ARRAY) != 0) return "PROPERTY.ARRAY";
+    return type == CMPI_ref ? "PROPERTY.REFERENCE" : "PROPERTY";
 }
 
 bool IsListed(PropertyList list, const std::string &name) {
@@ -36,10 +31,12 @@ std::string TextOfEmbedded(const Instance &instance, const ClassTree &classes) {
     return inner.Take();
 }
 
-void WriteScalar(XmlWriter &xml, const Value &value, const ClassTree &classes) {
-    if (const auto *text = value.As<std::string>()) return xml.Leaf("VALUE", *text);
-    const auto *embedded = value.As<std::shared_ptr<const Instance>>();
-    xml.Leaf("VALUE", embedded != nullptr ? TextOfEmbedded(**embedded, classes) : TextOf(value));
+bool IsScalar(CMPIType type) { return (type & CMPI_ARRAY) == 0 && type != CMPI_ref; }
+
+void WriteText(XmlWriter &xml, const Value &scalar, const ClassTree &classes) {
+    if (const auto *text = scalar.As<std::string>()) return xml.Text(*text);
+    const auto *embedded = scalar.As<std::shared_ptr<const Instance>>();
+    xml.Text(embedded != nullptr ? TextOfEmbedded(**embedded, classes) : TextOf(scalar));
 }
 
 // The path as far as it goes: INSTANCEPATH with a host, LOCALINSTANCEPATH with a namespace, else INSTANCENAME.
@@ -61,16 +58,11 @@ void WriteKey(XmlWriter &xml, const NamedValue &key) {
     xml.Leaf("KEYVALUE", TextOf(key.value), {{"VALUETYPE", kind}});
 }
 
-void WriteValue(XmlWriter &xml, const Value &value, const ClassTree &classes) {
-    if (const auto *path = value.As<std::shared_ptr<const ObjectPath>>()) return WriteReference(xml, **path);
-    const auto *elements = value.As<Value::Elements>();
-    if (elements == nullptr) return WriteScalar(xml, value, classes);
+void WriteArray(XmlWriter &xml, const Value::Elements &elements, const ClassTree &classes) {
     const Element array(xml, "VALUE.ARRAY");
-    for (const Value &each : *elements) {
-        if (each.IsNull())
-            xml.Leaf("VALUE.NULL", {});
-        else
-            WriteScalar(xml, each, classes);
+    for (const Value &each : elements) {
+        const Element element(xml, each.IsNull() ? "VALUE.NULL" : "VALUE");
+        if (!each.IsNull()) WriteText(xml, each, classes);
     }
 }
 
@@ -153,11 +145,18 @@ void InstanceWriter::Write(const Instance &instance) {
         if (!column.shown) continue;
         const CMPIType type = TypeShown(*value, column.declared);
         if (column.type != type) MakeTags(column, type);
-        xml.Ready(column.open);
-        if (!value->IsNull()) WriteValue(xml, *value, classes);
-        xml.Ready(column.close);
+        WriteProperty(column, *value);
     }
     writeNulls(table.columns.size());
+}
+
+void InstanceWriter::WriteProperty(const Column &column, const Value &value) {
+    const bool within = IsScalar(column.type) && !value.IsNull();
+    xml.Ready(within ? column.openValue : column.open);
+    if (within) WriteText(xml, value, classes);
+    if (const auto *path = value.As<std::shared_ptr<const ObjectPath>>()) WriteReference(xml, **path);
+    if (const auto *elements = value.As<Value::Elements>()) WriteArray(xml, *elements, classes);
+    xml.Ready(within ? column.closeValue : column.close);
 }
 
 InstanceWriter::Table &InstanceWriter::TableOf(const std::string &className) {
@@ -203,9 +202,9 @@ void InstanceWriter::FillRow(Table &table, const Instance &instance) const {
 }
 
 void InstanceWriter::MakeTags(Column &column, CMPIType type) const {
-    const Shape shape = ShapeOf(type);
+    const char *tag = TagOf(type);
     XmlWriter open, close;
-    open.Open(shape.property, {{"NAME", column.name}});
+    open.Open(tag, {{"NAME", column.name}});
     if (type != CMPI_ref) {
         open.Add({"TYPE", TypeName(type)});
     } else if (column.declared != nullptr && !column.declared->referenceClass.empty()) {
@@ -213,10 +212,12 @@ void InstanceWriter::MakeTags(Column &column, CMPIType type) const {
     }
     if (IsEmbedded(type)) open.Add({"EmbeddedObject", "instance"});
     if (detail.classOrigin && column.declared != nullptr) open.Add({"CLASSORIGIN", column.declared->originClass});
-    close.Close(shape.property);
+    close.Close(tag);
     column.type = type;
     column.open = open.Take();
     column.close = close.Take();
+    column.openValue = column.open + "<VALUE>";
+    column.closeValue = "</VALUE>" + column.close;
 }
 
 void WriteClass(XmlWriter &xml, const ClassDeclaration &declaration, const Detail &detail) {
@@ -226,7 +227,7 @@ void WriteClass(XmlWriter &xml, const ClassDeclaration &declaration, const Detai
     for (const PropertyDeclaration &property : declaration.properties) {
         const bool own = SameName(property.originClass, declaration.name);
         if ((detail.localOnly && !own) || !IsShown(detail, property.name)) continue;
-        const Element inner(xml, ShapeOf(property.type).property, {{"NAME", property.name}});
+        const Element inner(xml, TagOf(property.type), {{"NAME", property.name}});
         if (property.type == CMPI_ref) {
             xml.Add({"REFERENCECLASS", property.referenceClass});
         } else {

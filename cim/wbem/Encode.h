@@ -56,8 +56,9 @@ private:
         Name name;
         const PropertyDeclaration *declared; // null: the class does not know it
         bool shown;
-        CMPIType type;           // of the tags
-        std::string open, close; // tags of the property's element
+        CMPIType type;                     // of the tags
+        std::string open, close;           // tags of the property's element
+        std::string openValue, closeValue; // with those of a scalar within
     };
     struct Table {                           // the instances of a class
         std::vector<Column> columns;         // the class's properties, then what else instances have
@@ -71,6 +72,7 @@ private:
     std::size_t AddColumn(Table &table, const Name &name, const PropertyDeclaration *declared, CMPIType type) const;
     std::size_t ColumnOf(Table &table, const NamedValue &property) const;
     void FillRow(Table &table, const Instance &instance) const;
+    void WriteProperty(const Column &column, const Value &value);
     void MakeTags(Column &column, CMPIType type) const;
 
     XmlWriter &xml;
