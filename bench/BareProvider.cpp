@@ -66,7 +66,7 @@ Constant Frozen(Served &store, const std::string &name, const cim::Value &value)
 
 BareInstance Frozen(Served &store, const cim::Instance &instance) {
     BareInstance bare;
-    for (const cim::NamedValue &key : instance.path.keys) bare.keys.push_back(Frozen(store, key.name, key.value));
+    for (const cim::NamedValue &key : instance.path->keys) bare.keys.push_back(Frozen(store, key.name, key.value));
     for (const cim::NamedValue &property : instance.properties)
         if (!property.value.IsNull()) bare.properties.push_back(Frozen(store, property.name, property.value));
     return bare;

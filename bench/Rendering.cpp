@@ -23,7 +23,7 @@ bool SameBut(const std::vector<cim::Instance> &a, const std::vector<cim::Instanc
     if (a.size() != b.size()) return false;
     for (std::size_t i = 0; i < a.size(); ++i) {
         cim::ObjectPath path = a[i].path;
-        path.nameSpace = b[i].path.nameSpace;
+        path.nameSpace = b[i].path->nameSpace;
         if (path != b[i].path || a[i].properties.size() != b[i].properties.size()) return false;
         for (std::size_t p = 0; p < a[i].properties.size(); ++p)
             if (a[i].properties[p].name != b[i].properties[p].name ||

@@ -106,7 +106,7 @@ Answer<ObjectPath> Broker::CreateInstance(const std::string &nameSpace, const In
     return AnswerOf(
         impl->core,
         [&](const Dispatcher &to, Results *results) {
-            return to.CreateInstance(ClassPath(nameSpace, instance.path.className), instance, results);
+            return to.CreateInstance(ClassPath(nameSpace, instance.path->className), instance, results);
         },
         [](Results &results) { return std::move(results.paths[0]); });
 }

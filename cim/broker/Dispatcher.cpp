@@ -51,13 +51,17 @@ private:
 
 const ObjectPath &PathOf(const ObjectPath &path) { return path; }
 const ObjectPath &PathOf(const Instance &instance) { return instance.path; }
-ObjectPath &PathOf(ObjectPath &path) { return path; }
-ObjectPath &PathOf(Instance &instance) { return instance.path; }
+void SetNameSpace(ObjectPath &path, const std::string &nameSpace) { path.nameSpace = nameSpace; }
+void SetNameSpace(Instance &instance, const std::string &nameSpace) {
+    ObjectPath path = instance.path;
+    SetNameSpace(path, nameSpace);
+    instance.path = std::move(path);
+}
 
 // What a provider returns without a namespace, from the element `from` on, is in the one that it was asked in.
 template <class Elements> void FillNameSpace(Elements &elements, std::size_t from, const std::string &nameSpace) {
     for (std::size_t i = from; i < elements.size(); ++i)
-        if (ObjectPath &path = PathOf(elements[i]); path.nameSpace.empty()) path.nameSpace = nameSpace;
+        if (PathOf(elements[i]).nameSpace.empty()) SetNameSpace(elements[i], nameSpace);
 }
 
 // Drops of the elements from `from` on those that `keep` does not want.

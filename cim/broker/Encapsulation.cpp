@@ -14,12 +14,12 @@ constexpr std::size_t kUsualProperties = 12; // that are set
 
 CMPIInstance *NewInstance(const CMPIBroker *broker, const CMPIObjectPath *path, CMPIStatus *status) {
     Core &core = CoreOf(broker);
-    const auto *source = path != nullptr ? &ObjectOf<ObjectPathObject>(path) : nullptr;
+    auto *const source = path != nullptr ? &ObjectOf<ObjectPathObject>(path) : nullptr;
     const FaultPoint fault(core, {Operation::NewInstance, source != nullptr ? &*source->value : nullptr});
     if (fault.Stops(status)) return nullptr;
     Set(status, source != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_PARAMETER);
     if (source == nullptr) return nullptr;
-    Instance instance{*source->value, {}, source->Declaration() != nullptr};
+    Instance instance{ShareOf(*source), {}, source->Declaration() != nullptr};
     instance.properties.reserve(kUsualProperties);
     return Lend(std::make_unique<InstanceObject>(core, Shared<Instance>(std::move(instance)), source->Declaration()));
 }
@@ -121,7 +121,7 @@ CMPIString *ToString(const CMPIBroker *broker, const void *object, CMPIStatus *s
     if (table == &kInstanceTable) {
         Set(status, CMPI_RC_OK);
         return LendString(CoreOf(broker),
-                          ObjectOf<InstanceObject>(static_cast<const CMPIInstance *>(object)).value->path.ToString());
+                          ObjectOf<InstanceObject>(static_cast<const CMPIInstance *>(object)).value->path->ToString());
     }
     if (table == &kStringTable) {
         Set(status, CMPI_RC_OK);

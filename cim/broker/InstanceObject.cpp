@@ -40,7 +40,7 @@ std::vector<Name> NamesOf(const InstanceObject &object) {
 
 CMPIInstance *Clone(const CMPIInstance *from, CMPIStatus *status) {
     const auto &object = ObjectOf<InstanceObject>(from);
-    const FaultPoint fault(object.core, {Operation::Clone, &object.value->path});
+    const FaultPoint fault(object.core, {Operation::Clone, &*object.value->path});
     if (fault.Stops(status)) return nullptr;
     Set(status, CMPI_RC_OK);
     auto clone = std::make_unique<InstanceObject>(object.core, Shared<Instance>(object.value.Share()));
@@ -50,7 +50,7 @@ CMPIInstance *Clone(const CMPIInstance *from, CMPIStatus *status) {
 
 CMPIData GetProperty(const CMPIInstance *instance, const char *name, CMPIStatus *status) {
     const auto &object = ObjectOf<InstanceObject>(instance);
-    const FaultPoint fault(object.core, {Operation::GetProperty, &object.value->path});
+    const FaultPoint fault(object.core, {Operation::GetProperty, &*object.value->path});
     CMPIData data = Blank(CMPI_null, CMPI_nullValue);
     if (fault.Stops(status)) return data;
     const std::optional<Value> value = name != nullptr ? ValueOf(object, name) : std::nullopt;
@@ -80,7 +80,7 @@ CMPICount GetPropertyCount(const CMPIInstance *instance, CMPIStatus *status) {
 
 CMPIStatus SetProperty(const CMPIInstance *instance, const char *named, const CMPIValue *value, CMPIType type) {
     auto &object = ObjectOf<InstanceObject>(instance);
-    const FaultPoint fault(object.core, {Operation::SetProperty, &object.value->path});
+    const FaultPoint fault(object.core, {Operation::SetProperty, &*object.value->path});
     CMPIStatus status = kOk;
     if (fault.Stops(&status)) return status;
     if (named == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
@@ -104,10 +104,10 @@ CMPIStatus SetProperty(const CMPIInstance *instance, const char *named, const CM
 
 CMPIObjectPath *GetObjectPath(const CMPIInstance *instance, CMPIStatus *status) {
     const auto &object = ObjectOf<InstanceObject>(instance);
-    const FaultPoint fault(object.core, {Operation::GetObjectPath, &object.value->path});
+    const FaultPoint fault(object.core, {Operation::GetObjectPath, &*object.value->path});
     if (fault.Stops(status)) return nullptr;
     Set(status, CMPI_RC_OK);
-    return Lend(std::make_unique<ObjectPathObject>(object.core, Shared<ObjectPath>(ObjectPath(object.value->path))),
+    return Lend(std::make_unique<ObjectPathObject>(object.core, Shared<ObjectPath>(object.value->path.Share())),
                 object.fromUpcall);
 }
 
@@ -128,7 +128,7 @@ CMPIStatus SetPropertyFilter(const CMPIInstance *instance, const char **properti
 CMPIStatus SetObjectPath(const CMPIInstance *instance, const CMPIObjectPath *path) {
     auto &object = ObjectOf<InstanceObject>(instance);
     const ObjectPath &given = *ObjectOf<ObjectPathObject>(path).value;
-    if (!SameName(given.className, object.value->path.className)) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
+    if (!SameName(given.className, object.value->path->className)) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
     object.value.Mutable().path = given;
     return kOk;
 }

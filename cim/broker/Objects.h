@@ -105,7 +105,7 @@ struct InstanceObject : Encapsulated<CMPIInstance, CMPIInstanceFT> {
     InstanceObject(Core &broker, Shared<Instance> instance, const ClassDeclaration *known)
         : Encapsulated(broker, &kInstanceTable), value(std::move(instance)), declaration(known) {}
     InstanceObject(Core &broker, const Shared<Instance> &instance)
-        : InstanceObject(broker, instance, broker.classes.Find(instance->path.className)) {}
+        : InstanceObject(broker, instance, broker.classes.Find(instance->path->className)) {}
     Shared<Instance> value;
     const ClassDeclaration *const declaration; // null for a class that the broker does not know
     std::optional<std::vector<std::string>>
@@ -126,6 +126,11 @@ struct ResultObject : Encapsulated<CMPIResult, CMPIResultFT> {
     Results &results;
     std::vector<std::shared_ptr<const Instance>> instances; // the provider still has hold of them
 };
+
+// What stands behind an object, for another that keeps it as it is now. Several threads may ask one clone at once.
+template <class T> auto ShareOf(T &object) {
+    return object.life == Object::Life::Clone ? object.value.Share() : object.value.Expose();
+}
 
 // Lends an object to the calling thread.
 template <class T> typename T::HandleType *Lend(std::unique_ptr<T> object, bool fromUpcall = false) {

@@ -17,12 +17,9 @@ CMPIStatus ReturnInstance(const CMPIResult *result, const CMPIInstance *instance
     if (instance == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
     auto &object = ObjectOf<ResultObject>(result);
     auto &source = ObjectOf<InstanceObject>(instance);
-    Shared<Instance> &value = source.value;
-    const FaultPoint fault(object.core, {Operation::ReturnInstance, &value->path});
+    const FaultPoint fault(object.core, {Operation::ReturnInstance, &*source.value->path});
     CMPIStatus status = kOk;
-    // Several threads may return one clone at once.
-    if (!fault.Stops(&status))
-        object.instances.push_back(source.life == Object::Life::Clone ? value.Share() : value.Expose());
+    if (!fault.Stops(&status)) object.instances.push_back(ShareOf(source));
     return status;
 }
 

@@ -74,8 +74,24 @@ struct ObjectPath {
 bool operator==(const ObjectPath &a, const ObjectPath &b);
 inline bool operator!=(const ObjectPath &a, const ObjectPath &b) { return !(a == b); }
 
+// A path that does not change any more, but is replaced by another: copies share it.
+class FixedPath {
+public:
+    FixedPath() : FixedPath(ObjectPath()) {}
+    FixedPath(ObjectPath own) : path(std::make_shared<const ObjectPath>(std::move(own))) {}
+    FixedPath(std::shared_ptr<const ObjectPath> common) : path(std::move(common)) {}
+
+    const ObjectPath &operator*() const { return *path; }
+    const ObjectPath *operator->() const { return path.get(); }
+    operator const ObjectPath &() const { return *path; }
+    const std::shared_ptr<const ObjectPath> &Share() const { return path; }
+
+private:
+    std::shared_ptr<const ObjectPath> path;
+};
+
 struct Instance {
-    ObjectPath path;
+    FixedPath path;
     std::vector<NamedValue> properties;
     // The class's other properties are null, not missing: classes have many more than any provider sets.
     bool othersAreNull = false;

@@ -212,13 +212,15 @@ void Anonymise(VendorModel *model, const std::vector<std::string> &hosts) {
                 pseudonyms.AddHost(text);
             }
         };
-        ForEachText(object.path.keys, find);
+        ForEachText(object.path->keys, find);
         ForEachText(object.properties, find);
     }
     pseudonyms.Settle();
     const auto replace = [&](const std::string &, std::string &text) { text = pseudonyms.Replace(text); };
     for (Instance &object : model->objects) {
-        ForEachText(object.path.keys, replace);
+        ObjectPath path = object.path;
+        ForEachText(path.keys, replace);
+        object.path = std::move(path);
         ForEachText(object.properties, replace);
     }
     model->hosts.clear();

@@ -116,7 +116,7 @@ private:
     void NameObjects() {
         std::map<std::string, int> counts;
         for (const Instance &object : model.objects) {
-            names.push_back(fmt::format("{} {}", object.path.className, ++counts[object.path.className]));
+            names.push_back(fmt::format("{} {}", object.path->className, ++counts[object.path->className]));
         }
     }
 
@@ -147,12 +147,13 @@ private:
 
     std::string ObjectText(std::size_t index) {
         const Instance &object = model.objects[index];
-        const sim::ClassId type = model.classes.Find(object.path.className);
-        std::string text = "{\"id\": " + Text(names[index]) + ", \"class\": " + Text(object.path.className);
-        const std::string nameSpace = SameName(object.path.nameSpace, interop) ? "root/interop" : object.path.nameSpace;
+        const sim::ClassId type = model.classes.Find(object.path->className);
+        std::string text = "{\"id\": " + Text(names[index]) + ", \"class\": " + Text(object.path->className);
+        const std::string nameSpace =
+            SameName(object.path->nameSpace, interop) ? "root/interop" : object.path->nameSpace;
         if (nameSpace != "root/sim") text += ", \"namespace\": " + Text(nameSpace);
         constexpr std::string_view keys = "     \"keys\": ", properties = "     \"properties\": ";
-        text += fmt::format(",\n{}{}", keys, Wrapped(MembersOf(object.path.keys, type), keys.size(), 7));
+        text += fmt::format(",\n{}{}", keys, Wrapped(MembersOf(object.path->keys, type), keys.size(), 7));
         text += fmt::format(",\n{}{}}}", properties, Wrapped(MembersOf(object.properties, type), properties.size(), 7));
         return text;
     }

@@ -102,7 +102,7 @@ void Identify(Item &item, const std::vector<std::string> &controllers) {
     const ServedClass &served = *item.served;
     item.id = TextIn(item.instance, served.key);
     if (item.id.empty()) { // not asked for, or left out: the path has it
-        const Value *key = item.instance.path.Key(served.key);
+        const Value *key = item.instance.path->Key(served.key);
         if (key != nullptr && key->As<std::string>() != nullptr) item.id = *key->As<std::string>();
     }
     const std::string_view prefix = served.prefix;
@@ -214,7 +214,7 @@ Inventory Describe(Instances instances) {
             Item item;
             item.served = &kServedClasses[i];
             item.instance = std::move(instance);
-            item.path = item.instance.path.ToString();
+            item.path = item.instance.path->ToString();
             Identify(item, controllers);
             if (i == kController) controllers.push_back(item.controller);
             if (const auto *health = NumberIn(item.instance, "HealthState")) {

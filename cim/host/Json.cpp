@@ -45,7 +45,7 @@ Json ToJson(const Instance &instance) {
     std::map<std::string, Json> properties;
     for (const auto &property : instance.properties)
         if (!property.value.IsNull()) properties[property.name] = ToJson(property.value);
-    return {{"path", instance.path.ToString()}, {"properties", std::move(properties)}};
+    return {{"path", instance.path->ToString()}, {"properties", std::move(properties)}};
 }
 
 Json ToJson(const Instances &instances, const ServedClass *only) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <utility>
 
 namespace cim {
 
@@ -109,9 +110,9 @@ private:
             if (const int before = seen[identity]++; before > 0) identity += fmt::format("#{}", before);
             const auto [known, isNew] = byIdentity.emplace(std::move(identity), model.objects.size());
             if (isNew) {
-                model.objects.push_back({PathOf(told), {}});
-                if (!PathOf(told).host.empty()) model.hosts.insert(PathOf(told).host);
-                model.objects.back().path.host.clear();
+                ObjectPath path = PathOf(told);
+                if (!path.host.empty()) model.hosts.insert(std::exchange(path.host, {}));
+                model.objects.push_back({std::move(path), {}});
                 LearnClass(PathOf(told).nameSpace, PathOf(told).className);
                 ++progress.objects;
             }
@@ -152,7 +153,7 @@ private:
     }
 
     bool IsA(std::size_t object, const char *base) const {
-        return model.classes.IsA(model.classes.Find(model.objects[object].path.className), model.classes.Find(base));
+        return model.classes.IsA(model.classes.Find(model.objects[object].path->className), model.classes.Find(base));
     }
 
     // Where an object is gone on from; Leaf: it is not, or it has been already.
@@ -195,8 +196,8 @@ private:
     // An extent's status is what a request for it alone answers, once the provider looks again.
     void ReadAgain(Instance &extent) {
         const char *const status = "ExtentStatus";
-        const Instance again = Ask(extent.path.ToString(), server.GetInstance(extent.path));
-        if (again.path.className.empty()) return; // refused
+        const Instance again = Ask(extent.path->ToString(), server.GetInstance(extent.path));
+        if (again.path->className.empty()) return; // refused
         const auto named = [&](const NamedValue &property) { return SameName(property.name, status); };
         const auto known = std::find_if(extent.properties.begin(), extent.properties.end(), named);
         const Value *now = again.Property(status);

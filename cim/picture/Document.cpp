@@ -21,7 +21,7 @@ Json ItemDocument(const Item &item, const Inventory &inventory) {
 std::string SystemOf(const Inventory &inventory) {
     for (const auto &items : inventory) {
         for (const auto &item : items) {
-            const Value *name = item.instance.path.Key("SystemName");
+            const Value *name = item.instance.path->Key("SystemName");
             if (name != nullptr && name->As<std::string>() != nullptr) return *name->As<std::string>();
         }
     }

@@ -8,6 +8,8 @@ namespace cim::wbem {
 
 namespace {
 
+constexpr std::size_t kUsualKey = 200; // bytes of its element
+
 // What a property is called in CIM-XML depends on its type alone.
 const char *TagOf(CMPIType type) {
     if ((type & CMPI_ARRAY) != 0) return "PROPERTY.ARRAY";
@@ -109,6 +111,7 @@ void InstanceNameWriter::Write(const ObjectPath &path) {
         LastKey &here = *place++;
         if (here.key.name != key.name || here.key.value != key.value) {
             XmlWriter element;
+            element.Reserve(kUsualKey);
             if (!key.value.IsNull()) WriteKey(element, key);
             here = {key, element.Take()};
         }
@@ -127,8 +130,8 @@ void WriteInstancePath(XmlWriter &xml, const ObjectPath &path, const std::string
 }
 
 void InstanceWriter::Write(const Instance &instance) {
-    const Element element(xml, "INSTANCE", {{"CLASSNAME", instance.path.className}});
-    Table &table = TableOf(instance.path.className);
+    const Element element(xml, "INSTANCE", {{"CLASSNAME", instance.path->className}});
+    Table &table = TableOf(instance.path->className);
     FillRow(table, instance);
     std::size_t done = 0; // columns
     const auto writeNulls = [&](std::size_t end) {

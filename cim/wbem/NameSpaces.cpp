@@ -41,17 +41,13 @@ std::vector<Instance> NameSpaceInstances(const Broker &broker) {
     const std::string host = HostName();
     std::vector<Instance> instances;
     for (const std::string &name : NameSpacesOf(broker)) {
-        Instance instance;
-        instance.path.nameSpace = kInterop;
-        instance.path.className = kClass;
-        instance.path.keys = {{"SystemCreationClassName", Value::Text("CIM_ComputerSystem")},
-                              {"SystemName", Value::Text(host)},
-                              {"ObjectManagerCreationClassName", Value::Text("CIM_ObjectManager")},
-                              {"ObjectManagerName", Value::Text("quarnel")},
-                              {"CreationClassName", Value::Text(kClass)},
-                              {"Name", Value::Text(name)}};
-        instance.properties = instance.path.keys;
-        instances.push_back(std::move(instance));
+        const std::vector<NamedValue> keys = {{"SystemCreationClassName", Value::Text("CIM_ComputerSystem")},
+                                              {"SystemName", Value::Text(host)},
+                                              {"ObjectManagerCreationClassName", Value::Text("CIM_ObjectManager")},
+                                              {"ObjectManagerName", Value::Text("quarnel")},
+                                              {"CreationClassName", Value::Text(kClass)},
+                                              {"Name", Value::Text(name)}};
+        instances.push_back({ObjectPath{{}, kInterop, kClass, keys}, keys});
     }
     return instances;
 }

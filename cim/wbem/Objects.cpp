@@ -157,9 +157,7 @@ ObjectPath ReadPath(const pugi::xml_node &element, const std::string &nameSpace,
 }
 
 Instance ReadInstance(const pugi::xml_node &element, const std::string &nameSpace, const ClassTree &classes) {
-    Instance instance;
-    instance.path.nameSpace = nameSpace;
-    instance.path.className = element.attribute("CLASSNAME").value();
+    Instance instance{ObjectPath{{}, nameSpace, element.attribute("CLASSNAME").value(), {}}, {}};
     for (const pugi::xml_node child : element.children()) {
         if (child.type() != pugi::node_element || std::string_view(child.name()) == "QUALIFIER") continue;
         instance.properties.push_back({child.attribute("NAME").value(), ReadProperty(child, nameSpace, classes)});

@@ -79,7 +79,8 @@ TEST_F(Routing, GetReachesTheOneProviderAndAnswersOneInstance) {
 
 TEST_F(Routing, WritingRequestsComeThroughWithInstanceListAndRefusal) {
     Start();
-    const Instance instance{{{}, "root/back", "T_Disk", {{"ID", Value::Text("7")}}}, {{"ID", Value::Text("7")}}};
+    const ObjectPath path{{}, "root/back", "T_Disk", {{"ID", Value::Text("7")}}};
+    const Instance instance{path, path.keys};
     back.createInstance = [&](const Asked &call) {
         EXPECT_EQ(TextOf(call.instance->ft->getProperty(call.instance, "ID", nullptr)), "7");
         return ReturnPath(call, "7");
@@ -209,9 +210,9 @@ TEST_F(Associations, ReferencesAreFilteredByAssociationClassAndRole) {
     };
     EXPECT_EQ(broker->References(source).value.size(), 2u);
     ASSERT_EQ(broker->References(source, "T_FanLink").value.size(), 1u);
-    EXPECT_EQ(broker->References(source, "T_FanLink").value[0].path.className, "T_FanLink");
+    EXPECT_EQ(broker->References(source, "T_FanLink").value[0].path->className, "T_FanLink");
     ASSERT_EQ(broker->References(source, "T_Link", "Dependent").value.size(), 1u);
-    EXPECT_EQ(broker->References(source, "T_Link", "Dependent").value[0].path.className, "T_DeviceLink");
+    EXPECT_EQ(broker->References(source, "T_Link", "Dependent").value[0].path->className, "T_DeviceLink");
     EXPECT_EQ(broker->ReferenceNames(source).value.size(), 2u);
     EXPECT_EQ(broker->ReferenceNames(source, "T_Link", "Antecedent").value.size(), 1u);
 }

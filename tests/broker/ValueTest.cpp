@@ -44,8 +44,8 @@ TEST(Values, AreEqualByTypeAndContent) {
     EXPECT_NE(Value::ArrayOf(CMPI_string, {Value::Text("a")}), Value::ArrayOf(CMPI_string, {}));
     EXPECT_EQ(Value::Reference({{}, "x", "A", {}}), Value::Reference({{}, "X", "a", {}}));
     const auto embedded = [](const char *id) {
-        return Value{CMPI_instance,
-                     std::make_shared<const Instance>(Instance{{{}, "x", "A", {}}, {{"ID", Value::Text(id)}}})};
+        return Value{CMPI_instance, std::make_shared<const Instance>(
+                                        Instance{ObjectPath{{}, "x", "A", {}}, {{"ID", Value::Text(id)}}})};
     };
     EXPECT_EQ(embedded("1"), embedded("1"));
     EXPECT_NE(embedded("1"), embedded("2"));

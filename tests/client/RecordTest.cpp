@@ -144,9 +144,7 @@ TEST(Record, AForeignVendorsOddModelIsReplayedAsItWas) {
 
 TEST(Record, EveryValueHasAFormInADescription) {
     VendorModel model;
-    Instance object;
-    object.path.nameSpace = "root/sim";
-    object.path.className = "Sim_DiskDrive";
+    Instance object{ObjectPath{{}, "root/sim", "Sim_DiskDrive", {}}, {}};
     object.properties = {
         {"NotText", Value::Text("\xc3\x28")},
         {"Text", Value::Text("a \"b\" \\ \n\t\xe2\x82\xac")},
@@ -283,7 +281,7 @@ TEST(Record, AnonymousRecordingsHoldNoSecretsAndReplayTheSameHardware) {
     }
     // Secrets stand in other texts, too: as they are, in another case, with separators, and within words.
     for (Instance &object : model.objects) {
-        if (object.path.className != "Sim_ComputerSystem") continue;
+        if (object.path->className != "Sim_ComputerSystem") continue;
         object.properties.push_back({"Caption", Value::Text("c0 in DB7.Example.Com, db7: sn AC41770092")});
         object.properties.push_back({"Description", Value::Text("60:0a:0c:84:d4:17:70:09:20:10:20:3a:5c:0d:1e:01 "
                                                                 "LUN600A0C84D41770092010203A5C0D2F47")});

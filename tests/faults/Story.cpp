@@ -118,7 +118,7 @@ Served Story::Everything() {
     for (const char *className : kServedClasses) {
         std::vector<std::string> &rows = served[className];
         for (const cim::Instance &instance : bench.Enumerate(className)) {
-            std::string row = instance.path.ToString();
+            std::string row = instance.path->ToString();
             for (const cim::NamedValue &property : instance.properties)
                 if (!property.value.IsNull()) row += " " + property.name.Text() + "=" + Shown(&property.value);
             rows.push_back(WithMembersSorted(row));

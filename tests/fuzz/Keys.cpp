@@ -28,7 +28,7 @@ void fuzz::Read(std::string_view input) {
         const auto answer = bench.Get(className, key);
         if (answer.status.rc == CMPI_RC_ERR_NOT_FOUND) continue;
         Require(answer.Ok(), "an instance, or none");
-        const std::string found = support::Shown(answer.value.path.Key(support::IdentifyingKey(className)));
+        const std::string found = support::Shown(answer.value.path->Key(support::IdentifyingKey(className)));
         Require(found == key, "the instance of \"" + key + "\" is not that of \"" + found + "\"");
     }
     support::LogCapture::Clear();

@@ -15,12 +15,8 @@ inline Value Blocks(std::uint64_t value) { return Value::Unsigned(CMPI_uint64, v
 // An instance of a served class with its keys as properties too, as a broker makes it from a path.
 inline Instance Sample(ClassIndex index, const std::string &id, std::vector<NamedValue> properties) {
     const ServedClass &served = kServedClasses[index];
-    Instance instance;
-    instance.path.nameSpace = kServedNameSpace;
-    instance.path.className = served.name;
     const NamedValue key{served.key, Value::Text(served.prefix + id)};
-    instance.path.keys = {key};
-    instance.properties = {key};
+    Instance instance{ObjectPath{{}, kServedNameSpace, served.name, {key}}, {key}};
     for (auto &property : properties) instance.properties.push_back(std::move(property));
     return instance;
 }

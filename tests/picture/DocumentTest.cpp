@@ -103,7 +103,9 @@ TEST(Document, HasTheShapeOfListAndMore) {
     server[kVolume] = {VolumeOf("3e252) - OPTIMAL")};
     server[kDisk] = {PlacedDisk("c0_a", "3"), PlacedDisk("c0_b", "4")};
     Observation observation;
-    server[kVolume][0].path.keys.push_back({"SystemName", Value::Text("host.example")});
+    ObjectPath path = server[kVolume][0].path;
+    path.keys.push_back({"SystemName", Value::Text("host.example")});
+    server[kVolume][0].path = path;
     observation.inventory = Describe(server);
     observation.age = std::chrono::milliseconds(1500);
     Json document = InventoryDocument(observation);

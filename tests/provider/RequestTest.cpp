@@ -110,7 +110,7 @@ TEST(ClassNames, AreMatchedWithoutRegardToCaseAndAnsweredAsTheyAreServed) {
             path.className = asked;
             const auto got = bench.Broker().GetInstance(path);
             ASSERT_TRUE(got.Ok()) << asked;
-            EXPECT_EQ(got.value.path.className, className);
+            EXPECT_EQ(got.value.path->className, className);
         }
     }
 }
@@ -182,8 +182,8 @@ TEST(GetInstance, LooksAtTheIdentifyingKeyAlone) {
                                     {"DeviceID", Text(device.prefix + std::string("c1_2"))}}};
         const auto got = bench.Broker().GetInstance(path);
         ASSERT_TRUE(got.Ok()) << device.className;
-        EXPECT_EQ(Shown(got.value.path.Key("SystemName")), GetSystemName());
-        EXPECT_EQ(Shown(got.value.path.Key("CreationClassName")), device.className);
+        EXPECT_EQ(Shown(got.value.path->Key("SystemName")), GetSystemName());
+        EXPECT_EQ(Shown(got.value.path->Key("CreationClassName")), device.className);
     }
 }
 

@@ -171,9 +171,9 @@ TEST_F(Model, PropertiesAndKeysAreLeftOutNulledAndSetAtWill) {
     EXPECT_EQ(*disk.Property("InstallDate"), cim::Value::DateTime("20240229120000.000000+000"));
     EXPECT_EQ(Shown(disk, "CapabilityDescriptions"), "{a,%s%n\n}");
     EXPECT_EQ(Shown(disk, "Status"), "\xc3(\xff");
-    EXPECT_EQ(disk.path.Key("SystemName"), nullptr);
-    EXPECT_EQ(*disk.path.Key("DeviceID"), support::U32(5));
-    EXPECT_EQ(Shown(disk.path.Key("Extra")), "x");
+    EXPECT_EQ(disk.path->Key("SystemName"), nullptr);
+    EXPECT_EQ(*disk.path->Key("DeviceID"), support::U32(5));
+    EXPECT_EQ(Shown(disk.path->Key("Extra")), "x");
     // The odd path is good for a look-up all the same.
     EXPECT_TRUE(broker->GetInstance(disk.path).Ok());
     EXPECT_THAT(Associated(disk.path, "CIM_MediaPresent"), ElementsAre("Sim_StorageExtent d"));
@@ -195,7 +195,7 @@ TEST_F(Model, OddHardwareLacksPartsOrHasOthersClasses) {
     EXPECT_THAT(Associated(One("Sim_PhysicalPackage", "c0_unplugged").path, "CIM_PackageInConnector"), ElementsAre());
     EXPECT_THAT(Associated(One("Sim_DiskDrive", "unplugged").path, "CIM_MediaPresent"),
                 ElementsAre("Sim_StorageVolume unplugged"));
-    EXPECT_EQ(One("Sim_DiskDrive", "acme").path.className, "Sim_AcmeDiskDrive");
+    EXPECT_EQ(One("Sim_DiskDrive", "acme").path->className, "Sim_AcmeDiskDrive");
     EXPECT_EQ(Property("Sim_DiskDrive", "acme", "CreationClassName"), "Sim_AcmeDiskDrive");
     EXPECT_THAT(Associated(One("Sim_StorageVolume", "v").path, "CIM_ElementSettingData"), ElementsAre());
     EXPECT_EQ(Property("Sim_ComputerSystem", "c0", "Name"), "other");
@@ -215,7 +215,7 @@ TEST_F(Model, ClassPrefixNamesTheVendorsClassesWhereThereAreAny) {
                 ElementsAre("Sim_TesselPortController c0", "Sim_TesselStoragePool Sim:c0:pool:p",
                             "Sim_TesselDiskDrive d", "Sim_DiskDrive x"));
     EXPECT_EQ(Property("Sim_DiskDrive", "d", "SystemCreationClassName"), "Sim_TesselComputerSystem");
-    EXPECT_EQ(One("Sim_StorageExtent", "d").path.className, "Sim_StorageExtent");
+    EXPECT_EQ(One("Sim_StorageExtent", "d").path->className, "Sim_StorageExtent");
 }
 
 TEST_F(Model, DuplicatesComeOnlyWhereTheyAreAskedFor) {

@@ -108,10 +108,10 @@ TEST_F(Serve, ReferencesAreInstancesWithBothEndsThatCanBeFetched) {
         ASSERT_EQ(names.value.size(), 1u);
         const cim::Instance &link = references.value[0];
         EXPECT_EQ(link.path, names.value[0]);
-        EXPECT_EQ(link.path.nameSpace, "root/sim");
+        EXPECT_EQ(link.path->nameSpace, "root/sim");
         for (int end = 0; end < 2; ++end) {
             EXPECT_EQ(*link.Property(ends.roles[end]), cim::Value::Reference(paths[end]));
-            EXPECT_EQ(*link.path.Key(ends.roles[end]), cim::Value::Reference(paths[end]));
+            EXPECT_EQ(*link.path->Key(ends.roles[end]), cim::Value::Reference(paths[end]));
         }
         EXPECT_EQ(broker->GetInstance(link.path).value.path, link.path);
         EXPECT_TRUE(broker->References(paths[1], association, ends.roles[0]).value.empty());

@@ -136,7 +136,7 @@ std::vector<std::string> Differences(Bench &bench, Depth depth) {
     for (const char *className : kServedClasses) {
         auto expected = Expected(common, className);
         for (const cim::Instance &instance : bench.Enumerate(className)) {
-            const std::string identifier = Shown(instance.path.Key(IdentifyingKey(className)));
+            const std::string identifier = Shown(instance.path->Key(IdentifyingKey(className)));
             if (!isCommon(identifier)) continue;
             const auto found = expected.find(identifier);
             if (found == expected.end()) {

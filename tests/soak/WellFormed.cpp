@@ -168,7 +168,7 @@ std::string Flaw(const cim::Instance &instance, const std::string &className, We
     }
     for (const std::string &key : form.keys) {
         const cim::Value *copy = instance.Property(key);
-        if (copy != nullptr && !copy->IsNull() && Shown(copy) != Shown(instance.path.Key(key)))
+        if (copy != nullptr && !copy->IsNull() && Shown(copy) != Shown(instance.path->Key(key)))
             return "says of itself that its " + key + " is " + Shown(copy);
     }
     if (list != nullptr) return {};
@@ -177,7 +177,7 @@ std::string Flaw(const cim::Instance &instance, const std::string &className, We
         const bool optional = weather == Weather::Foul && Contains(form.optional, name);
         if ((value == nullptr || value->IsNull()) && !optional) return "has no " + name;
     }
-    const std::string identifier = Shown(instance.path.Key(IdentifyingKey(className)));
+    const std::string identifier = Shown(instance.path->Key(IdentifyingKey(className)));
     const std::string caption = Shown(instance, "Caption");
     if (!Fits(caption, identifier, form, weather)) return "is captioned \"" + caption + "\"";
     if (Shown(instance, "ElementName") != caption) return "has an element name other than its caption";

@@ -49,10 +49,10 @@ View ViewOf(const Instances &instances) {
     View view;
     for (const ClassIndex kind : {kController, kVolume, kDisk, kPort, kBattery}) {
         for (const auto &instance : instances[kind]) {
-            const Value *key = instance.path.Key(kServedClasses[kind].key);
+            const Value *key = instance.path->Key(kServedClasses[kind].key);
             const Value *caption = instance.Property("Caption");
             if (key == nullptr || caption == nullptr || caption->As<std::string>() == nullptr) {
-                ADD_FAILURE() << instance.path.ToString() << " has no caption";
+                ADD_FAILURE() << instance.path->ToString() << " has no caption";
                 continue;
             }
             const Seen seen{InOrder(*caption->As<std::string>()), NumberIn(instance, "HealthState"),

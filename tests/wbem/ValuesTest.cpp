@@ -83,6 +83,8 @@ TEST(XmlWriter, WhateverATextHoldsTheDocumentIsWellFormed) {
                               bad + "\xC3\xA9\xF0\x9F\x98\x80" + bad + "</A>");
 }
 
+ObjectPath OfClass(const char *name) { return {{}, {}, name, {}}; }
+
 std::string Written(const ClassTree &classes, const Instance &instance) {
     XmlWriter xml;
     InstanceWriter(xml, classes, {}).Write(instance);
@@ -101,9 +103,7 @@ TEST(InstanceWriter, EveryKindOfValueHasItsElement) {
     ObjectPath far = there;
     far.host = "far";
     far.nameSpace = "root/b";
-    auto inner = std::make_shared<Instance>();
-    inner->path.className = "B";
-    inner->properties = {{"P", Value::Boolean(true)}};
+    auto inner = std::make_shared<Instance>(Instance{OfClass("B"), {{"P", Value::Boolean(true)}}});
 
     const struct {
         NamedValue property;
@@ -138,10 +138,7 @@ TEST(InstanceWriter, EveryKindOfValueHasItsElement) {
          "&lt;/INSTANCE&gt;</VALUE></PROPERTY>"},
     };
     for (const auto &each : kCases) {
-        Instance instance;
-        instance.path.className = "A";
-        instance.properties = {each.property};
-        EXPECT_EQ(Written(classes, instance), each.xml);
+        EXPECT_EQ(Written(classes, {OfClass("A"), {each.property}}), each.xml);
     }
 }
 
@@ -149,10 +146,9 @@ TEST(InstanceWriter, PropertiesStandInTheOrderOfTheClass) {
     ClassTree classes;
     std::string error;
     ASSERT_TRUE(classes.ReadText("class A { uint8 N; string Text; boolean Flag; };", "a", &error)) << error;
-    Instance instance;
-    instance.path.className = "A";
-    instance.properties = {
-        {"Own", Value::Text("o")}, {"Flag", Value::Boolean(false)}, {"N", Value::Unsigned(CMPI_uint8, 1)}};
+    Instance instance{
+        OfClass("A"),
+        {{"Own", Value::Text("o")}, {"Flag", Value::Boolean(false)}, {"N", Value::Unsigned(CMPI_uint8, 1)}}};
     const std::string number = "<PROPERTY NAME=\"N\" TYPE=\"uint8\"><VALUE>1</VALUE></PROPERTY>",
                       text = "<PROPERTY NAME=\"Text\" TYPE=\"string\"></PROPERTY>",
                       flag = "<PROPERTY NAME=\"Flag\" TYPE=\"boolean\"><VALUE>FALSE</VALUE></PROPERTY>",
@@ -167,12 +163,9 @@ TEST(InstanceWriter, InstancesThatFollowAreWrittenAsTheFirst) {
     ClassTree classes;
     std::string error;
     ASSERT_TRUE(classes.ReadText("class A { uint8 N; string Text; };", "a", &error)) << error;
-    Instance empty, full, turned;
-    empty.path.className = full.path.className = turned.path.className = "A";
-    empty.properties = {{"N", Value::Null(CMPI_uint8)}, {"Own", Value::Null(CMPI_string)}};
-    full.properties = {{"N", Value::Unsigned(CMPI_uint8, 1)}, {"Own", Value::Null(CMPI_boolean)}};
-    turned.othersAreNull = true;
-    turned.properties = {{"Text", Value::Text("t")}, {"N", Value::Unsigned(CMPI_uint8, 2)}};
+    const Instance empty{OfClass("A"), {{"N", Value::Null(CMPI_uint8)}, {"Own", Value::Null(CMPI_string)}}};
+    const Instance full{OfClass("A"), {{"N", Value::Unsigned(CMPI_uint8, 1)}, {"Own", Value::Null(CMPI_boolean)}}};
+    const Instance turned{OfClass("A"), {{"Text", Value::Text("t")}, {"N", Value::Unsigned(CMPI_uint8, 2)}}, true};
     XmlWriter xml, expected;
     InstanceWriter writer(xml, classes, {});
     for (const Instance *instance : {&empty, &full, &turned, &empty, &turned, &empty, &full}) {
