@@ -74,8 +74,8 @@ FaultPoint::FaultPoint(Core &broker, const CallFacts &facts) : core(broker), rul
     if (rule->delay.count() > 0) std::this_thread::sleep_for(rule->delay);
 }
 
-bool FaultPoint::Stops(CMPIStatus *status) const {
-    if (rule == nullptr || rule->effect == FaultRule::Effect::None) return false;
+bool FaultPoint::Stop(CMPIStatus *status) const {
+    if (rule->effect == FaultRule::Effect::None) return false;
     Set(status, CMPI_RC_OK);
     if (rule->effect == FaultRule::Effect::Fail && status != nullptr) {
         status->rc = rule->rc;

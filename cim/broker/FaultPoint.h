@@ -28,11 +28,12 @@ public:
     FaultPoint(Core &broker, const CallFacts &facts);
 
     // True: the call must not run, and its status is set.
-    bool Stops(CMPIStatus *status) const;
+    bool Stops(CMPIStatus *status) const { return rule != nullptr && Stop(status); }
     bool WantsEmpty() const { return rule != nullptr && rule->effect == FaultRule::Effect::Empty; }
     void Rewrite(const char *name, CMPIData *answer, CMPIStatus *status) const;
 
 private:
+    bool Stop(CMPIStatus *status) const;
     static std::shared_ptr<const FaultRule> FindRule(Core &core, const CallFacts &facts);
 
     Core &core;

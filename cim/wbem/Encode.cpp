@@ -3,17 +3,26 @@
 #include "cim/wbem/Types.h"
 
 #include <algorithm>
+#include <map>
 
 namespace cim::wbem {
 
 namespace {
 
+constexpr const char *kInstance = "INSTANCE";
+constexpr const char *kInstanceName = "INSTANCENAME";
 constexpr std::size_t kUsualKey = 200; // bytes of its element
 
 // What a property is called in CIM-XML depends on its type alone.
 const char *TagOf(CMPIType type) {
     if ((type & CMPI_ARRAY) != 0) return "PROPERTY.ARRAY";
     return type == CMPI_ref ? "PROPERTY.REFERENCE" : "PROPERTY";
+}
+
+std::string OpenTag(const char *tag, std::initializer_list<XmlWriter::Attribute> attributes) {
+    XmlWriter xml;
+    xml.Open(tag, attributes);
+    return xml.Take();
 }
 
 bool IsListed(PropertyList list, const std::string &name) {
@@ -97,14 +106,18 @@ void WriteNameSpace(XmlWriter &xml, const std::string &nameSpace) {
 }
 
 void WriteInstanceName(XmlWriter &xml, const ObjectPath &path) {
-    const Element name(xml, "INSTANCENAME", {{"CLASSNAME", path.className}});
+    const Element name(xml, kInstanceName, {{"CLASSNAME", path.className}});
     for (const NamedValue &key : path.keys) {
         if (!key.value.IsNull()) WriteKey(xml, key);
     }
 }
 
 void InstanceNameWriter::Write(const ObjectPath &path) {
-    const Element name(xml, "INSTANCENAME", {{"CLASSNAME", path.className}});
+    if (open.empty() || className != path.className) {
+        className = path.className;
+        open = OpenTag(kInstanceName, {{"CLASSNAME", className}});
+    }
+    xml.Ready(open);
     if (last.size() < path.keys.size()) last.resize(path.keys.size());
     auto place = last.begin();
     for (const NamedValue &key : path.keys) {
@@ -117,6 +130,7 @@ void InstanceNameWriter::Write(const ObjectPath &path) {
         }
         xml.Ready(here.element);
     }
+    xml.Close(kInstanceName);
 }
 
 void WriteInstancePath(XmlWriter &xml, const ObjectPath &path, const std::string &host) {
@@ -130,9 +144,9 @@ void WriteInstancePath(XmlWriter &xml, const ObjectPath &path, const std::string
 }
 
 void InstanceWriter::Write(const Instance &instance) {
-    const Element element(xml, "INSTANCE", {{"CLASSNAME", instance.path->className}});
     Table &table = TableOf(instance.path->className);
-    FillRow(table, instance);
+    Place(table, instance.properties);
+    xml.Ready(table.open);
     std::size_t done = 0; // columns
     const auto writeNulls = [&](std::size_t end) {
         const std::size_t begin = table.nullsBegin[done];
@@ -140,17 +154,18 @@ void InstanceWriter::Write(const Instance &instance) {
             xml.Ready(std::string_view(table.nulls).substr(begin, table.nullsBegin[end] - begin));
         done = end + 1;
     };
-    for (std::size_t i = 0; i < table.columns.size(); ++i) {
-        const Value *value = table.row[i];
-        if (value == nullptr) continue;
-        writeNulls(i);
-        Column &column = table.columns[i];
+    for (const std::size_t index : table.order) {
+        const std::size_t place = table.places[index];
+        writeNulls(place);
+        Column &column = table.columns[place];
         if (!column.shown) continue;
-        const CMPIType type = TypeShown(*value, column.declared);
+        const Value &value = instance.properties[index].value;
+        const CMPIType type = TypeShown(value, column.declared);
         if (column.type != type) MakeTags(column, type);
-        WriteProperty(column, *value);
+        WriteProperty(column, value);
     }
     writeNulls(table.columns.size());
+    xml.Close(kInstance);
 }
 
 void InstanceWriter::WriteProperty(const Column &column, const Value &value) {
@@ -166,6 +181,7 @@ InstanceWriter::Table &InstanceWriter::TableOf(const std::string &className) {
     const auto [known, isNew] = byClass.try_emplace(className);
     Table &table = known->second;
     if (!isNew) return table;
+    table.open = OpenTag(kInstance, {{"CLASSNAME", className}});
     table.nullsBegin = {0};
     if (const ClassDeclaration *declaration = classes.Find(className))
         for (const PropertyDeclaration &property : declaration->properties)
@@ -191,17 +207,20 @@ std::size_t InstanceWriter::ColumnOf(Table &table, const NamedValue &property) c
     return AddColumn(table, property.name, nullptr, property.value.type);
 }
 
-void InstanceWriter::FillRow(Table &table, const Instance &instance) const {
-    const std::size_t count = instance.properties.size();
-    if (table.places.size() < count) table.places.resize(count, table.columns.size());
-    for (std::size_t i = 0; i < count; ++i) {
+void InstanceWriter::Place(Table &table, const std::vector<NamedValue> &properties) const {
+    bool asBefore = table.places.size() == properties.size();
+    table.places.resize(properties.size(), table.columns.size());
+    for (std::size_t i = 0; i < properties.size(); ++i) {
         std::size_t &place = table.places[i];
-        const NamedValue &property = instance.properties[i];
-        if (place >= table.columns.size() || table.columns[place].name != property.name)
-            place = ColumnOf(table, property);
+        if (place < table.columns.size() && table.columns[place].name == properties[i].name) continue;
+        place = ColumnOf(table, properties[i]);
+        asBefore = false;
     }
-    table.row.assign(table.columns.size(), nullptr);
-    for (std::size_t i = 0; i < count; ++i) table.row[table.places[i]] = &instance.properties[i].value;
+    if (asBefore) return;
+    std::map<std::size_t, std::size_t> byPlace; // of two properties with one name the last
+    for (std::size_t i = 0; i < properties.size(); ++i) byPlace[table.places[i]] = i;
+    table.order.clear();
+    for (const auto &[place, index] : byPlace) table.order.push_back(index);
 }
 
 void InstanceWriter::MakeTags(Column &column, CMPIType type) const {

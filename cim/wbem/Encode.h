@@ -16,7 +16,7 @@ void WriteInstanceName(XmlWriter &xml, const ObjectPath &path);
 void WriteInstancePath(XmlWriter &xml, const ObjectPath &path, const std::string &host);
 void WriteNameSpace(XmlWriter &xml, const std::string &nameSpace);
 
-// Writes the INSTANCENAMEs of one answer: most keys of most instances are those of the one before.
+// Writes the INSTANCENAMEs of one answer: class and most keys of most instances are those of the one before.
 class InstanceNameWriter {
 public:
     explicit InstanceNameWriter(XmlWriter &writer) : xml(writer) {}
@@ -30,6 +30,7 @@ private:
     };
 
     XmlWriter &xml;
+    std::string className, open; // the last one, and the tag with it
     std::vector<LastKey> last;
 };
 
@@ -61,17 +62,18 @@ private:
         std::string openValue, closeValue; // with those of a scalar within
     };
     struct Table {                           // the instances of a class
+        std::string open;                    // the tag
         std::vector<Column> columns;         // the class's properties, then what else instances have
         std::string nulls;                   // the elements of all columns without a value, as most are
         std::vector<std::size_t> nullsBegin; // where the column's begins in there, and where the last one's ends
         std::vector<std::size_t> places;     // the columns of the last instance's properties: the next one's as a rule
-        std::vector<const Value *> row;      // of the instance at hand; null: without a value
+        std::vector<std::size_t> order;      // in which those properties are written
     };
 
     Table &TableOf(const std::string &className);
     std::size_t AddColumn(Table &table, const Name &name, const PropertyDeclaration *declared, CMPIType type) const;
     std::size_t ColumnOf(Table &table, const NamedValue &property) const;
-    void FillRow(Table &table, const Instance &instance) const;
+    void Place(Table &table, const std::vector<NamedValue> &properties) const;
     void WriteProperty(const Column &column, const Value &value);
     void MakeTags(Column &column, CMPIType type) const;
 
