@@ -3,8 +3,10 @@
 
 #include "cim/broker/Value.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -38,11 +40,17 @@ public:
     const T &operator[](std::size_t place) const { return things[place]; }
 
 private:
-    // Of some of the letters, in either case: the rest tells in the comparison.
+    // Eight letters at a time, in either case.
     std::size_t FirstSlot(std::string_view name) const {
-        std::size_t hash = name.size();
-        for (std::size_t quarter = 0; quarter < 4; ++quarter)
-            if (!name.empty()) hash = hash * 31 + (static_cast<unsigned char>(name[quarter * name.size() / 4]) | 0x20U);
+        std::uint64_t hash = name.size();
+        while (!name.empty()) {
+            std::uint64_t letters = 0;
+            const std::size_t taken = std::min(name.size(), sizeof letters);
+            std::memcpy(&letters, name.data(), taken);
+            hash = (hash ^ (letters | kLowerCase)) * kSpread;
+            hash ^= hash >> 32;
+            name.remove_prefix(taken);
+        }
         return hash & (slots.size() - 1);
     }
     std::size_t NextSlot(std::size_t slot) const { return (slot + 1) & (slots.size() - 1); }
@@ -51,6 +59,9 @@ private:
         while (slots[slot] != 0) slot = NextSlot(slot);
         slots[slot] = static_cast<std::uint32_t>(number);
     }
+
+    static constexpr std::uint64_t kLowerCase = 0x2020202020202020;
+    static constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15; // 2 to the 64th by the golden ratio
 
     std::vector<T> things;
     std::vector<std::uint32_t> slots; // a power of two of them: things, counted from 1; 0: free, as at least half are
