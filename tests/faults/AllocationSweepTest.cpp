@@ -65,9 +65,30 @@ void SweepTrap(Story &story, const char *what, Trap &trap, int logged = LOG_UPTO
         });
 }
 
+// With a list that is long enough to be looked up through an index.
+Hardware LongServer() {
+    Hardware server = SmallServer();
+    for (int i = 1; i <= 10; ++i) server.WithDisk("d" + std::to_string(i), {{"pool", "dg1"}});
+    return server;
+}
+
 TEST(AllocationSweep, EachFailsOnceAndTheNextRefreshesRecover) {
-    Story story(SmallServer());
+    Story story(LongServer());
     SweepTrap(story, "allocations", allocations);
+}
+
+TEST(AllocationSweep, WithoutMemoryForItsIndexAListIsWalked) {
+    LinkedBench bench(LongServer());
+    bench.Start();
+    const RaidController_t *ctrl = TheController(1);
+    free(ctrl->DiskIndex.Slots);
+    ctrl->DiskIndex = {};
+    allocations.Set(0);
+    EXPECT_NE(FindDiskByDeviceID(ctrl, "d10"), nullptr);
+    EXPECT_EQ(ctrl->DiskIndex.Slots, nullptr);
+    allocations.Unset();
+    EXPECT_NE(FindDiskByDeviceID(ctrl, "d10"), nullptr);
+    EXPECT_NE(ctrl->DiskIndex.Slots, nullptr);
 }
 
 TEST(AllocationSweep, EachFailsOnceWithNobodyListening) {
