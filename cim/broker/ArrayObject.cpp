@@ -10,7 +10,9 @@ CMPIArray *Clone(const CMPIArray *from, CMPIStatus *status) {
     const FaultPoint fault(object.core, {Operation::Clone});
     if (fault.Stops(status)) return nullptr;
     Set(status, CMPI_RC_OK);
-    return Cloned(std::make_unique<ArrayObject>(object.core, object.elementType, object.elements));
+    auto clone = std::make_unique<ArrayObject>(object.core, object.elementType, object.elements);
+    clone->madeOfChars = object.madeOfChars;
+    return Cloned(std::move(clone));
 }
 
 CMPICount GetSize(const CMPIArray *array, CMPIStatus *status) {
@@ -36,6 +38,8 @@ CMPIStatus SetElementAt(const CMPIArray *array, CMPICount index, const CMPIValue
     CMPIStatus status{CMPI_RC_OK, nullptr};
     if (fault.Stops(&status)) return status;
     if (index >= object.elements.size()) return {CMPI_RC_ERR_NO_SUCH_PROPERTY, nullptr};
+    if (type == CMPI_chars && !object.madeOfChars && object.core.config.unkind.strictArrays)
+        return {CMPI_RC_ERR_TYPE_MISMATCH, nullptr};
     std::optional<Value> element = FromCmpi(value, type);
     // An array has one type: unlike a property, its elements take no other width.
     if (!element || (element->type != object.elementType && element->type != CMPI_null))

@@ -51,11 +51,18 @@ ObjectPath ClassPath(const std::string &nameSpace, const std::string &className)
     return {{}, nameSpace, className, {}};
 }
 
+// What a client's request goes through.
+Dispatcher ForClient(Core &core) {
+    if (core.config.unkind.idleCheckAtRequest)
+        for (const auto &provider : core.providers) provider->AskToUnload();
+    return {core, CallFrame::Origin::Client};
+}
+
 // Runs a request and answers with what `pick` takes from its results.
 template <class Run, class Pick> auto AnswerOf(Core &core, const Run &run, const Pick &pick) {
     Results results;
     Answer<std::decay_t<decltype(pick(results))>> answer;
-    answer.status = run(Dispatcher(core, CallFrame::Origin::Client), &results);
+    answer.status = run(ForClient(core), &results);
     if (answer.Ok()) answer.value = pick(results);
     return answer;
 }
@@ -112,12 +119,10 @@ Answer<ObjectPath> Broker::CreateInstance(const std::string &nameSpace, const In
 }
 
 Status Broker::ModifyInstance(const Instance &instance, PropertyList properties) {
-    return Dispatcher(impl->core, CallFrame::Origin::Client).ModifyInstance(instance.path, instance, properties);
+    return ForClient(impl->core).ModifyInstance(instance.path, instance, properties);
 }
 
-Status Broker::DeleteInstance(const ObjectPath &path) {
-    return Dispatcher(impl->core, CallFrame::Origin::Client).DeleteInstance(path);
-}
+Status Broker::DeleteInstance(const ObjectPath &path) { return ForClient(impl->core).DeleteInstance(path); }
 
 Answer<std::vector<Instance>> Broker::ExecQuery(const std::string &nameSpace, const std::string &className,
                                                 const std::string &query, const std::string &language) {
@@ -203,6 +208,11 @@ Status OfProvider(const Core &core, const std::string &name, Status (Provider::*
 } // namespace
 
 Status Broker::Load(const std::string &providerName) { return OfProvider(impl->core, providerName, &Provider::Load); }
+
+CMPIrc Broker::CallCleanUp(const std::string &providerName, bool terminating) {
+    Provider *provider = impl->core.Find(providerName);
+    return provider != nullptr ? provider->CallCleanUp(terminating) : CMPI_RC_OK;
+}
 
 Status Broker::CallFactoryAgain(const std::string &providerName) {
     return OfProvider(impl->core, providerName, &Provider::CallFactoryAgain);

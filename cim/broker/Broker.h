@@ -30,6 +30,19 @@ constexpr MemoryRules kFreedAtDetach{false, true, false};
 constexpr MemoryRules kFreedByRelease{true, false, true};
 constexpr MemoryRules kFreedByBoth{true, true, false};
 
+// What real CIM servers have been seen to do to providers, each a switch of its own.
+struct Unkindness {
+    bool nullStateOfElements = false; // getNext sets type and value, but leaves the state at null
+    bool strictArrays = false;        // an array made as CMPI_string refuses elements given as CMPI_chars
+    bool keysOnlyInPaths = false;     // newInstance does not copy the path's keys into properties
+    bool contextOnThread = false;     // prepareAttachThread leaves texts of the context lent to the calling thread
+    bool shortPathText = false;       // toString of a path beyond 4,095 bytes ends the process
+    bool lockOverCleanUp = false;     // a lock is held over clean-up that up-calls of providers' own threads need
+    bool idleCheckAtRequest = false;  // a client's request first has every idle provider clean up, and unload
+};
+// All that a provider has to bear at any time: all but the idle check, which unloads what a test has just set up.
+constexpr Unkindness kUnkind{true, true, true, true, true, true, false};
+
 // A provider that is linked in instead of loaded. Either factory may be null.
 struct BuiltinProvider {
     CMPIInstanceMI *(*createInstanceMI)(const CMPIBroker *, const CMPIContext *, CMPIStatus *) = nullptr;
@@ -50,6 +63,7 @@ struct BrokerConfig {
     std::vector<std::string> libraryFolders;         // where lib<location>.so is looked for, in this order
     std::map<std::string, BuiltinProvider> builtins; // by location
     MemoryRules memory;
+    Unkindness unkind;
     bool filterResults = true;    // association results by result class; else the provider's are handed on
     bool factoryPerClass = false; // call a factory once per registered class, as some CIMOMs do
 };
@@ -121,11 +135,18 @@ public:
     Status Load(const std::string &providerName);
     // Calls every factory of a loaded provider once more, as a CIMOM does for a further registered class.
     Status CallFactoryAgain(const std::string &providerName);
-    // Cleans up (terminating) and unloads every provider. No request may be running or come later.
+    // Has a loaded provider's MIs clean up, on the calling thread and at once, whatever other threads are doing in the
+    // provider: also beside another clean-up or a factory call. Unloads nothing and waits for nobody. The answer is the
+    // first that is not OK; OK for a provider that is not loaded.
+    CMPIrc CallCleanUp(const std::string &providerName, bool terminating);
+    // Cleans up (terminating) and unloads every provider. No request may be running or come later. Up-calls of
+    // providers' own threads may be running, or lost: libraries are closed when clean-up returns, and such a call gets
+    // an error from providers that have gone; the broker has to outlive it.
     void Shutdown();
 
     // True once no provider's background thread (one that serves no request) has an up-call running or has made one for
-    // `quiet`, counted from this call on; false when that has not come to pass within `limit`.
+    // `quiet`, counted from this call on; false when that has not come to pass within `limit`. Up-calls that are lost
+    // do not count as running.
     bool WaitForBackground(std::chrono::milliseconds quiet, std::chrono::milliseconds limit);
 
     LiveObjects Live() const;

@@ -60,6 +60,13 @@ CMPIType Plain(CMPIType type) {
     return ElementType(type) == CMPI_chars ? static_cast<CMPIType>((type & CMPI_ARRAY) | CMPI_string) : type;
 }
 
+// An instance that becomes part of a value has nothing more to do with what it was made by.
+Value ValueOf(const InstanceObject &object) {
+    auto own = std::make_shared<Instance>(*object.value);
+    if (object.declaration != nullptr) CopyKeys(*own, *object.declaration, nullptr);
+    return {CMPI_instance, std::shared_ptr<const Instance>(std::move(own))};
+}
+
 Value ValueOf(const StringObject &string) { return string.text ? Value::Text(*string.text) : Value::Null(CMPI_string); }
 
 } // namespace
@@ -83,8 +90,7 @@ std::optional<Value> FromCmpi(const CMPIValue *value, CMPIType type) {
         if (value->ref == nullptr) return Value::Null(type);
         return Value{type, ObjectOf<ObjectPathObject>(value->ref).value.Share()};
     case CMPI_instance:
-        if (value->inst == nullptr) return Value::Null(type);
-        return Value{type, ObjectOf<InstanceObject>(value->inst).value.Share()};
+        return value->inst != nullptr ? ValueOf(ObjectOf<InstanceObject>(value->inst)) : Value::Null(type);
     default:
         return std::nullopt;
     }

@@ -7,6 +7,7 @@
 #include "cim/broker/Changes.h"
 #include "cim/broker/Registration.h"
 #include "cim/broker/Scope.h"
+#include "cim/broker/ServerLock.h"
 
 #include <atomic>
 #include <memory>
@@ -39,6 +40,7 @@ public:
     CallLog log;
     Background background;
     Changes changes;
+    ServerLock serverLock; // held over clean-up, where the broker is unkind
     std::atomic<std::uint64_t> loads{0};
 
     // Fixed once the broker is made.

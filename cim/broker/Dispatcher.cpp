@@ -130,7 +130,11 @@ Status Dispatcher::Ask(const Target &target, ObjectPath path, const Slot &slot, 
         status = ToStatus(slot(mis, frame.Context(), &result.handle, &pathObject.handle));
     }
     results->instances.reserve(instances + result.instances.size());
-    for (const auto &instance : result.instances) results->instances.push_back(TakeOrCopy(instance));
+    for (const auto &returned : result.instances) {
+        Instance &instance = results->instances.emplace_back(TakeOrCopy(returned));
+        const ClassDeclaration *declaration = core.classes.Find(instance.path->className);
+        if (declaration != nullptr) CopyKeys(instance, *declaration, results->listed);
+    }
     FillNameSpace(results->instances, instances, nameSpace);
     FillNameSpace(results->paths, paths, nameSpace);
     return status;
@@ -187,6 +191,7 @@ Status Dispatcher::EnumerateInstanceNames(const ObjectPath &path, Results *resul
 
 Status Dispatcher::EnumerateInstances(const ObjectPath &path, PropertyList properties, Results *results) const {
     CNames names(properties);
+    results->listed = properties;
     return AskAll(path, SlotOf(&CMPIInstanceMIFT::enumerateInstances, names.Get()), results);
 }
 
@@ -197,6 +202,7 @@ Status Dispatcher::ExecQuery(const ObjectPath &path, const std::string &query, c
 
 Status Dispatcher::GetInstance(const ObjectPath &path, PropertyList properties, Results *results) const {
     CNames names(properties);
+    results->listed = properties;
     Status status = AskOne(path, SlotOf(&CMPIInstanceMIFT::getInstance, names.Get()), results);
     if (!status.Ok()) return status;
     if (results->instances.empty()) return {CMPI_RC_ERR_NOT_FOUND, {}};
@@ -253,6 +259,7 @@ auto AssociationOf(const Core &core, const AssociationQuery &query) {
 
 Status Dispatcher::Associators(const AssociationQuery &query, PropertyList properties, Results *results) const {
     CNames names(properties);
+    results->listed = properties;
     return AskAssociations(query,
                            SlotOf(&CMPIAssociationMIFT::associators, OrNull(query.associationClass),
                                   OrNull(query.resultClass), OrNull(query.role), OrNull(query.resultRole), names.Get()),
@@ -268,6 +275,7 @@ Status Dispatcher::AssociatorNames(const AssociationQuery &query, Results *resul
 
 Status Dispatcher::References(const AssociationQuery &query, PropertyList properties, Results *results) const {
     CNames names(properties);
+    results->listed = properties;
     return AskAssociations(
         query,
         SlotOf(&CMPIAssociationMIFT::references, OrNull(query.associationClass), OrNull(query.role), names.Get()),

@@ -19,7 +19,8 @@ CMPIInstance *NewInstance(const CMPIBroker *broker, const CMPIObjectPath *path, 
     if (fault.Stops(status)) return nullptr;
     Set(status, source != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_PARAMETER);
     if (source == nullptr) return nullptr;
-    Instance instance{ShareOf(*source), {}, source->Declaration() != nullptr};
+    const bool known = source->Declaration() != nullptr;
+    Instance instance{ShareOf(*source), {}, known, known && !core.config.unkind.keysOnlyInPaths};
     instance.properties.reserve(kUsualProperties);
     return Lend(std::make_unique<InstanceObject>(core, Shared<Instance>(std::move(instance)), source->Declaration()));
 }
@@ -51,7 +52,9 @@ CMPIArray *NewArray(const CMPIBroker *broker, CMPICount size, CMPIType type, CMP
     if (fault.Stops(status))
         return fault.WantsEmpty() ? Lend(std::make_unique<ArrayObject>(core, element, Value::Elements())) : nullptr;
     Set(status, CMPI_RC_OK);
-    return Lend(std::make_unique<ArrayObject>(core, element, Value::Elements(size, Value::Null(element))));
+    auto array = std::make_unique<ArrayObject>(core, element, Value::Elements(size, Value::Null(element)));
+    array->madeOfChars = ElementType(type) == CMPI_chars;
+    return Lend(std::move(array));
 }
 
 CMPIDateTime *NewDateTimeFromBinary(const CMPIBroker *broker, CMPIUint64 microseconds, CMPIBoolean interval,
@@ -120,8 +123,8 @@ CMPIString *ToString(const CMPIBroker *broker, const void *object, CMPIStatus *s
     }
     if (table == &kInstanceTable) {
         Set(status, CMPI_RC_OK);
-        return LendString(CoreOf(broker),
-                          ObjectOf<InstanceObject>(static_cast<const CMPIInstance *>(object)).value->path->ToString());
+        return LendPathText(CoreOf(broker),
+                            ObjectOf<InstanceObject>(static_cast<const CMPIInstance *>(object)).value->path);
     }
     if (table == &kStringTable) {
         Set(status, CMPI_RC_OK);

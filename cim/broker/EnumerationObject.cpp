@@ -19,7 +19,9 @@ CMPIData GetNext(const CMPIEnumeration *enumeration, CMPIStatus *status) {
     auto &object = ObjectOf<EnumerationObject>(enumeration);
     if (object.cursor >= object.elements.size()) return Missing(status, CMPI_RC_ERR_NOT_FOUND, CMPI_badValue);
     Set(status, CMPI_RC_OK);
-    return ToCmpi(object.core, object.elements[object.cursor++], object.fromUpcall);
+    CMPIData data = ToCmpi(object.core, object.elements[object.cursor++], object.fromUpcall);
+    if (object.core.config.unkind.nullStateOfElements) data.state = CMPI_nullValue;
+    return data;
 }
 
 CMPIBoolean HasNext(const CMPIEnumeration *enumeration, CMPIStatus *status) {

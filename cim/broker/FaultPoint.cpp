@@ -68,14 +68,24 @@ std::shared_ptr<const FaultRule> FaultPoint::FindRule(Core &core, const CallFact
     return nullptr;
 }
 
-FaultPoint::FaultPoint(Core &broker, const CallFacts &facts) : core(broker), rule(FindRule(broker, facts)) {
+FaultPoint::FaultPoint(Core &broker, const CallFacts &facts, bool inBackground)
+    : core(broker), rule(FindRule(broker, facts)) {
     if (rule == nullptr) return;
     if (rule->hook) RunHook([&] { rule->hook(Describe(core, facts)); });
     if (rule->delay.count() > 0) std::this_thread::sleep_for(rule->delay);
+    if (rule->effect != FaultRule::Effect::Lost) return;
+    core.faults.state->Lose(
+        rule.get(),
+        [&] {
+            if (inBackground) core.background.End();
+        },
+        [&] {
+            if (inBackground) core.background.Begin();
+        });
 }
 
 bool FaultPoint::Stop(CMPIStatus *status) const {
-    if (rule->effect == FaultRule::Effect::None) return false;
+    if (rule->effect == FaultRule::Effect::None || rule->effect == FaultRule::Effect::Lost) return false;
     Set(status, CMPI_RC_OK);
     if (rule->effect == FaultRule::Effect::Fail && status != nullptr) {
         status->rc = rule->rc;
@@ -98,8 +108,9 @@ LoggedCall::LoggedCall(Core &broker, Kind kind, const CallFacts &facts) : core(b
         inBackground = top == nullptr || top->background;
         if (top == nullptr || top->running != nullptr) core.counts.upcalls.fetch_add(1, std::memory_order_relaxed);
         if (inBackground) core.background.Begin();
+        if (core.config.unkind.lockOverCleanUp && !Threads::Mine().IsInCall(core)) core.serverLock.Pass();
     }
-    fault.emplace(core, facts);
+    fault.emplace(core, facts, inBackground);
 }
 
 LoggedCall::~LoggedCall() {

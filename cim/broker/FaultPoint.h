@@ -24,8 +24,9 @@ Call Describe(const Core &core, const CallFacts &facts);
 
 class FaultPoint {
 public:
-    // Finds the rule that hits, runs its hook and waits out its delay.
-    FaultPoint(Core &broker, const CallFacts &facts);
+    // Finds the rule that hits, runs its hook, waits out its delay and, when it has the call lost, for the answer. One
+    // that is `inBackground` does not count as running meanwhile.
+    FaultPoint(Core &broker, const CallFacts &facts, bool inBackground = false);
 
     // True: the call must not run, and its status is set.
     bool Stops(CMPIStatus *status) const { return rule != nullptr && Stop(status); }

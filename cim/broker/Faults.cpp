@@ -77,20 +77,37 @@ Faults::Id Faults::Add(FaultRule rule) {
 }
 
 void Faults::Remove(Id id) {
-    std::shared_ptr<const FaultRule> removed; // its hook may own things whose end takes time: not under the lock
-    const std::lock_guard<std::mutex> lock(state->mutex);
+    State::Rule removed; // its hook may own things whose end takes time: not under the lock
+    State::Lock lock(state->mutex);
     if (State::Entry *entry = state->Find(id)) {
         removed = entry->rule;
         state->entries.erase(state->entries.begin() + (entry - state->entries.data()));
     }
     state->armed.store(!state->entries.empty(), std::memory_order_release);
+    if (removed != nullptr) state->Answer(lock, removed.get());
 }
 
 void Faults::Clear() {
     std::vector<State::Entry> removed;
-    const std::lock_guard<std::mutex> lock(state->mutex);
+    State::Lock lock(state->mutex);
     removed.swap(state->entries);
     state->armed.store(false, std::memory_order_release);
+    state->Answer(lock, nullptr);
+}
+
+void Faults::AnswerLost() {
+    State::Lock lock(state->mutex);
+    state->Answer(lock, nullptr);
+}
+
+std::size_t Faults::LostNow() const {
+    const std::lock_guard<std::mutex> lock(state->mutex);
+    return state->lost.size();
+}
+
+bool Faults::AwaitLost(std::size_t count, std::chrono::milliseconds limit) const {
+    State::Lock lock(state->mutex);
+    return state->changed.wait_for(lock, limit, [&] { return state->lost.size() >= count; });
 }
 
 std::uint64_t Faults::Matched(Id id) const {

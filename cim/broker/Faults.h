@@ -83,6 +83,8 @@ struct FaultRule {
         None,       // delay and hook only
         Fail,       // the status below, and null for an object
         NullWithOk, // nothing, with an OK status
+        Lost,       // nothing is answered for now: the call waits, holding no lock, until Faults::AnswerLost or the
+                    // end of its rule, and then runs as if nothing had happened
         Empty,      // an enumeration or array without elements, an empty string; else as NullWithOk
     } effect = Effect::None;
     CMPIrc rc = CMPI_RC_ERR_FAILED;
@@ -98,11 +100,17 @@ class Faults {
 public:
     using Id = std::uint64_t;
     Id Add(FaultRule rule);
-    void Remove(Id id);
+    void Remove(Id id); // lost calls of the rule are answered, as by the next
     void Clear();
     // How many calls the rule matched so far, those let through included; 0 for an unknown rule.
     std::uint64_t Matched(Id id) const;
     std::uint64_t Hit(Id id) const;
+
+    // Has all calls that are lost now go on. When it returns none of them counts as lost any more.
+    void AnswerLost();
+    std::size_t LostNow() const;
+    // True once at least `count` calls are lost; false when that has not come to pass within `limit`.
+    bool AwaitLost(std::size_t count, std::chrono::milliseconds limit) const;
 
     Faults();
     ~Faults();

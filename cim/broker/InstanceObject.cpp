@@ -11,12 +11,14 @@ const PropertyDeclaration *Declared(const InstanceObject &object, std::string_vi
     return object.declaration != nullptr ? object.declaration->Property(name) : nullptr;
 }
 
+bool IsListed(PropertyList list, std::string_view name) {
+    return list == nullptr ||
+           std::any_of(list->begin(), list->end(), [&](const std::string &listed) { return SameName(listed, name); });
+}
+
 // Whether the instance's filter lets a property be: it is listed, or a key of the class.
 bool Passes(const InstanceObject &object, std::string_view name) {
-    if (!object.filter) return true;
-    if (std::any_of(object.filter->begin(), object.filter->end(),
-                    [&](const std::string &listed) { return SameName(listed, name); }))
-        return true;
+    if (IsListed(object.filter ? &*object.filter : nullptr, name)) return true;
     const PropertyDeclaration *declared = Declared(object, name);
     return declared != nullptr && declared->key;
 }
@@ -25,6 +27,8 @@ bool Passes(const InstanceObject &object, std::string_view name) {
 std::optional<Value> ValueOf(const InstanceObject &object, std::string_view name) {
     if (const Value *known = object.value->Property(name)) return *known;
     const PropertyDeclaration *declared = object.value->othersAreNull ? Declared(object, name) : nullptr;
+    if (declared != nullptr)
+        if (const Value *key = KeyAsProperty(*object.value, *declared)) return *key;
     return declared != nullptr ? std::make_optional(Value::Null(declared->type)) : std::nullopt;
 }
 
@@ -122,6 +126,7 @@ CMPIStatus SetPropertyFilter(const CMPIInstance *instance, const char **properti
         if (Passes(object, name)) left.push_back({name, *ValueOf(object, name)});
     object.value.Mutable().properties = std::move(left);
     object.value.Mutable().othersAreNull = false;
+    object.value.Mutable().keysAsInPath = false;
     return kOk;
 }
 
@@ -129,11 +134,29 @@ CMPIStatus SetObjectPath(const CMPIInstance *instance, const CMPIObjectPath *pat
     auto &object = ObjectOf<InstanceObject>(instance);
     const ObjectPath &given = *ObjectOf<ObjectPathObject>(path).value;
     if (!SameName(given.className, object.value->path->className)) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
+    if (object.declaration != nullptr) CopyKeys(object.value.Mutable(), *object.declaration, nullptr);
     object.value.Mutable().path = given;
     return kOk;
 }
 
 } // namespace
+
+const Value *KeyAsProperty(const Instance &instance, const PropertyDeclaration &declared) {
+    if (!instance.keysAsInPath || !declared.key) return nullptr;
+    const Value *key = instance.path->Key(declared.name);
+    return key != nullptr && Fits(declared.type, key->type) ? key : nullptr;
+}
+
+void CopyKeys(Instance &instance, const ClassDeclaration &declaration, PropertyList listed) {
+    if (!instance.keysAsInPath) return;
+    for (const NamedValue &key : instance.path->keys) {
+        const PropertyDeclaration *declared = declaration.Property(key.name);
+        if (declared == nullptr || !IsListed(listed, key.name) || instance.Property(key.name) != nullptr) continue;
+        if (const Value *value = KeyAsProperty(instance, *declared))
+            instance.properties.push_back({declared->name, *value});
+    }
+    instance.keysAsInPath = false;
+}
 
 const CMPIInstanceFT kInstanceTable = {
     100,

@@ -2,6 +2,9 @@
 #include "cim/broker/FaultPoint.h"
 #include "cim/broker/Objects.h"
 
+#include <cstdio>
+#include <cstdlib>
+
 namespace cim {
 namespace {
 
@@ -120,10 +123,20 @@ CMPIString *ToString(const CMPIObjectPath *path, CMPIStatus *status) {
     const FaultPoint fault(object.core, {Operation::ToString, &*object.value});
     if (fault.Stops(status)) return fault.WantsEmpty() ? LendString(object.core, "") : nullptr;
     Set(status, CMPI_RC_OK);
-    return LendString(object.core, object.value->ToString());
+    return LendPathText(object.core, *object.value);
 }
 
 } // namespace
+
+CMPIString *LendPathText(Core &core, const ObjectPath &path) {
+    constexpr std::size_t kRoom = 4096; // with the null at the end
+    std::string text = path.ToString();
+    if (core.config.unkind.shortPathText && text.size() >= kRoom) {
+        std::fprintf(stderr, "broker: toString of a path of %zu bytes, %.60s...\n", text.size(), text.c_str());
+        std::abort();
+    }
+    return LendString(core, std::move(text));
+}
 
 const ClassDeclaration *ObjectPathObject::Declaration() const {
     const ClassDeclaration *known = declaration.load(std::memory_order_relaxed);

@@ -78,6 +78,7 @@ struct ArrayObject : Encapsulated<CMPIArray, CMPIArrayFT> {
         : Encapsulated(broker, &kArrayTable), elementType(type), elements(std::move(values)) {}
     const CMPIType elementType;
     Value::Elements elements;
+    bool madeOfChars = false; // with CMPI_chars as its type, for which elementType has CMPI_string
 };
 
 struct EnumerationObject : Encapsulated<CMPIEnumeration, CMPIEnumerationFT> {
@@ -154,6 +155,15 @@ template <class T> CMPIStatus ReleaseObject(typename T::HandleType *handle) {
 inline void Set(CMPIStatus *status, CMPIrc rc) {
     if (status != nullptr) *status = {rc, nullptr};
 }
+
+// The value that a key property has from an instance's path; null when it has none from there. Whether the property is
+// set does not matter.
+const Value *KeyAsProperty(const Instance &instance, const PropertyDeclaration &declared);
+// Gives an instance its listed key properties as values of its own, and no others from its path any more.
+void CopyKeys(Instance &instance, const ClassDeclaration &declaration, PropertyList listed);
+
+// A path as text, which is too much for an unkind broker when it is long.
+CMPIString *LendPathText(Core &core, const ObjectPath &path);
 
 CMPIString *LendString(Core &core, std::optional<std::string> text);
 

@@ -91,7 +91,16 @@ Status Provider::CallFactoryAgain() {
     return status;
 }
 
+ServerLock::Hold Provider::HoldServerLock(ServerLock::Hold::When when) {
+    return {core.serverLock, core.config.unkind.lockOverCleanUp, when};
+}
+
 CMPIrc Provider::AskToUnload() {
+    {
+        Lock lock(mutex); // for a factory, which may be in need of the server's lock
+        WaitUntilSteady(lock);
+    }
+    const ServerLock::Hold hold = HoldServerLock();
     Lock lock(mutex);
     if (!WaitUntilSteady(lock).Ok()) return state == State::Terminated ? CMPI_RC_OK : CMPI_RC_DO_NOT_UNLOAD;
     if (state == State::Unloaded) return CMPI_RC_OK;
@@ -106,9 +115,20 @@ CMPIrc Provider::AskToUnload() {
     return answer;
 }
 
+CMPIrc Provider::CallCleanUp(bool terminating) {
+    const ServerLock::Hold hold = HoldServerLock(ServerLock::Hold::When::AtOnceOrNot);
+    return AskMis(terminating);
+}
+
 void Provider::Terminate() {
+    const auto isIdle = [&] { return state != State::Changing && running == 0; };
+    {
+        Lock lock(mutex); // for requests as well
+        changed.wait(lock, isIdle);
+    }
+    const ServerLock::Hold hold = HoldServerLock();
     Lock lock(mutex);
-    changed.wait(lock, [&] { return state != State::Changing && running == 0; });
+    changed.wait(lock, isIdle);
     if (state == State::Loaded)
         Change(lock, [&] {
             CleanUp(true);
@@ -151,7 +171,12 @@ Status Provider::Make(const Registration *key, CallFrame::Origin origin) {
     opened = true;
     Mis mis;
     status = CallFactories(origin, &mis);
-    if (status.Ok()) made.emplace(key, mis);
+    if (status.Ok()) {
+        made.emplace(key, mis);
+        const Lock lock(mutex);
+        callable.library = library;
+        callable.mis.push_back(mis);
+    }
     if (made.empty()) {
         library.reset();
         opened = false;
@@ -178,24 +203,35 @@ Status Provider::CallFactories(CallFrame::Origin origin, Mis *mis) {
     return status;
 }
 
-// Each MI is asked once, whatever the number of classes it serves. When all agree, or must, the library goes.
-CMPIrc Provider::CleanUp(bool terminating) {
+// Each MI is asked once, whatever the number of classes it serves.
+CMPIrc Provider::AskMis(bool terminating) {
+    Lock lock(mutex);
+    const Callable called = callable;
+    lock.unlock();
     CMPIrc answer = CMPI_RC_OK;
-    {
-        CallFrame frame(core, this, firstRegistration.nameSpaces.at(0), CallFrame::Origin::Client);
-        std::set<const void *> asked;
-        const auto ask = [&](auto *mi) {
-            if (mi == nullptr || mi->ft->cleanup == nullptr || (answer != CMPI_RC_OK && !terminating)) return;
-            if (!asked.insert(mi).second) return;
-            const CMPIrc rc = mi->ft->cleanup(mi, frame.Context(), terminating ? 1 : 0).rc;
-            if (answer == CMPI_RC_OK) answer = rc;
-        };
-        for (const auto &[key, mis] : made) {
-            ask(mis.instance);
-            ask(mis.association);
-        }
+    CallFrame frame(core, this, firstRegistration.nameSpaces.at(0), CallFrame::Origin::Client);
+    std::set<const void *> asked;
+    const auto ask = [&](auto *mi) {
+        if (mi == nullptr || mi->ft->cleanup == nullptr || (answer != CMPI_RC_OK && !terminating)) return;
+        if (!asked.insert(mi).second) return;
+        const CMPIrc rc = mi->ft->cleanup(mi, frame.Context(), terminating ? 1 : 0).rc;
+        if (answer == CMPI_RC_OK) answer = rc;
+    };
+    for (const Mis &mis : called.mis) {
+        ask(mis.instance);
+        ask(mis.association);
     }
+    return answer;
+}
+
+// When all agree, or must, the library goes. A thread of the provider's that is inside of an up-call does not keep it.
+CMPIrc Provider::CleanUp(bool terminating) {
+    const CMPIrc answer = AskMis(terminating);
     if (answer != CMPI_RC_OK && !terminating) return answer;
+    {
+        const Lock lock(mutex);
+        callable = {};
+    }
     made.clear();
     library.reset();
     opened = false;

@@ -10,6 +10,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <vector>
 
 namespace cim {
 
@@ -35,8 +36,9 @@ public:
     Status Load();
     Status CallFactoryAgain();
     CMPIrc AskToUnload();
-    void Terminate();               // waits for its running calls; it is not loaded again
-    std::uint64_t LoadedAs() const; // grows with each loading, of whatever provider; 0: not loaded
+    CMPIrc CallCleanUp(bool terminating); // at once, whatever the state; changes nothing
+    void Terminate();                     // waits for its running calls; it is not loaded again
+    std::uint64_t LoadedAs() const;       // grows with each loading, of whatever provider; 0: not loaded
 
 private:
     enum class State {
@@ -44,6 +46,12 @@ private:
         Loaded,
         Changing, // one thread, without the mutex, loads it, makes further MIs or has it clean up
         Terminated,
+    };
+
+    // All that was made, for clean-up, and what keeps it there for whoever is calling it.
+    struct Callable {
+        std::vector<Mis> mis;
+        std::shared_ptr<Library> library;
     };
 
     using Lock = std::unique_lock<std::mutex>;
@@ -55,6 +63,8 @@ private:
     Status OpenLibrary();
     Status CallFactories(CallFrame::Origin origin, Mis *mis);
     CMPIrc CleanUp(bool terminating);
+    CMPIrc AskMis(bool terminating);
+    ServerLock::Hold HoldServerLock(ServerLock::Hold::When when = ServerLock::Hold::When::Free);
 
     Core &core;
     const Registration &firstRegistration;
@@ -65,7 +75,7 @@ private:
 
     // While the state is Changing these are the changing thread's; else they stay as they are.
     bool opened = false;
-    std::unique_ptr<Library> library; // null for one that is linked in
+    std::shared_ptr<Library> library; // null for one that is linked in
     BuiltinProvider factories;
     std::multimap<const Registration *, Mis> made; // by registered class, when each has MIs of its own
 
@@ -75,6 +85,7 @@ private:
     bool neverUnload = false;
     int running = 0;
     std::uint64_t loadedAs = 0;
+    Callable callable; // guarded by mutex, also while the state is Changing
 };
 
 } // namespace cim

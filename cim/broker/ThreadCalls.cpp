@@ -16,6 +16,9 @@ CMPIContext *PrepareAttachThread(const CMPIBroker *broker, const CMPIContext *co
     auto prepared = std::make_unique<ContextObject>(core, from.provider, from.entries);
     prepared->prepared = true;
     core.Keep(prepared.get());
+    if (core.config.unkind.contextOnThread)
+        for (const NamedValue &entry : from.entries)
+            if (const auto *text = entry.value.As<std::string>()) LendString(core, *text);
     call.End(CMPI_RC_OK, 1);
     return &prepared.release()->handle;
 }

@@ -84,6 +84,12 @@ bool Threads::Runs(const Core &core, const Provider &provider) const {
     });
 }
 
+bool Threads::IsInCall(const Core &core) const {
+    return std::any_of(layers.begin(), layers.end(), [&](const auto &layer) {
+        return layer->core.load(std::memory_order_relaxed) == &core && layer->kind == Layer::Kind::Call;
+    });
+}
+
 Layer &Threads::Heap(Core &core) {
     layers.erase(
         std::remove_if(layers.begin(), layers.end(), [](const auto &layer) { return layer->core.load() == nullptr; }),

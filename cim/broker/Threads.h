@@ -50,6 +50,7 @@ public:
     Layer *Top(const Core &core) const; // null when the thread does nothing in this broker
     Scope &CurrentScope(Core &core);
     bool Runs(const Core &core, const Provider &provider) const;
+    bool IsInCall(const Core &core) const; // false on a provider's own thread, unless it is inside of another provider
     // Frees all that was lent to the thread in the context's layer and above it; layers stay.
     void Flush(Core &core, const ContextObject &context);
 

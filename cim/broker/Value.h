@@ -95,6 +95,8 @@ struct Instance {
     std::vector<NamedValue> properties;
     // The class's other properties are null, not missing: classes have many more than any provider sets.
     bool othersAreNull = false;
+    // Key properties that are not set have the values of the path's keys: as if copied, which few would ever look at.
+    bool keysAsInPath = false;
 
     const Value *Property(std::string_view name) const;
 };
