@@ -87,8 +87,8 @@ using PropertyList = const std::vector<std::string> *;
 struct LiveObjects {
     std::uint64_t lent = 0;
     std::uint64_t clones = 0;
-    std::uint64_t contexts = 0; // prepared for threads and not yet detached
-    std::uint64_t attachedThreads = 0;
+    std::uint64_t contexts = 0;        // prepared for threads and not yet detached
+    std::uint64_t attachedThreads = 0; // one that has detached is done with the broker when it no longer counts
 };
 
 class Broker {

@@ -114,12 +114,13 @@ LoggedCall::LoggedCall(Core &broker, Kind kind, const CallFacts &facts) : core(b
 }
 
 LoggedCall::~LoggedCall() {
-    if (inBackground) core.background.End();
-    if (call == nullptr) return;
-    call->end = std::chrono::steady_clock::now();
-    call->rc = rc;
-    call->results = results;
-    core.log.Add(std::move(*call));
+    if (call != nullptr) {
+        call->end = std::chrono::steady_clock::now();
+        call->rc = rc;
+        call->results = results;
+        core.log.Add(std::move(*call));
+    }
+    if (inBackground) core.background.End(); // the last: who waited for it may end the broker
 }
 
 } // namespace cim

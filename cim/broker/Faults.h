@@ -83,9 +83,9 @@ struct FaultRule {
         None,       // delay and hook only
         Fail,       // the status below, and null for an object
         NullWithOk, // nothing, with an OK status
+        Empty,      // an enumeration or array without elements, an empty string; else as NullWithOk
         Lost,       // nothing is answered for now: the call waits, holding no lock, until Faults::AnswerLost or the
                     // end of its rule, and then runs as if nothing had happened
-        Empty,      // an enumeration or array without elements, an empty string; else as NullWithOk
     } effect = Effect::None;
     CMPIrc rc = CMPI_RC_ERR_FAILED;
     std::optional<std::string> message;     // none: the status carries no text

@@ -3,6 +3,18 @@
 #include "cim/broker/Tables.h"
 
 namespace cim {
+namespace {
+
+// Counts a thread as attached until all else that detaching does is done: who waits for it may end the broker.
+struct CountedOut {
+    Core &core;
+    bool wasAttached = false;
+    ~CountedOut() {
+        if (wasAttached) core.counts.attachedThreads.fetch_sub(1, std::memory_order_release);
+    }
+};
+
+} // namespace
 
 CMPIContext *PrepareAttachThread(const CMPIBroker *broker, const CMPIContext *context) {
     Core &core = CoreOf(broker);
@@ -47,6 +59,7 @@ CMPIStatus AttachThread(const CMPIBroker *broker, const CMPIContext *context) {
 // Frees the context, also one that was never attached; with it what was lent to the thread, where detaching does that.
 CMPIStatus DetachThread(const CMPIBroker *broker, const CMPIContext *context) {
     Core &core = CoreOf(broker);
+    CountedOut leaving{core};
     LoggedCall call(core, LoggedCall::Kind::ThreadCall, {Operation::DetachThread});
     CMPIStatus status{CMPI_RC_OK, nullptr};
     if (!call.Fault().Stops(&status)) {
@@ -58,7 +71,7 @@ CMPIStatus DetachThread(const CMPIBroker *broker, const CMPIContext *context) {
         } else {
             if (object.attached != nullptr) {
                 core.Forget(object.attached);
-                core.counts.attachedThreads.fetch_sub(1, std::memory_order_relaxed);
+                leaving.wasAttached = true;
             }
             core.Forget(&object);
             delete &object;
