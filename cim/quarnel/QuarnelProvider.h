@@ -13,6 +13,7 @@
 
 #include <cmpift.h>
 
+#include <atomic>
 #include <initializer_list>
 #include <stdint.h>
 #include <time.h>
@@ -257,6 +258,9 @@ struct RaidController_t {
     Mutex_t PoolCfgMutex;
     Mutex_t ChassisCfgMutex;
 
+    // By action, from the first: a refresh has built records of the kind. Each guarded by its kind's mutex.
+    bool BuiltByRefresh[6];
+
     // All code reaches the lists through these pointers, which are fixed.
     List_t *VolumeList;
     List_t *ExtentList; // null: disks stand for their extents
@@ -326,10 +330,103 @@ struct ConfigAction_t {
     int (*DeleteFunc)(RaidController_t *ctrl, void *device);
 };
 
-// --- QuarnelProviderCfg ----------------------------------------------------------------------------------------------
+// --- Lives -----------------------------------------------------------------------------------------------------------
+//
+// A life is all that the provider's threads share, from the factory call that starts it to the clean-up that ends it.
+// Lives share nothing: a life in which an up-call does not return is abandoned by clean-up, and its memory goes with
+// the last thread that leaves it, however late.
 
-// The controllers in discovery order. Complete before the workers start, emptied when they have ended.
-extern List_t *const RaidControllerList;
+constexpr uint32_t kWorkers = 3;
+constexpr uint32_t kMostLost = 3; // workers that may wait for up-calls which do not return, each with a replacement
+constexpr uint32_t kQueuedJobs = 20;
+
+struct Worker_t {
+    pthread_t Thread;
+    bool Started;       // there is a thread to be joined
+    bool Left;          // it has left its life and can be joined at once
+    bool Lost;          // the up-call that it is in has not returned for a long time: it does not count as a worker
+    time_t UpcallSince; // in Seconds(); 0: not inside an up-call
+    // What its job is about, for the log; null: nothing yet.
+    const RaidController_t *Controller;
+    const char *Devices;
+    const Mutex_t *Kind; // the kind mutex that it holds, or null
+    bool RunsFirstBuild;
+};
+
+struct Life_t {
+    std::atomic<uint32_t> Holders; // the provider, each worker, each request: the last one frees the life
+
+    // The controllers in discovery order. Complete before requests and workers see it.
+    List_t RaidControllerList;
+    // The host system's identity; fixed as the list is.
+    char *SystemName; // set: the identity is known
+    char *HostName;
+    char *SystemClassName;
+
+    Fifo_t __FIFO;
+    Mutex_t QuarnelThreadMutex;
+    pthread_cond_t QuarnelThreadCond;   // wakes idle workers
+    pthread_cond_t QuarnelProgressCond; // a worker took a job, fell idle or left, or a kind mutex is free
+    Relaxed<uint32_t> TerminateThread;  // stop request; written under QuarnelThreadMutex
+
+    Worker_t QuarnelThreads[kWorkers + kMostLost] GUARDED_BY(QuarnelThreadMutex);
+    uint32_t RunningWorkers GUARDED_BY(QuarnelThreadMutex); // started and not left, the lost ones included
+    uint32_t LostWorkers GUARDED_BY(QuarnelThreadMutex);
+    uint32_t ActiveThreads GUARDED_BY(QuarnelThreadMutex); // workers that are not waiting for work
+    uint32_t WaitingJobs GUARDED_BY(QuarnelThreadMutex);   // of active workers, those whose job waits for the queue,
+    uint32_t DrainingJobs GUARDED_BY(QuarnelThreadMutex);  // and of those, until it is drained
+    uint32_t WorkersNumbered GUARDED_BY(QuarnelThreadMutex);
+    time_t WorkersStartedAt GUARDED_BY(QuarnelThreadMutex);     // when workers were last started, or that was tried
+    uint32_t ThreadActivityDone GUARDED_BY(QuarnelThreadMutex); // the first controller's devices are built
+
+    // The first build, which another worker goes on with when the one that runs it is lost.
+    const CMPIInstanceMI *FirstBuildMi GUARDED_BY(QuarnelThreadMutex);
+    uint32_t FirstBuildStep GUARDED_BY(QuarnelThreadMutex); // the one that is being run
+    uint32_t FirstBuildTurn GUARDED_BY(QuarnelThreadMutex); // how often it was handed over
+    bool FirstBuildOwed GUARDED_BY(QuarnelThreadMutex);     // nobody runs it, and it is not queued
+    bool FirstBuildDone GUARDED_BY(QuarnelThreadMutex);
+    timespec Started; // CLOCK_MONOTONIC; fixed
+};
+
+// What a thread of ours, or a request, is in. The memory is part of the thread: reaching it never allocates.
+struct Here_t {
+    Life_t *Life;
+    Worker_t *Worker;
+};
+extern __thread Here_t Here __attribute__((tls_model("initial-exec")));
+
+// The life that is there; null between two. What threads see that are in none: whoever looks in from outside.
+extern std::atomic<Life_t *> CurrentLife;
+extern Life_t NoLife; // an empty one
+
+// The life that this thread is in, or looks into; an empty one when there is none.
+inline Life_t &ThisLife() {
+    if (Here.Life != nullptr) return *Here.Life;
+    Life_t *current = CurrentLife.load(std::memory_order_acquire);
+    return current != nullptr ? *current : NoLife;
+}
+
+// A life with no controllers and no workers, held once; null without memory.
+Life_t *NewLife(const timespec &started);
+// Gives a hold back; the last one frees the life with all that it owns.
+void LeaveLife(Life_t *life);
+
+// This thread is in a life while it lasts. The hold on the life is taken over; null: in an empty life.
+class InLife {
+public:
+    explicit InLife(Life_t *life, Worker_t *worker = nullptr);
+    ~InLife();
+    InLife(const InLife &) = delete;
+    InLife &operator=(const InLife &) = delete;
+
+private:
+    Life_t *held;
+    Here_t outer;
+};
+
+inline bool Stopping() { return ThisLife().TerminateThread != 0; }
+
+// --- QuarnelProviderCfg ----------------------------------------------------------------------------------------------
 
 // The number of HHRC profile registrations found (0 to 8); -1 a null argument, -2 no path, -5 more than eight. The
 // instances are the broker's and live as long as the invocation.
@@ -340,12 +437,19 @@ int BuildControllerInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, const 
 RaidController_t *NewController();
 void FreeController(void *controller);
 
-// Starts the workers, each in a context prepared from `ctx`, with every flag of an earlier life lowered.
+// Starts this life's workers, each in a context prepared from `ctx`.
 void InitQuarnelThreads(const CMPIContext *ctx);
-// Stops them: running jobs end, queued ones are freed with what they own. No worker runs when it returns.
-void CleanupQuarnelThreads();
+// Tells the workers to stop: nothing is asked of the broker any more. With `unlessInUpcall` nothing is changed and the
+// answer is false while a job is inside an up-call.
+bool StopQuarnelThreads(Life_t *life, bool unlessInUpcall);
+// Waits for the stopped workers to end, until `until` (CLOCK_MONOTONIC) at most; queued jobs are freed with what they
+// own. False: one is still inside an up-call, and its life is its own from now on.
+bool CleanupQuarnelThreads(Life_t *life, const timespec &until);
 // Queues the first build of every controller's devices: 0, -2 or -6.
 int BuildDeviceInfoAsync(const CMPIInstanceMI *mi, const CMPIContext *ctx);
+// Waits for the end of the first build, until FirstAnswerWait seconds after the start of this life at most.
+void AwaitFirstBuild();
+extern Relaxed<int> FirstAnswerWait; // seconds; 0: requests are answered at once from what is known
 
 // Asks for a background refresh of one kind of device of one controller and does not wait for it: 0 when it is queued
 // or not due, -2 without memory, -6 when the queue is full. Called with no lock held.

@@ -11,10 +11,10 @@ namespace {
 // No worker is left, or every job is done.
 bool Settled() {
     {
-        const ThreadsLock lock(QuarnelThreadMutex);
-        if (IsFifoEmpty(FIFO) == 1 && ActiveThreads == 0) return true;
+        const ThreadsLock lock(ThisLife().QuarnelThreadMutex);
+        if (IsFifoEmpty(&ThisLife().__FIFO) == 1 && ThisLife().ActiveThreads == 0) return true;
     }
-    return RaidControllerList->Size == 0;
+    return ThisLife().RaidControllerList.Size == 0;
 }
 
 template <class Record> void AddIDs(const List_t *list, char *Record::*id, std::vector<std::string> *ids) {
@@ -37,7 +37,7 @@ std::vector<std::string> DeviceIDsOf(const RaidController_t &ctrl) {
 Story::Story(Hardware first, BenchOptions options) : bench(first, std::move(options)), start(std::move(first)) {
     Tell();
     truth = Everything();
-    for (const RaidController_t *ctrl : Each<RaidController_t>(RaidControllerList))
+    for (const RaidController_t *ctrl : Each<RaidController_t>(&ThisLife().RaidControllerList))
         deviceIDs[ctrl->DeviceID] = DeviceIDsOf(*ctrl);
     Unload();
     EXPECT_FALSE(deviceIDs.empty()) << testing::PrintToString(LogCapture::Texts("*", LOG_ERR));
@@ -89,7 +89,7 @@ void Story::ExpectRefreshesToRecover() {
     TestClock::Advance(StateUpdateInterval);
     ReadEverything();
     bench.LetEveryWorkerWork();
-    for (const RaidController_t *ctrl : Each<RaidController_t>(RaidControllerList)) {
+    for (const RaidController_t *ctrl : Each<RaidController_t>(&ThisLife().RaidControllerList)) {
         if (ctrl->ControllerOp == nullptr) continue; // there is nowhere to walk from
         EXPECT_EQ(DeviceIDsOf(*ctrl), deviceIDs[ctrl->DeviceID]);
     }
@@ -109,7 +109,7 @@ void Story::ExpectNextLifeToBeWhole() {
 void Story::Unload() {
     TestClock::Advance(3600);
     EXPECT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_OK);
-    EXPECT_EQ(RaidControllerList->Size, 0u);
+    EXPECT_EQ(ThisLife().RaidControllerList.Size, 0u);
     EXPECT_EQ(bench.Broker().Live().clones, 0u);
 }
 

@@ -165,7 +165,7 @@ TEST(FirstBuild, AnswersRequestsFromWhatIsThereMeanwhile) {
     EXPECT_EQ(bench.Identifiers(kExtent).size(), 2u);
 }
 
-TEST(FirstBuild, IsEndedByAnUnloadWithTheUpCallThatIsRunning) {
+TEST(FirstBuild, IsEndedByTheBrokersEndWithTheUpCallThatIsRunning) {
     Hardware hardware = OneOfEach();
     for (int i = 0; i < 40; ++i) hardware.WithDisk("more" + std::to_string(i), {{"pool", "dg0"}});
     for (const char *association : {"CIM_HostedStoragePool", "CIM_SystemPackaging", "CIM_SystemDevice",
@@ -176,13 +176,13 @@ TEST(FirstBuild, IsEndedByAnUnloadWithTheUpCallThatIsRunning) {
         bench.Inject(Rule{Operation::Associators, Operation::AssociatorNames}.Along(association).Passes(gate));
         bench.Load();
         ASSERT_TRUE(gate.WaitFor(1));
-        std::thread unloading([&] { EXPECT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_OK); });
-        ASSERT_TRUE(Eventually([] { return TerminateThread == 1; }));
+        std::thread ending([&] { bench.Broker().Shutdown(); });
+        ASSERT_TRUE(Eventually([] { return ThisLife().TerminateThread == 1; }));
         // What else was in an up-call when the stop came is through in a moment; then only the gate is left.
         bench.Broker().WaitForBackground(std::chrono::milliseconds(20), std::chrono::milliseconds(60));
         bench.Broker().LogCalls(true);
         gate.Open();
-        unloading.join();
+        ending.join();
         for (const cim::Call &call : bench.Broker().TakeCalls())
             EXPECT_TRUE(call.operation == Operation::DetachThread || call.associationClass == association ||
                         call.operation == Operation::PrepareAttachThread || call.operation == Operation::AttachThread)

@@ -84,7 +84,7 @@ TEST(Factory, CalledAgainDiscoversNothingAndStartsNoThread) {
     EXPECT_TRUE(NotLogged(LOG_DEBUG, "QuarnelInit: EXIT\n"));
     EXPECT_TRUE(NotLogged(LOG_DEBUG, "InitQuarnelThreads: *"));
     EXPECT_EQ(bench.Upcalls(), std::vector<std::string>{});
-    EXPECT_EQ(RaidControllerList->Size, 1u);
+    EXPECT_EQ(ThisLife().RaidControllerList.Size, 1u);
 }
 
 TEST(Factory, CalledOncePerRegisteredClassStartsOnce) {
@@ -180,7 +180,7 @@ TEST(Unloading, IsDeclinedForFiveMinutesAfterTheLastRequest) {
     TestClock::Freeze(kStart + 599);
     EXPECT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_OK);
     EXPECT_FALSE(bench.Broker().IsLoaded(kProvider));
-    EXPECT_EQ(RaidControllerList->Size, 0u);
+    EXPECT_EQ(ThisLife().RaidControllerList.Size, 0u);
     EXPECT_EQ(GetSystemName(), nullptr);
 }
 
@@ -203,7 +203,7 @@ TEST(Unloading, IsNotDeclinedWhenTheBrokerEnds) {
     bench.End();
     EXPECT_TRUE(NotLogged(LOG_DEBUG, "QuarnelProviderCleanup: idle timer*"));
     EXPECT_TRUE(Logged(LOG_DEBUG, "QuarnelProviderCleanup: EXIT\n"));
-    EXPECT_EQ(RaidControllerList->Size, 0u);
+    EXPECT_EQ(ThisLife().RaidControllerList.Size, 0u);
 }
 
 TEST(Unloading, IsFollowedByALifeThatStartsLikeTheFirst) {
@@ -234,14 +234,15 @@ TEST(Unloading, EndsARefreshWithTheUpCallThatIsRunningAndForgetsTheQueuedOnes) {
     bench.Broker().LogCalls(true);
     LogCapture::Clear();
     TestClock::Advance(300);
-    std::thread unloading([&] { EXPECT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_OK); });
-    ASSERT_TRUE(Eventually([] { return TerminateThread == 1; }));
+    std::thread ending([&] { EXPECT_EQ(bench.Broker().CallCleanUp(kProvider, true), CMPI_RC_OK); });
+    ASSERT_TRUE(Eventually([] { return ThisLife().TerminateThread == 1; }));
     gate.Open();
-    unloading.join();
+    ending.join();
     EXPECT_LE(Count(bench.Upcalls(), "*CIM_*"), 3u); // those that were running
     EXPECT_EQ(bench.Broker().Live().clones, 0u);
     bench.Broker().Faults().Clear();
-    bench.Start();
+    EXPECT_TRUE(bench.Broker().CallFactoryAgain(kProvider).Ok());
+    ASSERT_TRUE(WorkersIdle());
     for (const char *className : {kVolume, kExtent, kBattery}) EXPECT_EQ(bench.Identifiers(className).size(), 1u);
     EXPECT_EQ(bench.Identifiers(kPort).size(), 2u);
 }
@@ -294,7 +295,7 @@ TEST(Brokers, WithAMemoryTableWithoutEntriesAreServedLikeOthers) {
     broker.mft = &empty;
     CMPIInstanceMI *mi = QuarnelProvider_Create_InstanceMI(&broker, call.Context(), nullptr);
     EXPECT_TRUE(WorkersIdle());
-    EXPECT_EQ(RaidControllerList->Size, 1u);
+    EXPECT_EQ(ThisLife().RaidControllerList.Size, 1u);
     EXPECT_EQ(TheController()->DiskList->Size, 1u);
     EXPECT_EQ(mi->ft->cleanup(mi, call.Context(), 1).rc, CMPI_RC_OK);
     EXPECT_EQ(bench.Broker().Live().clones, 0u);

@@ -14,8 +14,8 @@ BenchOptions WithProvider(BenchOptions options) {
 }
 
 bool AllDone() {
-    const ThreadsLock lock(QuarnelThreadMutex);
-    return IsFifoEmpty(FIFO) == 1 && ActiveThreads == 0;
+    const ThreadsLock lock(ThisLife().QuarnelThreadMutex);
+    return IsFifoEmpty(&ThisLife().__FIFO) == 1 && ThisLife().ActiveThreads == 0;
 }
 
 std::size_t PathsOwned(const RaidController_t &ctrl) {
@@ -98,15 +98,16 @@ bool Eventually(const std::function<bool()> &condition, std::chrono::millisecond
 }
 
 bool RefreshesMayBegin() {
-    const ThreadsLock lock(QuarnelThreadMutex);
-    return ThreadActivityDone == 1;
+    const ThreadsLock lock(ThisLife().QuarnelThreadMutex);
+    return ThisLife().ThreadActivityDone == 1;
 }
 
 bool WorkersIdle(std::chrono::milliseconds limit) { return Eventually(AllDone, limit); }
 
 std::size_t PathsOwned() {
     std::size_t paths = 0;
-    for (const RaidController_t *ctrl : Each<RaidController_t>(RaidControllerList)) paths += PathsOwned(*ctrl);
+    for (const RaidController_t *ctrl : Each<RaidController_t>(&ThisLife().RaidControllerList))
+        paths += PathsOwned(*ctrl);
     return paths;
 }
 
@@ -127,7 +128,7 @@ std::string WithMembersSorted(std::string row) {
 }
 
 RaidController_t *TheController(std::size_t index) {
-    for (RaidController_t *ctrl : Each<RaidController_t>(RaidControllerList))
+    for (RaidController_t *ctrl : Each<RaidController_t>(&ThisLife().RaidControllerList))
         if (index-- == 0) return ctrl;
     ADD_FAILURE() << "no such controller";
     return nullptr;

@@ -78,7 +78,7 @@ Facts Model(LinkedBench &bench) {
         for (const std::string &caption : bench.Column(className, "Caption")) captions[className] = caption;
     for (const std::string &version : bench.Column(kSoftware, "VersionString"))
         add("controller", {{"VersionString", version}});
-    for (const RaidController_t *ctrl : Each<RaidController_t>(RaidControllerList)) {
+    for (const RaidController_t *ctrl : Each<RaidController_t>(&ThisLife().RaidControllerList)) {
         add("controller", {{"ID", Plain(ctrl->DeviceID)},
                            {"Caption", captions[kController]},
                            {"Status", Plain(ctrl->OperationalStatus)},

@@ -328,8 +328,9 @@ TEST(Requests, ForControllersTakeNoLockAndThoseForDevicesOnlyTheirControllersOwn
     EXPECT_EQ(device.get(), 1u);
     for (Mutex_t *kind : {&ctrl->DiskCfgMutex, &ctrl->VolumeCfgMutex, &ctrl->PortCfgMutex, &ctrl->BatteryCfgMutex,
                           &ctrl->PoolCfgMutex, &ctrl->ChassisCfgMutex}) {
-        const KindLock lock(*kind);
+        pthread_mutex_lock(kind); // as a pass does
         for (const char *className : kServedClasses) EXPECT_EQ(answered(className).get(), 1u);
+        pthread_mutex_unlock(kind);
     }
 }
 

@@ -93,7 +93,7 @@ TEST(Trigger, IgnoresUnknownActionsAndSaysSo) {
         EXPECT_TRUE(
             Logged(LOG_ERR, "HandleDeviceConfigChange: wrong action " + std::to_string(action) + ", ignored\n"));
         EXPECT_TRUE(NotLogged(LOG_DEBUG, "HandleDeviceConfigChange, exit...\n"));
-        EXPECT_EQ(IsFifoEmpty(FIFO), 1);
+        EXPECT_EQ(IsFifoEmpty(&ThisLife().__FIFO), 1);
     }
 }
 
@@ -101,8 +101,8 @@ TEST(Trigger, SaysUntilTheFirstBuildIsDoneThatItIsStillRunning) {
     LinkedBench bench(OneController());
     bench.StartAndWait();
     const auto setDone = [](std::uint32_t done) {
-        const ThreadsLock lock(QuarnelThreadMutex);
-        ThreadActivityDone = done;
+        const ThreadsLock lock(ThisLife().QuarnelThreadMutex);
+        ThisLife().ThreadActivityDone = done;
     };
     setDone(0);
     for (const int action : {102, 99}) {
@@ -111,7 +111,7 @@ TEST(Trigger, SaysUntilTheFirstBuildIsDoneThatItIsStillRunning) {
         EXPECT_TRUE(Logged(LOG_DEBUG, "HandleDeviceConfigChange: BuildDeviceInfoAsync is still running, skip action " +
                                           std::to_string(action) + "\n"));
         EXPECT_TRUE(NotLogged(LOG_ERR, "*"));
-        EXPECT_EQ(IsFifoEmpty(FIFO), 1);
+        EXPECT_EQ(IsFifoEmpty(&ThisLife().__FIFO), 1);
     }
     setDone(1);
 }
@@ -124,10 +124,10 @@ TEST(Trigger, QueuesAJobThatKnowsItsControllerAndAction) {
     for (int i = 1; i <= 3; ++i) bench.Identifiers(kPort); // never stamped: each queues a job
     ASSERT_TRUE(gate.WaitFor(1));
     // One worker holds the ports' mutex in the up-call and two wait for it: the next job stays in the queue.
-    ASSERT_TRUE(Eventually([] { return IsFifoEmpty(FIFO) == 1; }));
+    ASSERT_TRUE(Eventually([] { return IsFifoEmpty(&ThisLife().__FIFO) == 1; }));
     const auto *mi = reinterpret_cast<const CMPIInstanceMI *>(&bench);
     EXPECT_EQ(HandleDeviceConfigChange(mi, nullptr, TheController(), CFG_ACTION_BATTERY), 0);
-    auto *job = static_cast<Thread_Args_t *>(GetItem(FIFO));
+    auto *job = static_cast<Thread_Args_t *>(GetItem(&ThisLife().__FIFO));
     ASSERT_NE(job, nullptr);
     EXPECT_EQ(job->Func, DoDeviceConfigChange);
     EXPECT_EQ(job->Arg0, reinterpret_cast<uintptr_t>(mi));

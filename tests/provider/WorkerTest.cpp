@@ -30,8 +30,8 @@ struct TestJob {
 };
 
 std::uint32_t Active() {
-    const ThreadsLock lock(QuarnelThreadMutex);
-    return ActiveThreads;
+    const ThreadsLock lock(ThisLife().QuarnelThreadMutex);
+    return ThisLife().ActiveThreads;
 }
 
 } // namespace
@@ -110,13 +110,13 @@ TEST(Stopping, WaitsForRunningJobsAndFreesQueuedOnes) {
         EXPECT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_OK);
         unloaded = true;
     });
-    EXPECT_TRUE(Eventually([] { return TerminateThread == 1; }));
+    EXPECT_TRUE(Eventually([] { return ThisLife().TerminateThread == 1; }));
     EXPECT_FALSE(unloaded);
     gate.Open();
     unloading.join();
     EXPECT_EQ(running.run, 3);
     EXPECT_EQ(queued.run, 0);
-    EXPECT_EQ(IsFifoEmpty(FIFO), 1);
+    EXPECT_EQ(IsFifoEmpty(&ThisLife().__FIFO), 1);
     for (const char *worker : {"0", "1", "2"})
         EXPECT_TRUE(LoggedTimes(1, LOG_DEBUG, std::string("Thread ") + worker + " exiting...\n"));
     EXPECT_EQ(bench.Broker().Live().attachedThreads, 0u);
@@ -146,7 +146,7 @@ TEST(Workers, ThatAreNotThereLeaveTheControllersServedAndNothingBehind) {
         }
         EXPECT_EQ(bench.Identifiers(kController).size(), 1u);
         EXPECT_TRUE(bench.Identifiers(kExtent).empty());
-        EXPECT_EQ(IsFifoEmpty(FIFO), 0);
+        EXPECT_EQ(IsFifoEmpty(&ThisLife().__FIFO), 0);
     }
 }
 

@@ -118,7 +118,7 @@ std::map<std::string, std::vector<Fact>> Expected(const Hardware &hardware, cons
 std::vector<std::string> Differences(Bench &bench, Depth depth) {
     std::vector<std::string> differences;
     std::set<std::string> known;
-    for (const RaidController_t *ctrl : Each<RaidController_t>(RaidControllerList))
+    for (const RaidController_t *ctrl : Each<RaidController_t>(&ThisLife().RaidControllerList))
         if (ctrl->ControllerOp != nullptr) known.insert(ctrl->DeviceID);
     Hardware common = bench.Description();
     Json &controllers = common.document["controllers"];

@@ -187,7 +187,7 @@ private:
         bench.Broker().Load(kProvider);
         // A start that failed is tried again by the factory; one that found no means for any worker is not.
         bench.Broker().CallFactoryAgain(kProvider);
-        if (RaidControllerList->Size == 0 || bench.Broker().Live().contexts == 0) Reload();
+        if (ThisLife().RaidControllerList.Size == 0 || bench.Broker().Live().contexts == 0) Reload();
         Settle();
         for (const char *className : {kVolume, kPort, kBattery}) {
             TestClock::Advance(StateUpdateInterval);

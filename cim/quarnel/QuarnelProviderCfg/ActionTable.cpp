@@ -28,17 +28,17 @@ using Ctrl = RaidController_t;
 
 const ActionTarget_t kTargets[] = {
     {CFG_ACTION_DISK, &Ctrl::DiskList, &Ctrl::DiskCfgMutex, &Ctrl::DiskUpdateTime,
-     KeyOf<DiskDrive_t, &DiskDrive_t::DeviceID>},
+     KeyOf<DiskDrive_t, &DiskDrive_t::DeviceID>, "disks"},
     {CFG_ACTION_VOLUME, &Ctrl::VolumeList, &Ctrl::VolumeCfgMutex, &Ctrl::VolumeUpdateTime,
-     KeyOf<StorageVolume_t, &StorageVolume_t::DeviceID>},
+     KeyOf<StorageVolume_t, &StorageVolume_t::DeviceID>, "volumes"},
     {CFG_ACTION_PORT, &Ctrl::PortList, &Ctrl::PortCfgMutex, &Ctrl::PortUpdateTime,
-     KeyOf<SASSATAPort_t, &SASSATAPort_t::DeviceID>},
+     KeyOf<SASSATAPort_t, &SASSATAPort_t::DeviceID>, "ports"},
     {CFG_ACTION_BATTERY, &Ctrl::BatteryList, &Ctrl::BatteryCfgMutex, &Ctrl::BatteryUpdateTime,
-     KeyOf<Battery_t, &Battery_t::DeviceID>},
+     KeyOf<Battery_t, &Battery_t::DeviceID>, "batteries"},
     {CFG_ACTION_POOL, &Ctrl::PoolList, &Ctrl::PoolCfgMutex, &Ctrl::PoolUpdateTime,
-     KeyOf<StoragePool_t, &StoragePool_t::InstanceID>},
+     KeyOf<StoragePool_t, &StoragePool_t::InstanceID>, "pools"},
     {CFG_ACTION_CHASSIS, &Ctrl::ChassisList, &Ctrl::ChassisCfgMutex, &Ctrl::ChassisUpdateTime,
-     KeyOf<Chassis_t, &Chassis_t::Tag>},
+     KeyOf<Chassis_t, &Chassis_t::Tag>, "chassis"},
 };
 
 } // namespace

@@ -17,16 +17,12 @@ struct BatteryKind : KindDefaults<BatteryKind> {
     static constexpr auto Key = &Battery_t::DeviceID;
     static constexpr auto List = &RaidController_t::BatteryList;
     static constexpr auto UpdateTime = &RaidController_t::BatteryUpdateTime;
-
-    static bool Read(const CMPIContext *, const RaidController_t *, Battery_t *battery, const CMPIInstance *instance) {
-        ReadProperties(battery, instance, kProperties);
-        return true;
-    }
+    static constexpr auto &Properties = kProperties;
 
     static void Dump(const Battery_t &battery) {
         QLOG(LOG_INFO,
              "\nBatteryOp: %s\n\tDeviceID          - %s\n\tBatteryStatus     - %d\n\tOperationalStatus - %d\n",
-             PathText(battery.BatteryOp), battery.DeviceID, battery.BatteryStatus, battery.OperationalStatus);
+             PathText(battery.BatteryOp).Text(), battery.DeviceID, battery.BatteryStatus, battery.OperationalStatus);
     }
 };
 

@@ -3,7 +3,7 @@
 //
 //     Builder, Noun, TypeName            how messages name the function, the device and its record
 //     Free, Op, Key, List, UpdateTime    where things are
-//     Read(ctx, ctrl, record, instance)  false: refused, having said why
+//     Properties                         what is read of the instance itself, before any up-call
 //     Dump(record)
 //
 // and whatever it does otherwise than the defaults.
@@ -46,6 +46,13 @@ void FirstNumber(Record &record, const CMPIInstance *instance, const char *prope
     record.*Member = GetArrayProperty(instance, property).uint16;
 }
 
+// Under CtrlMutex.
+template <class Kind, class Record> int Append(RaidController_t *ctrl, Record *record) REQUIRES(ctrl->CtrlMutex) {
+    const int result = AddEntryAtListTail(ctrl->*Kind::List, record);
+    if (result == RESULT_OK) ctrl->*Kind::UpdateTime = time(nullptr);
+    return result;
+}
+
 template <class Kind> struct KindDefaults {
     static constexpr const char *Entry = "%s, ENTER...\n";
     static constexpr const char *Required = "DeviceID"; // as the message says it
@@ -55,34 +62,23 @@ template <class Kind> struct KindDefaults {
         record->*Kind::Key = StringClone(TextOf(instance, "DeviceID"));
         return record->*Kind::Key != nullptr;
     }
-    // After the dump; false: refused, having said why.
-    template <class Record> static bool Link(const CMPIContext *, RaidController_t *, Record *) { return true; }
-    template <class Record> static void Unlink(RaidController_t *, const Record *) {}
-
+    // What up-calls tell of the device before it is dumped; false: refused, having said why.
+    template <class Record> static bool Walk(const CMPIContext *, const RaidController_t *, Record *) { return true; }
+    // Asks what is left to ask and lists the record: 0; -1 refused, or the list's result, having said why.
+    template <class Record> static int Enter(const CMPIContext *, RaidController_t *ctrl, Record *record) {
+        int result = RESULT_OK;
+        {
+            const ControllerLock lock(ctrl->CtrlMutex);
+            result = Append<Kind>(ctrl, record);
+        }
+        if (result != RESULT_OK)
+            QLOG(LOG_ERR, "%s: failed to add %s to list, rc %d.\n", Kind::Builder, Kind::Noun, result);
+        return result;
+    }
     template <class Record> static void LogListed(const RaidController_t *, const Record *record) {
         QLOG(LOG_DEBUG, "%s: %s %p added to the list\n", Kind::Builder, Kind::Noun, static_cast<const void *>(record));
     }
-    template <class Record> static void LogNotListed(const RaidController_t *, const Record *, int result) {
-        QLOG(LOG_ERR, "%s: failed to add %s to list, rc %d.\n", Kind::Builder, Kind::Noun, result);
-    }
 };
-
-// The record is the list's when the result is 0; until then the holder frees it on every way out.
-template <class Kind, class RecordHolder> int Append(RaidController_t *ctrl, RecordHolder record) {
-    int result = RESULT_OK;
-    {
-        const ControllerLock lock(ctrl->CtrlMutex);
-        result = AddEntryAtListTail(ctrl->*Kind::List, record.get());
-        if (result == RESULT_OK) ctrl->*Kind::UpdateTime = time(nullptr);
-    }
-    if (result == RESULT_OK) {
-        Kind::LogListed(ctrl, record.release());
-    } else {
-        Kind::LogNotListed(ctrl, record.get(), result);
-        Kind::Unlink(ctrl, record.get());
-    }
-    return result;
-}
 
 template <class Kind>
 int MakeRecord(const CMPIContext *ctx, RaidController_t *ctrl, const CMPIInstance *instance, const CMPIObjectPath *op) {
@@ -93,15 +89,18 @@ int MakeRecord(const CMPIContext *ctx, RaidController_t *ctrl, const CMPIInstanc
     }
     record.get()->*Kind::Op = CloneOf(op).release();
     if (!Kind::ReadKey(record.get(), instance)) {
-        QLOG(LOG_ERR, "NULL %s for %s %s\n", Kind::Required, Kind::Noun, PathText(record.get()->*Kind::Op));
+        QLOG(LOG_ERR, "NULL %s for %s %s\n", Kind::Required, Kind::Noun, PathText(record.get()->*Kind::Op).Text());
         return RESULT_NULL;
     }
-    if (!Kind::Read(ctx, ctrl, record.get(), instance)) return RESULT_NULL;
+    for (const auto &row : Kind::Properties) row.Take(*record, instance, row.Property);
     record->OperationalStatus = GetOperationalStatus(instance);
+    if (!Kind::Walk(ctx, ctrl, record.get())) return RESULT_NULL;
     record->LastUpdateTime = time(nullptr);
     Kind::Dump(*record);
-    if (!Kind::Link(ctx, ctrl, record.get())) return RESULT_NULL;
-    return Append<Kind>(ctrl, std::move(record));
+    // The record is the list's when the result is 0; until then the holder frees it on every way out.
+    const int result = Kind::Enter(ctx, ctrl, record.get());
+    if (result == RESULT_OK) Kind::LogListed(ctrl, record.release());
+    return result;
 }
 
 template <class Kind>

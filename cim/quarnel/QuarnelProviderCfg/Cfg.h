@@ -7,7 +7,22 @@
 //
 // A failed one is logged and gives null, as one does that brought nothing. No role, result role or property list is
 // ever passed. Without a source there is nothing to ask: that is a failure, too. While the workers are being stopped
-// nothing is asked any more, so that whatever runs ends with the up-call that it is in.
+// nothing is asked any more, so that whatever runs ends with the up-call that it is in; what that one brings is
+// dropped.
+
+// From before an up-call until after it, no lock but a kind mutex held.
+class Upcall {
+public:
+    Upcall();
+    ~Upcall();
+    Upcall(const Upcall &) = delete;
+    Upcall &operator=(const Upcall &) = delete;
+    bool Allowed() const { return allowed; } // false: the workers are being stopped
+
+private:
+    bool allowed;
+    bool stamped;
+};
 
 CMPIEnumeration *Associators(const CMPIContext *ctx, const CMPIObjectPath *from, const char *association,
                              const char *result);
@@ -91,6 +106,7 @@ struct ActionTarget_t {
     Mutex_t RaidController_t::*KindMutex;
     Relaxed<time_t> RaidController_t::*UpdateTime;
     const char *(*KeyOf)(const void *record); // the record's own copy of its key
+    const char *Devices;                      // what log lines call them
 };
 const ActionTarget_t *FindTarget(int action); // null for an unknown one
 
@@ -135,26 +151,52 @@ int ProcessDeviceConfigChange(const CMPIInstanceMI *mi, const CMPIContext *ctx, 
 
 // --- Workers ---------------------------------------------------------------------------------------------------------
 
-constexpr uint32_t kWorkers = 3;
-constexpr uint32_t kQueuedJobs = 20;
+// The mutex of one kind of device of one controller, held while it lasts. On a worker, or on a thread that is in a
+// life.
+class KindHold {
+public:
+    enum class Patience { Refresh, FirstBuild };
+    // Waits; in vain when the workers are being stopped or the holder's up-call does not return: a refresh, which can
+    // be left out, does not wait for one that takes longer than others. `ctx` is this thread's.
+    KindHold(const CMPIContext *ctx, RaidController_t *ctrl, const ActionTarget_t &target, Patience patience);
+    ~KindHold();
+    KindHold(const KindHold &) = delete;
+    KindHold &operator=(const KindHold &) = delete;
+    explicit operator bool() const { return kind != nullptr; }
 
-extern Fifo_t *const FIFO;
+private:
+    Mutex_t *kind; // null: not held
+};
 
-extern Mutex_t QuarnelThreadMutex;
-extern pthread_cond_t QuarnelThreadCond;                           // wakes idle workers
-extern Relaxed<uint32_t> TerminateThread;                          // stop request; written under QuarnelThreadMutex
-extern uint32_t ActiveThreads GUARDED_BY(QuarnelThreadMutex);      // workers that are not waiting for work
-extern uint32_t ThreadActivityDone GUARDED_BY(QuarnelThreadMutex); // the first controller's devices are built
+// How long the worker has been in its up-call, in seconds; 0 when it is in none. QuarnelThreadMutex is held.
+time_t UpcallAge(const Worker_t &worker);
+// Tells what this worker's job is about, for the log.
+void NoteJob(const RaidController_t *ctrl, const char *devices, const Mutex_t *kind);
 
-inline bool Stopping() { return TerminateThread != 0; }
+// Notices up-calls that do not return, and starts workers where some are missing, each in a context prepared from
+// `ctx`. Called by whoever waits for a worker, by idle workers, and by requests; with no lock held.
+void LookAfterWorkers(const CMPIContext *ctx);
+// One more worker. `who` says so in the log.
+void StartWorker(const char *who, const CMPIContext *ctx);
 
 // Queues a job and wakes an idle worker. PutItem's result; the job stays the caller's unless that is 0.
 int QueueJob(Thread_Args_t *job);
-enum class QueueState { HasRoom, Drained }; // drained: empty, and no job runs but the one that asks
-// Waits, on a worker and inside a job, until the queue is in that state or the workers are being stopped: true. At most
-// a second: false. Runs a queued job itself when there is no other worker to do it.
-bool AwaitQueue(const CMPIContext *ctx, QueueState wanted);
+enum class QueueState { HasRoom, Drained }; // drained: empty, and no job runs but those that wait for that
+// For the line of a wait: true at first, and then when a second has passed since it last was.
+class OncePerSecond {
+public:
+    bool Due();
+
+private:
+    timespec said = {};
+};
+// Waits, on a worker and inside a job, until the queue is in that state or the workers are being stopped. Says so
+// before it waits. Runs queued jobs itself when there is no other worker to do it.
+void AwaitQueue(const CMPIContext *ctx, QueueState wanted, OncePerSecond *saying, void (*say)());
 void FreeJob(void *job); // with what it owns
+
+// Queues the rest of the first build, whose worker is lost. False when that must be tried again.
+bool GoOnWithFirstBuild();
 
 void DoBuildDeviceInfoAsync(CMPIContext *ctx, void *args);
 void ProcessBuildLogicalDeviceInfo(CMPIContext *ctx, void *args);

@@ -1,6 +1,7 @@
 // A vendor's CIM_Chassis becomes a chassis record.
 #include "Builder.h"
 
+#include <array>
 #include <string.h>
 
 namespace {
@@ -26,13 +27,14 @@ struct ChassisKind : KindDefaults<ChassisKind> {
     static constexpr auto Op = &Chassis_t::ChassisOp;
     static constexpr auto List = &RaidController_t::ChassisList;
     static constexpr auto UpdateTime = &RaidController_t::ChassisUpdateTime;
+    static constexpr std::array<PropertyRow_t<Chassis_t>, 0> Properties = {};
 
     static bool ReadKey(Chassis_t *chassis, const CMPIInstance *instance) {
         chassis->Tag = StringClone(TextOf(instance, "Tag"));
         return chassis->Tag != nullptr;
     }
 
-    static bool Read(const CMPIContext *, const RaidController_t *ctrl, Chassis_t *chassis, const CMPIInstance *) {
+    static bool Walk(const CMPIContext *, const RaidController_t *ctrl, Chassis_t *chassis) {
         chassis->InternalTag = StringClone(InternalPart(chassis->Tag, ctrl->DeviceID));
         return true;
     }
@@ -40,7 +42,7 @@ struct ChassisKind : KindDefaults<ChassisKind> {
     static void Dump(const Chassis_t &chassis) {
         QLOG(LOG_DEBUG,
              "\nChassisOp: %s\n\tTag               - %s\n\tInternalTag       - %s\n\tOperationalStatus - %d\n",
-             PathText(chassis.ChassisOp), chassis.Tag, Shown(chassis.InternalTag), chassis.OperationalStatus);
+             PathText(chassis.ChassisOp).Text(), chassis.Tag, Shown(chassis.InternalTag), chassis.OperationalStatus);
     }
 };
 

@@ -65,13 +65,13 @@ void Dump(const RaidController_t *ctrl) {
          "\nPortControllerOp: %s\nControllerOp:     %s\n\tDeviceID          - %s\n\tModel             - %s\n"
          "\tFirmwareVersion   - %s\n\tBiosVersion       - %s\n\tDriverVersion     - %s\n\tBundleVersion     - %s\n"
          "\tHealthState       - %d\n\tOperationalStatus - %d\n",
-         PathText(ctrl->PortControllerOp), PathText(ctrl->ControllerOp), ctrl->DeviceID, Shown(ctrl->Model),
-         Shown(ctrl->FirmwareVersion), Shown(ctrl->BiosVersion), Shown(ctrl->DriverVersion), Shown(ctrl->BundleVersion),
-         ctrl->HealthState, ctrl->OperationalStatus);
+         PathText(ctrl->PortControllerOp).Text(), PathText(ctrl->ControllerOp).Text(), ctrl->DeviceID,
+         Shown(ctrl->Model), Shown(ctrl->FirmwareVersion), Shown(ctrl->BiosVersion), Shown(ctrl->DriverVersion),
+         Shown(ctrl->BundleVersion), ctrl->HealthState, ctrl->OperationalStatus);
 }
 
 int List(ControllerHolder ctrl) {
-    const int result = AddEntryAtListTail(RaidControllerList, ctrl.get());
+    const int result = AddEntryAtListTail(&ThisLife().RaidControllerList, ctrl.get());
     if (result != RESULT_OK) {
         QLOG(LOG_ERR, "%s: failed to add controller to list, rc %d.\n", kWho, result);
         return result;
@@ -91,10 +91,10 @@ int BuildController(const CMPIContext *ctx, const CMPIInstance *portController) 
     ctrl->PortControllerOp = CloneOf(PathOf(portController)).release();
     ctrl->DeviceID = StringClone(TextOf(portController, "DeviceID"));
     if (ctrl->DeviceID == nullptr) {
-        QLOG(LOG_ERR, "NULL DeviceID for PortController: %s\n", PathText(ctrl->PortControllerOp));
+        QLOG(LOG_ERR, "NULL DeviceID for PortController: %s\n", PathText(ctrl->PortControllerOp).Text());
         return RESULT_OK;
     }
-    QLOG(LOG_DEBUG, "PortController: %s\n", PathText(ctrl->PortControllerOp));
+    QLOG(LOG_DEBUG, "PortController: %s\n", PathText(ctrl->PortControllerOp).Text());
     if (!ReadComputerSystem(ctrl.get(), ctx)) return RESULT_OK;
     ReadPackage(ctrl.get(), ctx);
     ReadVersions(ctrl.get(), ctx);
@@ -112,7 +112,7 @@ int BuildControllers(const CMPIContext *ctx, const Array_t *profiles) {
             if (portController == nullptr) continue;
             const int result = BuildController(ctx, portController);
             if (result == RESULT_OK) continue;
-            FreeList(RaidControllerList, FreeController);
+            FreeList(&ThisLife().RaidControllerList, FreeController);
             return result;
         }
     }

@@ -45,7 +45,7 @@ void ReadLocation(DiskDrive_t *disk, const CMPIContext *ctx) {
     const auto *package =
         FirstOf<CMPIObjectPath>(AssociatorNames(ctx, disk->DiskOp, "CIM_Realizes", "CIM_PhysicalPackage"));
     if (package == nullptr) return;
-    QLOG(LOG_DEBUG, "CIM_PhysicalPackage(Physical Drive): %s\n", PathText(package));
+    QLOG(LOG_DEBUG, "CIM_PhysicalPackage(Physical Drive): %s\n", PathText(package).Text());
 
     const auto *slot = FirstOf<CMPIInstance>(Associators(ctx, package, "CIM_PackageInConnector", "CIM_Slot"));
     if (slot == nullptr) return;
@@ -65,10 +65,9 @@ struct DiskKind : KindDefaults<DiskKind> {
     static constexpr auto Key = &DiskDrive_t::DeviceID;
     static constexpr auto List = &RaidController_t::DiskList;
     static constexpr auto UpdateTime = &RaidController_t::DiskUpdateTime;
+    static constexpr auto &Properties = kDriveProperties;
 
-    static bool Read(const CMPIContext *ctx, const RaidController_t *, DiskDrive_t *disk,
-                     const CMPIInstance *instance) {
-        ReadProperties(disk, instance, kDriveProperties);
+    static bool Walk(const CMPIContext *ctx, const RaidController_t *, DiskDrive_t *disk) {
         if (!ReadMedia(disk, ctx)) return false;
         ReadFirmware(disk, ctx);
         ReadLocation(disk, ctx);
@@ -81,49 +80,55 @@ struct DiskKind : KindDefaults<DiskKind> {
              "\tFirmwareVersion   - %s\n\tNumberOfBlocks    - %llu\n\tConsumableBlocks  - %llu\n"
              "\tPrimordial        - %d\n\tEnabledState      - %d\n\tOperationalStatus - %d\n"
              "\tSlot              - %d\n\tChassis           - %s\n",
-             PathText(disk.DiskOp), PathText(disk.ExtentOp), disk.DeviceID, Shown(disk.Name), Shown(disk.FwVersion),
-             disk.NumberOfBlocks, disk.ConsumableBlocks, disk.Primordial, disk.EnabledState, disk.OperationalStatus,
-             disk.SlotNumber, disk.Chassis != nullptr ? disk.Chassis : "No Chassis");
+             PathText(disk.DiskOp).Text(), PathText(disk.ExtentOp).Text(), disk.DeviceID, Shown(disk.Name),
+             Shown(disk.FwVersion), disk.NumberOfBlocks, disk.ConsumableBlocks, disk.Primordial, disk.EnabledState,
+             disk.OperationalStatus, disk.SlotNumber, disk.Chassis != nullptr ? disk.Chassis : "No Chassis");
+    }
+
+    // The pool and the list are joined in one hold of CtrlMutex: nobody sees a pool with a disk that is not listed.
+    static int Enter(const CMPIContext *ctx, RaidController_t *ctrl, DiskDrive_t *disk) {
+        const CMPIEnumeration *pools =
+            disk->ExtentOp != nullptr ? AssociatorNames(ctx, disk->ExtentOp, "CIM_ConcreteComponent", "CIM_StoragePool")
+                                      : nullptr;
+        const int result = JoinPoolAndList(ctrl, disk, pools);
+        if (disk->Pool == nullptr && !Stopping())
+            QLOG(LOG_ERR, "No pool associated with disk %s\n", PathText(disk->DiskOp).Text());
+        return result;
+    }
+
+    static int JoinPoolAndList(RaidController_t *ctrl, DiskDrive_t *disk, const CMPIEnumeration *pools) {
+        const ControllerLock lock(ctrl->CtrlMutex);
+        StoragePool_t *pool = JoinPool(ctrl, disk, pools);
+        if (disk->Pool == nullptr) return RESULT_NULL;
+        const int result = Append<DiskKind>(ctrl, disk);
+        if (result == RESULT_OK) return result;
+        QLOG(LOG_ERR, "%s: failed to add disk %p to list %p, rc %d.\n", Builder, static_cast<void *>(disk),
+             static_cast<void *>(ctrl->DiskList), result);
+        if (pool == nullptr) return result;
+        QLOG(LOG_DEBUG, "%s: remove disk %s from pool %p\n", Builder, disk->DeviceID, static_cast<void *>(pool));
+        RemoveDiskFromPool(pool, disk->DeviceID);
+        return result;
     }
 
     // Joins the first pool of the extent that is in the model. When none is, the disk keeps the last one's name, and no
     // pool lists it until a refresh finds that pool in the model.
-    static bool Link(const CMPIContext *ctx, RaidController_t *ctrl, DiskDrive_t *disk) {
-        if (disk->ExtentOp != nullptr) JoinPool(ctx, ctrl, disk);
-        if (disk->Pool != nullptr) return true;
-        if (!Stopping()) QLOG(LOG_ERR, "No pool associated with disk %s\n", PathText(disk->DiskOp));
-        return false;
-    }
-
-    static void JoinPool(const CMPIContext *ctx, RaidController_t *ctrl, DiskDrive_t *disk) {
-        const CMPIEnumeration *pools = AssociatorNames(ctx, disk->ExtentOp, "CIM_ConcreteComponent", "CIM_StoragePool");
+    static StoragePool_t *JoinPool(RaidController_t *ctrl, DiskDrive_t *disk, const CMPIEnumeration *pools)
+        REQUIRES(ctrl->CtrlMutex) {
         for (CMPIObjectPath *path = nullptr; Next(pools, &path);) {
             free(disk->Pool);
             disk->Pool = StringClone(TextOf(path, "InstanceID"));
-            const ControllerLock lock(ctrl->CtrlMutex);
             StoragePool_t *pool = FindStoragePoolByID(ctrl, disk->Pool);
             if (pool == nullptr) continue;
             QLOG(LOG_DEBUG, "%s: found a pool %p with ID %s\n", Builder, static_cast<void *>(pool), disk->Pool);
             AddDiskToPool(pool, disk->DeviceID);
-            return;
+            return pool;
         }
-    }
-
-    static void Unlink(RaidController_t *ctrl, const DiskDrive_t *disk) {
-        const ControllerLock lock(ctrl->CtrlMutex);
-        StoragePool_t *pool = FindStoragePoolByID(ctrl, disk->Pool);
-        if (pool == nullptr) return;
-        QLOG(LOG_DEBUG, "%s: remove disk %s from pool %p\n", Builder, disk->DeviceID, static_cast<void *>(pool));
-        RemoveDiskFromPool(pool, disk->DeviceID);
+        return nullptr;
     }
 
     static void LogListed(const RaidController_t *ctrl, const DiskDrive_t *disk) {
         QLOG(LOG_DEBUG, "%s: disk %p added to the list %p\n", Builder, static_cast<const void *>(disk),
              static_cast<void *>(ctrl->DiskList));
-    }
-    static void LogNotListed(const RaidController_t *ctrl, const DiskDrive_t *disk, int result) {
-        QLOG(LOG_ERR, "%s: failed to add disk %p to list %p, rc %d.\n", Builder, static_cast<const void *>(disk),
-             static_cast<void *>(ctrl->DiskList), result);
     }
 };
 

@@ -50,22 +50,6 @@ private:
     int lastKind = 0;
 };
 
-// For the line of a wait: true at first, and then when a second has passed since it last was.
-class OncePerSecond {
-public:
-    bool Due() {
-        timespec now = {};
-        clock_gettime(CLOCK_MONOTONIC, &now);
-        const bool due = said.tv_sec == 0 || now.tv_sec > said.tv_sec + 1 ||
-                         (now.tv_sec == said.tv_sec + 1 && now.tv_nsec >= said.tv_nsec);
-        if (due) said = now;
-        return due;
-    }
-
-private:
-    timespec said = {};
-};
-
 struct Pass_t {
     const CMPIInstanceMI *Mi;
     const CMPIContext *Context;
@@ -100,7 +84,7 @@ void QueueDevices(const Pass_t &pass) {
     for (CMPIInstance *device = nullptr; !Stopping() && Next(devices, &device);) {
         const CMPIObjectPath *op = device != nullptr ? PathOf(device) : nullptr;
         const int kind = kinds.KindOf(op);
-        QLOG(LOG_DEBUG, "%s: (%d)%s\n", kWho, kind, PathText(op));
+        QLOG(LOG_DEBUG, "%s: (%d)%s\n", kWho, kind, PathText(op).Text());
         if (kind == kNoKind) continue;
         JobHolder job = NewDeviceJob(pass, device, op, kind);
         if (job == nullptr) {
@@ -108,23 +92,24 @@ void QueueDevices(const Pass_t &pass) {
             continue;
         }
         int result = QueueJob(job.get());
-        for (; result == RESULT_FIFO_FULL && !Stopping(); result = QueueJob(job.get())) {
-            if (full.Due()) QLOG(LOG_ERR, "%s: FIFO full, waiting...\n", kWho);
-            AwaitQueue(pass.Context, QueueState::HasRoom);
-        }
+        for (; result == RESULT_FIFO_FULL && !Stopping(); result = QueueJob(job.get()))
+            AwaitQueue(pass.Context, QueueState::HasRoom, &full,
+                       [] { QLOG(LOG_ERR, "%s: FIFO full, waiting...\n", kWho); });
         if (result != RESULT_OK) {
             if (!Stopping()) QLOG(LOG_ERR, "%s, failed to put threadArgs in FIFO, rc %d\n", kWho, result);
             continue;
         }
         (void)job.release();
-        QLOG(LOG_DEBUG, "Added to FIFO: %s\n", PathText(op));
+        QLOG(LOG_DEBUG, "Added to FIFO: %s\n", PathText(op).Text());
     }
 }
 
-// True when the list has a record of the same class and key: a refresh was quicker than the first build. The caller
-// holds the kind's mutex, so the list cannot change.
+// True when a refresh was quicker than the first build: it has listed a record of the same class and key. Two of them
+// in one enumeration are both built, as a refresh builds both. The caller holds the kind's mutex, so the list cannot
+// change.
 bool IsListed(const RaidController_t *ctrl, const ConfigAction_t &action, const ActionTarget_t &target,
               const CMPIInstance *device, const CMPIObjectPath *op) {
+    if (!ctrl->BuiltByRefresh[action.ConfigAction - CFG_ACTION_DISK]) return false;
     const char *key = TextOf(device, action.KeyName);
     if (key == nullptr) return false;
     for (void *record : Each<void>(ctrl->*target.List))
@@ -137,7 +122,7 @@ bool IsListed(const RaidController_t *ctrl, const ConfigAction_t &action, const 
 int BuildOnce(const Pass_t &pass, const ConfigAction_t &action, const ActionTarget_t &target,
               const CMPIInstance *device, const CMPIObjectPath *op) {
     if (IsListed(pass.Controller, action, target, device, op)) {
-        QLOG(LOG_DEBUG, "%s is in the model already\n", PathText(op));
+        QLOG(LOG_DEBUG, "%s is in the model already\n", PathText(op).Text());
         return RESULT_OK;
     }
     return action.BuildFunc(pass.Mi, pass.Context, pass.Controller, device, op);
@@ -147,11 +132,11 @@ int BuildOnce(const Pass_t &pass, const ConfigAction_t &action, const ActionTarg
 int BuildAll(const Pass_t &pass, int code) {
     const ConfigAction_t &action = *FindAction(code);
     const ActionTarget_t &target = *FindTarget(code);
+    NoteJob(pass.Controller, target.Devices, nullptr);
     const CMPIEnumeration *devices = Associators(pass.Context, pass.Controller->ControllerOp,
                                                  action.AssociationClassName, action.AssociatedClassName);
-    Mutex_t &kindMutex = pass.Controller->*target.KindMutex;
-    const KindLock lock(kindMutex);
-    for (CMPIInstance *device = nullptr; Next(devices, &device);) {
+    const KindHold hold(pass.Context, pass.Controller, target, KindHold::Patience::FirstBuild);
+    for (CMPIInstance *device = nullptr; hold && Next(devices, &device);) {
         if (device == nullptr) continue;
         const int result = BuildOnce(pass, action, target, device, PathOf(device));
         if (result != RESULT_OK) return result;
@@ -160,12 +145,46 @@ int BuildAll(const Pass_t &pass, int code) {
 }
 
 void LetRefreshesBegin() {
-    const ThreadsLock lock(QuarnelThreadMutex);
-    ThreadActivityDone = 1;
-    pthread_cond_broadcast(&QuarnelThreadCond);
+    Life_t &life = ThisLife();
+    const ThreadsLock lock(life.QuarnelThreadMutex);
+    life.ThreadActivityDone = 1;
+    pthread_cond_broadcast(&life.QuarnelThreadCond);
 }
 
-// A first build that cannot be queued must not keep the refreshes away for good: they will find every device new.
+// Three of each controller, counted through.
+int (*const kSteps[])(const CMPIInstanceMI *, const CMPIContext *,
+                      RaidController_t *) = {BuildPoolInfo, BuildChassisInfo, BuildLogicalDeviceInfo};
+
+// The job that runs the first build takes its turn: when it is lost, the next one begins behind the step that it was
+// in.
+uint32_t TakeTurn(const CMPIInstanceMI *mi) {
+    Life_t &life = ThisLife();
+    const ThreadsLock lock(life.QuarnelThreadMutex);
+    life.FirstBuildMi = mi;
+    return life.FirstBuildTurn;
+}
+
+// False when this job shall not run the step: it has been run, the workers are being stopped, or the turn is over.
+bool ClaimStep(uint32_t step, uint32_t turn) {
+    Life_t &life = ThisLife();
+    const ThreadsLock lock(life.QuarnelThreadMutex);
+    if (Stopping() || turn != life.FirstBuildTurn || step < life.FirstBuildStep) return false;
+    life.FirstBuildStep = step;
+    if (Here.Worker != nullptr) Here.Worker->RunsFirstBuild = true;
+    return true;
+}
+
+// The first build is done, unless the turn has passed to another job. False then.
+bool EndFirstBuild(uint32_t turn) {
+    Life_t &life = ThisLife();
+    const ThreadsLock lock(life.QuarnelThreadMutex);
+    if (turn != life.FirstBuildTurn) return false;
+    if (Here.Worker != nullptr) Here.Worker->RunsFirstBuild = false;
+    life.FirstBuildDone = true;
+    pthread_cond_broadcast(&life.QuarnelProgressCond);
+    return true;
+}
+
 int QueueFirstBuild(const CMPIInstanceMI *mi) {
     JobHolder job(Allocate<Thread_Args_t>());
     if (job == nullptr) {
@@ -175,10 +194,7 @@ int QueueFirstBuild(const CMPIInstanceMI *mi) {
     job->Func = DoBuildDeviceInfoAsync;
     job->Arg0 = reinterpret_cast<uintptr_t>(mi);
     const int result = QueueJob(job.get());
-    if (result == RESULT_OK)
-        (void)job.release();
-    else
-        QLOG(LOG_ERR, "%s, failed to put threadArgs in FIFO\n", "BuildDeviceInfoAsync");
+    if (result == RESULT_OK) (void)job.release();
     return result;
 }
 
@@ -200,11 +216,11 @@ int BuildChassisInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidContr
 
 int BuildLogicalDeviceInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl) {
     QLOG(LOG_DEBUG, "%s, enter...\n", kWho);
-    QLOG(LOG_DEBUG, "%s: %s\n", kWho, PathText(ctrl->ControllerOp));
-    const Pass_t pass = {mi, ctx, ctrl};
-    QueueDevices(pass);
-    for (OncePerSecond waiting; !AwaitQueue(pass.Context, QueueState::Drained);)
-        if (waiting.Due()) QLOG(LOG_DEBUG, "%s: FIFO not empty, waiting...\n", kWho);
+    QLOG(LOG_DEBUG, "%s: %s\n", kWho, PathText(ctrl->ControllerOp).Text());
+    NoteJob(ctrl, "logical devices", nullptr);
+    QueueDevices({mi, ctx, ctrl});
+    OncePerSecond draining;
+    AwaitQueue(ctx, QueueState::Drained, &draining, [] { QLOG(LOG_DEBUG, "%s: FIFO not empty, waiting...\n", kWho); });
     QLOG(LOG_DEBUG, "%s, DONE...\n", kWho);
     LetRefreshesBegin();
     QLOG(LOG_DEBUG, "%s, exit...\n", kWho);
@@ -226,26 +242,52 @@ void ProcessBuildLogicalDeviceInfo(CMPIContext *ctx, void *args) {
     }
     const int code = kDeviceKinds[kind - 1].Action;
     const ActionTarget_t &target = *FindTarget(code);
-    Mutex_t &kindMutex = pass.Controller->*target.KindMutex;
-    const KindLock lock(kindMutex);
-    if (!Stopping()) BuildOnce(pass, *FindAction(code), target, device.get(), op.get());
+    const KindHold hold(pass.Context, pass.Controller, target, KindHold::Patience::FirstBuild);
+    if (hold && !Stopping()) BuildOnce(pass, *FindAction(code), target, device.get(), op.get());
 }
 
 int BuildDeviceInfoAsync(const CMPIInstanceMI *mi, const CMPIContext *) {
     const int result = QueueFirstBuild(mi);
-    if (result != RESULT_OK) LetRefreshesBegin();
+    if (result == RESULT_OK) return result;
+    if (result != RESULT_NO_MEMORY) QLOG(LOG_ERR, "%s, failed to put threadArgs in FIFO\n", __func__);
+    // That must not keep the refreshes away for good: they will find every device new.
+    LetRefreshesBegin();
+    EndFirstBuild(TakeTurn(mi));
     return result;
+}
+
+bool GoOnWithFirstBuild() {
+    Life_t &life = ThisLife();
+    const CMPIInstanceMI *mi = nullptr;
+    {
+        const ThreadsLock lock(life.QuarnelThreadMutex);
+        mi = life.FirstBuildMi;
+    }
+    if (QueueFirstBuild(mi) == RESULT_OK) return true;
+    const ThreadsLock lock(life.QuarnelThreadMutex);
+    life.FirstBuildOwed = true;
+    return false;
 }
 
 void DoBuildDeviceInfoAsync(CMPIContext *ctx, void *args) {
     Heap<Thread_Args_t> job(static_cast<Thread_Args_t *>(args));
     const auto *mi = reinterpret_cast<const CMPIInstanceMI *>(job->Arg0);
     job.reset();
-    for (RaidController_t *ctrl : Each<RaidController_t>(RaidControllerList)) {
-        if (Stopping()) break;
-        BuildPoolInfo(mi, ctx, ctrl);
-        BuildChassisInfo(mi, ctx, ctrl);
-        BuildLogicalDeviceInfo(mi, ctx, ctrl);
-    }
-    QLOG(LOG_DEBUG, "%s done.", __func__);
+    const uint32_t turn = TakeTurn(mi);
+    uint32_t step = 0;
+    for (RaidController_t *ctrl : Each<RaidController_t>(&ThisLife().RaidControllerList))
+        for (const auto build : kSteps)
+            if (ClaimStep(step++, turn)) build(mi, ctx, ctrl);
+    if (EndFirstBuild(turn)) QLOG(LOG_DEBUG, "%s done.", __func__);
+}
+
+Relaxed<int> FirstAnswerWait(QUARNEL_FIRST_ANSWER_WAIT);
+
+void AwaitFirstBuild() {
+    if (FirstAnswerWait == 0) return;
+    Life_t &life = ThisLife();
+    timespec until = life.Started;
+    until.tv_sec += FirstAnswerWait;
+    ThreadsLock lock(life.QuarnelThreadMutex);
+    while (!life.FirstBuildDone && !Stopping() && lock.WaitUntil(life.QuarnelProgressCond, until)) {}
 }

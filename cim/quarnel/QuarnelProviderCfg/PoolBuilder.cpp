@@ -20,6 +20,7 @@ struct PoolKind : KindDefaults<PoolKind> {
     static constexpr auto Op = &StoragePool_t::PoolOp;
     static constexpr auto List = &RaidController_t::PoolList;
     static constexpr auto UpdateTime = &RaidController_t::PoolUpdateTime;
+    static constexpr auto &Properties = kProperties;
 
     static bool ReadKey(StoragePool_t *pool, const CMPIInstance *instance) {
         pool->Drives = &pool->_Drives;
@@ -28,17 +29,12 @@ struct PoolKind : KindDefaults<PoolKind> {
         return pool->InstanceID != nullptr && pool->PoolID != nullptr;
     }
 
-    static bool Read(const CMPIContext *, const RaidController_t *, StoragePool_t *pool, const CMPIInstance *instance) {
-        ReadProperties(pool, instance, kProperties);
-        return true;
-    }
-
     static void Dump(const StoragePool_t &pool) {
         QLOG(LOG_INFO,
              "\nPoolOp: %s\n\tInstanceID            - %s\n\tPoolId                - %s\n"
              "\tPrimordial            - %d\n\tTotalManagedSpace     - %llu\n\tRemainingManagedSpace - %llu\n"
              "\tOperationalStatus     - %d\n",
-             PathText(pool.PoolOp), pool.InstanceID, pool.PoolID, pool.Primordial, pool.TotalManagedSpace,
+             PathText(pool.PoolOp).Text(), pool.InstanceID, pool.PoolID, pool.Primordial, pool.TotalManagedSpace,
              pool.RemainingManagedSpace, pool.OperationalStatus);
     }
 };

@@ -19,17 +19,13 @@ struct PortKind : KindDefaults<PortKind> {
     static constexpr auto Key = &SASSATAPort_t::DeviceID;
     static constexpr auto List = &RaidController_t::PortList;
     static constexpr auto UpdateTime = &RaidController_t::PortUpdateTime;
-
-    static bool Read(const CMPIContext *, const RaidController_t *, SASSATAPort_t *port, const CMPIInstance *instance) {
-        ReadProperties(port, instance, kProperties);
-        return true;
-    }
+    static constexpr auto &Properties = kProperties;
 
     static void Dump(const SASSATAPort_t &port) {
         QLOG(LOG_INFO,
              "\nPortOp: %s\n\tDeviceID          - %s\n\tPortName:         - %s\n\tPortType          - %d\n"
              "\tOperationalStatus - %d\n",
-             PathText(port.PortOp), port.DeviceID, Shown(port.PortName), port.PortType, port.OperationalStatus);
+             PathText(port.PortOp).Text(), port.DeviceID, Shown(port.PortName), port.PortType, port.OperationalStatus);
     }
 };
 

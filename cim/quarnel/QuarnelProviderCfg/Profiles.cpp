@@ -22,7 +22,7 @@ int CollectMatches(const CMPIEnumeration *registrations, Array_t *profiles) {
              Shown(name), Shown(TextOf(registration, "RegisteredVersion")),
              NumberOf<CMPIUint16>(registration, "RegisteredOrganization"));
         if (name == nullptr || strcmp(name, kProfileName) != 0) continue;
-        QLOG(LOG_INFO, "Found a HHRC profile: %s\n", PathText(PathOf(registration)));
+        QLOG(LOG_INFO, "Found a HHRC profile: %s\n", PathText(PathOf(registration)).Text());
         profiles->Array[profiles->Count++] = registration;
     }
 }
@@ -37,10 +37,13 @@ int FindProfiles(const CMPIContext *ctx, Array_t *profiles) {
         return RESULT_NO_MEMORY;
     }
     profiles->Count = 0;
-    NoteUpcall();
-    const CMPIEnumeration *found = Broker->bft->enumerateInstances(Broker, ctx, path, nullptr, &status);
+    const CMPIEnumeration *found = nullptr;
+    if (const Upcall upcall; upcall.Allowed())
+        found = Broker->bft->enumerateInstances(Broker, ctx, path, nullptr, &status);
+    if (Stopping()) return 0;
     if (status.rc != CMPI_RC_OK)
-        QLOG(LOG_ERR, "EnumInstances %s failed, status: rc %d, msg %s", PathText(path), status.rc, MessageOf(status));
+        QLOG(LOG_ERR, "EnumInstances %s failed, status: rc %d, msg %s", PathText(path).Text(), status.rc,
+             MessageOf(status));
     if (status.rc != CMPI_RC_OK || found == nullptr) return 0;
     return CollectMatches(found, profiles);
 }

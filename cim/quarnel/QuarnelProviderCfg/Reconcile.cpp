@@ -44,6 +44,7 @@ void BuildNew(const Pass_t &pass, const ConfigAction_t &row, const NewInfo_t *op
     for (int k = 0; k < count && !Stopping(); ++k) {
         if (ops[k].Op == nullptr) continue;
         QLOG(LOG_DEBUG, "Adding device ops[%d]: %p\n", k, static_cast<void *>(ops[k].Op));
+        pass.Controller->BuiltByRefresh[row.ConfigAction - CFG_ACTION_DISK] = true;
         row.BuildFunc(pass.Mi, pass.Context, pass.Controller, ops[k].Instance, ops[k].Op);
     }
 }
@@ -52,8 +53,8 @@ void ReconcileKind(const Pass_t &pass, const ConfigAction_t &row) {
     const ActionTarget_t *target = FindTarget(row.ConfigAction);
     if (target == nullptr) return;
     RaidController_t *ctrl = pass.Controller;
-    Mutex_t &kindMutex = ctrl->*target->KindMutex;
-    const KindLock lock(kindMutex);
+    const KindHold hold(pass.Context, ctrl, *target, KindHold::Patience::Refresh);
+    if (!hold) return;
     const time_t last = ctrl->*target->UpdateTime;
     if (time(nullptr) < last + StateUpdateInterval) {
         QLOG(LOG_DEBUG, "Action %d, last %lu, now %lu, skip\n", row.ConfigAction, static_cast<unsigned long>(last),

@@ -1,17 +1,13 @@
-// The life of the cached records: the controller list, destructors, and the paths that tell records apart.
+// The life of the cached records: destructors, and the paths that tell records apart.
 #include "Cfg.h"
 
 namespace {
-
-List_t __RaidControllerList;
 
 // Releases what a record owns; any of it may be null.
 template <class... Texts> void FreeTexts(Texts *...texts) { (free(texts), ...); }
 template <class... Paths> void ReleasePaths(Paths *...paths) { (Owned<CMPIObjectPath>(paths).reset(), ...); }
 
 } // namespace
-
-List_t *const RaidControllerList = &__RaidControllerList;
 
 void FreeVolume(void *record) {
     auto *volume = static_cast<StorageVolume_t *>(record);

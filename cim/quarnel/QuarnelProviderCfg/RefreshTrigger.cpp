@@ -5,15 +5,23 @@
 namespace {
 
 bool FirstBuildDone() {
-    const ThreadsLock lock(QuarnelThreadMutex);
-    return ThreadActivityDone != 0;
+    Life_t &life = ThisLife();
+    const ThreadsLock lock(life.QuarnelThreadMutex);
+    return life.ThreadActivityDone != 0;
+}
+
+bool TooManyLost() {
+    Life_t &life = ThisLife();
+    const ThreadsLock lock(life.QuarnelThreadMutex);
+    return life.LostWorkers >= kMostLost;
 }
 
 } // namespace
 
-int HandleDeviceConfigChange(const CMPIInstanceMI *mi, const CMPIContext *, RaidController_t *ctrl, int action) {
+int HandleDeviceConfigChange(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl, int action) {
     const time_t now = time(nullptr);
     QLOG(LOG_DEBUG, "%s: ENTER. ctrl %s, action %d\n", __func__, ctrl->DeviceID, action);
+    LookAfterWorkers(ctx);
     if (!FirstBuildDone()) {
         QLOG(LOG_DEBUG, "%s: BuildDeviceInfoAsync is still running, skip action %d\n", __func__, action);
         return RESULT_OK;
@@ -28,6 +36,10 @@ int HandleDeviceConfigChange(const CMPIInstanceMI *mi, const CMPIContext *, Raid
         QLOG(LOG_DEBUG, "%s: ctrl %s, action %d, last %lu, now %lu, skip\n", __func__, ctrl->DeviceID, action,
              static_cast<unsigned long>(last), static_cast<unsigned long>(now));
         return RESULT_OK;
+    }
+    if (TooManyLost()) {
+        QLOG(LOG_DEBUG, "%s: workers wait for up-calls that do not return, skip action %d\n", __func__, action);
+        return RESULT_FIFO_FULL;
     }
     Heap<Thread_Args_t> job(Allocate<Thread_Args_t>());
     if (job == nullptr) {

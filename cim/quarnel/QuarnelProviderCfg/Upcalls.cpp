@@ -3,12 +3,14 @@
 
 namespace {
 
-// What came back, or null; logs a failure under the operation's name.
+// What came back, or null; logs a failure under the operation's name. Nothing is said, or taken, once the workers are
+// being stopped: the up-call may have come back long after its life was abandoned.
 CMPIEnumeration *Walked(const char *operation, const CMPIObjectPath *from, const char *association, const char *result,
                         CMPIEnumeration *found, const CMPIStatus &status) {
+    if (Stopping()) return nullptr;
     if (status.rc == CMPI_RC_OK) return found;
-    QLOG(LOG_ERR, "%s %s (assocClass: %s, resultClass: %s) failed, status: rc %d, msg %s", operation, PathText(from),
-         association, Shown(result), status.rc, MessageOf(status));
+    QLOG(LOG_ERR, "%s %s (assocClass: %s, resultClass: %s) failed, status: rc %d, msg %s", operation,
+         PathText(from).Text(), association, Shown(result), status.rc, MessageOf(status));
     return nullptr;
 }
 
@@ -18,33 +20,29 @@ constexpr CMPIStatus kNoSource = {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
 
 CMPIEnumeration *Associators(const CMPIContext *ctx, const CMPIObjectPath *from, const char *association,
                              const char *result) {
-    if (Stopping()) return nullptr;
     CMPIStatus status = from != nullptr ? kOk : kNoSource;
     CMPIEnumeration *found = nullptr;
-    NoteUpcall();
-    if (from != nullptr)
+    if (const Upcall upcall; from != nullptr && upcall.Allowed())
         found = Broker->bft->associators(Broker, ctx, from, association, result, nullptr, nullptr, nullptr, &status);
     return Walked("Associators", from, association, result, found, status);
 }
 
 CMPIEnumeration *AssociatorNames(const CMPIContext *ctx, const CMPIObjectPath *from, const char *association,
                                  const char *result) {
-    if (Stopping()) return nullptr;
     CMPIStatus status = from != nullptr ? kOk : kNoSource;
     CMPIEnumeration *found = nullptr;
-    NoteUpcall();
-    if (from != nullptr)
+    if (const Upcall upcall; from != nullptr && upcall.Allowed())
         found = Broker->bft->associatorNames(Broker, ctx, from, association, result, nullptr, nullptr, &status);
     return Walked("AssociatorNames", from, association, result, found, status);
 }
 
 CMPIInstance *GetInstance(const CMPIContext *ctx, const CMPIObjectPath *path) {
-    if (Stopping()) return nullptr;
     CMPIStatus status = path != nullptr ? kOk : kNoSource;
     CMPIInstance *instance = nullptr;
-    NoteUpcall();
-    if (path != nullptr) instance = Broker->bft->getInstance(Broker, ctx, path, nullptr, &status);
+    if (const Upcall upcall; path != nullptr && upcall.Allowed())
+        instance = Broker->bft->getInstance(Broker, ctx, path, nullptr, &status);
+    if (Stopping()) return nullptr;
     if (status.rc == CMPI_RC_OK) return instance;
-    QLOG(LOG_ERR, "GetInstance %s failed, status: rc %d, msg %s", PathText(path), status.rc, MessageOf(status));
+    QLOG(LOG_ERR, "GetInstance %s failed, status: rc %d, msg %s", PathText(path).Text(), status.rc, MessageOf(status));
     return nullptr;
 }

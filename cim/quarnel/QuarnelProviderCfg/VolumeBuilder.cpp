@@ -29,10 +29,9 @@ struct VolumeKind : KindDefaults<VolumeKind> {
     static constexpr auto Key = &StorageVolume_t::DeviceID;
     static constexpr auto List = &RaidController_t::VolumeList;
     static constexpr auto UpdateTime = &RaidController_t::VolumeUpdateTime;
+    static constexpr auto &Properties = kProperties;
 
-    static bool Read(const CMPIContext *ctx, const RaidController_t *, StorageVolume_t *volume,
-                     const CMPIInstance *instance) {
-        ReadProperties(volume, instance, kProperties);
+    static bool Walk(const CMPIContext *ctx, const RaidController_t *, StorageVolume_t *volume) {
         const auto *setting =
             FirstOf<CMPIInstance>(Associators(ctx, volume->VolumeOp, "CIM_ElementSettingData", "CIM_StorageSetting"));
         volume->RaidLevel = StringClone(TextOf(setting, "ElementName"));
@@ -46,22 +45,22 @@ struct VolumeKind : KindDefaults<VolumeKind> {
              "\tPackageRedundancy - %d\n\tNameFormat        - %d\n\tName              - %s\n"
              "\tNameNameSpace     - %d\n\tIsBasedOnUnderlyingRedundancy - %d\n\tDeltaReservation  - %d\n"
              "\tPrimordial        - %d\n\tOperationalStatus - %d\n",
-             PathText(volume.VolumeOp), Shown(volume.ElementName), volume.DeviceID, Shown(volume.RaidLevel),
+             PathText(volume.VolumeOp).Text(), Shown(volume.ElementName), volume.DeviceID, Shown(volume.RaidLevel),
              volume.NumberOfBlocks, volume.ConsumableBlocks, volume.DataRedundancy, volume.PackageRedundancy,
              volume.NameFormat, Shown(volume.Name), volume.NameNameSpace, volume.IsBasedOnUnderlyingRedundancy,
              volume.DeltaReservation, volume.Primordial, volume.OperationalStatus);
     }
 
-    static bool Link(const CMPIContext *ctx, const RaidController_t *, StorageVolume_t *volume) {
+    static int Enter(const CMPIContext *ctx, RaidController_t *ctrl, StorageVolume_t *volume) {
         const auto *pool = FirstOf<CMPIObjectPath>(
             AssociatorNames(ctx, volume->VolumeOp, "CIM_AllocatedFromStoragePool", "CIM_StoragePool"));
         if (pool != nullptr) {
             QLOG(LOG_DEBUG, "%s: found a pool instance\n", Builder);
             volume->FromPool = StringClone(TextOf(pool, "InstanceID"));
         }
-        if (volume->FromPool != nullptr) return true;
-        if (!Stopping()) QLOG(LOG_ERR, "No pool associated with volume %s\n", PathText(volume->VolumeOp));
-        return false;
+        if (volume->FromPool != nullptr) return KindDefaults::Enter(ctx, ctrl, volume);
+        if (!Stopping()) QLOG(LOG_ERR, "No pool associated with volume %s\n", PathText(volume->VolumeOp).Text());
+        return RESULT_NULL;
     }
 };
 

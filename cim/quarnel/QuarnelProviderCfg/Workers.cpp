@@ -1,187 +1,189 @@
-// The worker threads and the one queue of jobs that they share.
+// The worker threads: reading a vendor is slow, so it is never done on a request's thread. Three workers take jobs from
+// one bounded queue, each in a broker context of its own.
 //
-// Reading a vendor is slow, so it is never done on a request's thread: three workers take jobs from a bounded queue,
-// each in a broker context of its own. Idle workers sleep on QuarnelThreadCond. Whoever waits for the queue to move, on
-// a worker and inside a job, sleeps on QuarnelProgressCond, so that a signal for a worker never reaches a waiter that
-// has no use for it. All signals are given under QuarnelThreadMutex.
+// Idle workers sleep on QuarnelThreadCond. Whoever waits for the queue or for a kind mutex, on a worker and inside a
+// job, sleeps on QuarnelProgressCond, so that a signal for a worker never reaches a waiter that has no use for it. All
+// signals are given under QuarnelThreadMutex.
 #include "Cfg.h"
 
 #include "../QuarnelProviderUtil/BrokerMemory.h"
 
 namespace {
 
-Fifo_t __FIFO = {PTHREAD_MUTEX_INITIALIZER, kQueuedJobs, {}};
+constexpr char kWho[] = "QuarnelThread";
+constexpr time_t kIdleLook = 10; // seconds between two looks of an idle worker at the up-calls of the others
 
-pthread_t QuarnelThreads[kWorkers];
-uint32_t StartedThreads; // this and the next two: only start-up and clean-up touch them
-pthread_attr_t QuarnelThreadAttr;
-
-uint32_t RunningWorkers GUARDED_BY(QuarnelThreadMutex); // started, and attached to the broker
-// A worker took a job, fell idle or left. On the monotonic clock, since it is waited for with a limit.
-pthread_cond_t QuarnelProgressCond;
-
-// What the workers need, from the start-up to the clean-up; the second of two clean-ups finds nothing to do.
-bool Prepared;
-
-void Prepare() {
-    pthread_attr_init(&QuarnelThreadAttr);
-    pthread_attr_setdetachstate(&QuarnelThreadAttr, PTHREAD_CREATE_JOINABLE);
-    pthread_condattr_t monotonic;
-    pthread_condattr_init(&monotonic);
-    pthread_condattr_setclock(&monotonic, CLOCK_MONOTONIC);
-    pthread_cond_init(&QuarnelProgressCond, &monotonic);
-    pthread_condattr_destroy(&monotonic);
-    Prepared = true;
+bool TooMany(const Life_t &life) REQUIRES(life.QuarnelThreadMutex) {
+    return life.RunningWorkers - life.LostWorkers > kWorkers;
 }
 
 // The next job, which counts as active from here on; null when the worker shall leave.
-Thread_Args_t *NextJob(long tid) {
-    ThreadsLock lock(QuarnelThreadMutex);
-    while (!Stopping()) {
-        ActiveThreads += 1;
-        auto *job = static_cast<Thread_Args_t *>(GetItem(FIFO));
-        pthread_cond_broadcast(&QuarnelProgressCond);
-        if (job != nullptr) return job;
-        ActiveThreads -= 1;
-        QLOG(LOG_DEBUG, "%s(%ld): no item to process, wait...\n", "QuarnelThread", tid);
-        lock.Wait(QuarnelThreadCond);
+Thread_Args_t *NextJob(long tid, const CMPIContext *ctx) {
+    Life_t &life = ThisLife();
+    while (true) {
+        {
+            ThreadsLock lock(life.QuarnelThreadMutex);
+            if (Stopping() || TooMany(life)) return nullptr;
+            life.ActiveThreads += 1;
+            auto *job = static_cast<Thread_Args_t *>(GetItem(&life.__FIFO));
+            pthread_cond_broadcast(&life.QuarnelProgressCond);
+            if (job != nullptr) return job;
+            life.ActiveThreads -= 1;
+            QLOG(LOG_DEBUG, "%s(%ld): no item to process, wait...\n", kWho, tid);
+            if (life.ActiveThreads == 0)
+                lock.Wait(life.QuarnelThreadCond);
+            else
+                lock.WaitUntil(life.QuarnelThreadCond, InSeconds(kIdleLook));
+        }
+        const BrokerScope scope;
+        LookAfterWorkers(ctx);
     }
-    return nullptr;
 }
 
 void JobDone() {
-    const ThreadsLock lock(QuarnelThreadMutex);
-    ActiveThreads -= 1;
-    pthread_cond_broadcast(&QuarnelProgressCond);
+    Life_t &life = ThisLife();
+    const ThreadsLock lock(life.QuarnelThreadMutex);
+    life.ActiveThreads -= 1;
+    Here.Worker->Controller = nullptr;
+    Here.Worker->Devices = nullptr;
+    Here.Worker->RunsFirstBuild = false;
+    pthread_cond_broadcast(&life.QuarnelProgressCond);
 }
 
 void WorkerLeaves() {
-    const ThreadsLock lock(QuarnelThreadMutex);
-    RunningWorkers -= 1;
-    pthread_cond_broadcast(&QuarnelProgressCond);
+    Life_t &life = ThisLife();
+    const ThreadsLock lock(life.QuarnelThreadMutex);
+    life.RunningWorkers -= 1;
+    Here.Worker->Left = true;
+    pthread_cond_broadcast(&life.QuarnelProgressCond);
 }
 
 void RunJobs(long tid, AttachedContext &context) {
     while (context.Get() != nullptr) {
-        Thread_Args_t *job = NextJob(tid);
+        Thread_Args_t *job = NextJob(tid, context.Get());
         if (job == nullptr) return;
         ReadLogMask();
-        QLOG(LOG_DEBUG, "%s(%ld): running...\n", "QuarnelThread", tid);
+        QLOG(LOG_DEBUG, "%s(%ld): running...\n", kWho, tid);
         if (job->Func != nullptr) {
             const BrokerScope scope;
             job->Func(context.Get(), job);
         }
-        context.Renew();
+        if (!Stopping()) context.Renew();
         JobDone();
     }
-    QLOG(LOG_ERR, "%s(%ld): cannot attach to the broker\n", "QuarnelThread", tid);
+    QLOG(LOG_ERR, "%s(%ld): cannot attach to the broker\n", kWho, tid); // later, another one may
 }
 
 void *QuarnelThread(void *record) {
-    const Heap<Thread_Args_t> args(static_cast<Thread_Args_t *>(record));
+    Heap<Thread_Args_t> args(static_cast<Thread_Args_t *>(record));
     const auto tid = static_cast<long>(args->Arg0);
+    auto *context = reinterpret_cast<CMPIContext *>(args->Arg1);
+    const InLife here(reinterpret_cast<Life_t *>(args->Arg2), reinterpret_cast<Worker_t *>(args->Arg3));
+    args.reset();
     {
-        AttachedContext context(reinterpret_cast<CMPIContext *>(args->Arg1));
-        RunJobs(tid, context);
+        AttachedContext attached(context);
+        RunJobs(tid, attached);
     }
     QLOG(LOG_DEBUG, "Thread %ld exiting...\n", tid);
     WorkerLeaves();
     return nullptr;
 }
 
-// False when the system or the broker has no means for another thread.
-bool StartWorker(uint32_t index, const CMPIContext *ctx) {
-    Heap<Thread_Args_t> args(Allocate<Thread_Args_t>());
-    if (args == nullptr) return false;
-    CMPIContext *context = Broker->bft->prepareAttachThread(Broker, ctx);
-    if (context == nullptr) return false;
-    args->Arg0 = index;
-    args->Arg1 = reinterpret_cast<uintptr_t>(context);
-    const ThreadsLock lock(QuarnelThreadMutex);
-    if (pthread_create(&QuarnelThreads[StartedThreads], &QuarnelThreadAttr, QuarnelThread, args.get()) != 0) {
-        context->ft->release(context);
-        return false;
+// A slot without a thread, null when there is none.
+Worker_t *FreeSlot(Life_t &life) REQUIRES(life.QuarnelThreadMutex) {
+    for (Worker_t &slot : life.QuarnelThreads) {
+        if (slot.Started && !slot.Left) continue;
+        if (slot.Started) pthread_join(slot.Thread, nullptr); // it has left the lock behind it
+        slot = {};
+        return &slot;
     }
+    return nullptr;
+}
+
+// The new worker's thread, given all that it needs; false when the system has no means for one.
+bool CreateThread(Life_t &life, Heap<Thread_Args_t> args, int tid) {
+    const ThreadsLock lock(life.QuarnelThreadMutex);
+    Worker_t *slot = Stopping() ? nullptr : FreeSlot(life);
+    if (slot == nullptr) return false;
+    args->Arg0 = static_cast<uintptr_t>(tid);
+    args->Arg2 = reinterpret_cast<uintptr_t>(&life);
+    args->Arg3 = reinterpret_cast<uintptr_t>(slot);
+    if (pthread_create(&slot->Thread, nullptr, QuarnelThread, args.get()) != 0) return false;
     (void)args.release();
-    RunningWorkers += 1;
-    StartedThreads += 1;
+    slot->Started = true;
+    life.Holders += 1; // the worker's; this thread's keeps the life meanwhile
+    life.RunningWorkers += 1;
     return true;
+}
+
+bool Start(const CMPIContext *ctx, int tid) {
+    Heap<Thread_Args_t> args(Allocate<Thread_Args_t>());
+    CMPIContext *context = args != nullptr ? PrepareContext(ctx) : nullptr;
+    if (context == nullptr) return false;
+    args->Arg1 = reinterpret_cast<uintptr_t>(context);
+    if (CreateThread(ThisLife(), std::move(args), tid)) return true;
+    context->ft->release(context);
+    return false;
+}
+
+int NextTid() {
+    Life_t &life = ThisLife();
+    const ThreadsLock lock(life.QuarnelThreadMutex);
+    return static_cast<int>(life.WorkersNumbered++);
 }
 
 } // namespace
 
-Fifo_t *const FIFO = &__FIFO;
+void NoteJob(const RaidController_t *ctrl, const char *devices, const Mutex_t *kind) {
+    if (Here.Worker == nullptr) return;
+    Here.Worker->Controller = ctrl;
+    Here.Worker->Devices = devices;
+    Here.Worker->Kind = kind;
+}
 
-Mutex_t QuarnelThreadMutex = PTHREAD_MUTEX_INITIALIZER;
-pthread_cond_t QuarnelThreadCond = PTHREAD_COND_INITIALIZER;
-Relaxed<uint32_t> TerminateThread;
-uint32_t ActiveThreads;
-uint32_t ThreadActivityDone;
+void StartWorker(const char *who, const CMPIContext *ctx) {
+    const int tid = NextTid();
+    if (Start(ctx, tid))
+        QLOG(LOG_DEBUG, "%s: thread %d created\n", who, tid);
+    else if (!Stopping())
+        QLOG(LOG_ERR, "%s: thread %d could not be started\n", who, tid);
+}
 
 void InitQuarnelThreads(const CMPIContext *ctx) {
+    Life_t &life = ThisLife();
     {
-        const ThreadsLock lock(QuarnelThreadMutex);
-        ThreadActivityDone = 0;
+        const ThreadsLock lock(life.QuarnelThreadMutex);
+        life.WorkersStartedAt = time(nullptr);
     }
-    Prepare();
-    for (uint32_t i = 0; i < kWorkers; ++i) {
-        if (StartWorker(i, ctx))
-            QLOG(LOG_DEBUG, "%s: thread %d created\n", __func__, static_cast<int>(i));
-        else
-            QLOG(LOG_ERR, "%s: thread %d could not be started\n", __func__, static_cast<int>(i));
-    }
+    for (uint32_t i = 0; i < kWorkers; ++i) StartWorker(__func__, ctx);
 }
 
-void CleanupQuarnelThreads() {
-    if (!Prepared) return;
+bool StopQuarnelThreads(Life_t *life, bool unlessInUpcall) {
+    const ThreadsLock lock(life->QuarnelThreadMutex);
+    if (unlessInUpcall)
+        for (const Worker_t &worker : life->QuarnelThreads)
+            if (worker.UpcallSince != 0) return false;
+    life->TerminateThread = 1;
+    pthread_cond_broadcast(&life->QuarnelThreadCond);
+    pthread_cond_broadcast(&life->QuarnelProgressCond);
+    return true;
+}
+
+bool CleanupQuarnelThreads(Life_t *life, const timespec &until) {
+    bool left = true;
     {
-        const ThreadsLock lock(QuarnelThreadMutex);
-        TerminateThread = 1;
-        pthread_cond_broadcast(&QuarnelThreadCond);
-        pthread_cond_broadcast(&QuarnelProgressCond);
+        ThreadsLock lock(life->QuarnelThreadMutex);
+        while (life->RunningWorkers > 0 && lock.WaitUntil(life->QuarnelProgressCond, until)) {}
+        for (Worker_t &worker : life->QuarnelThreads) {
+            if (!worker.Started) continue;
+            if (worker.Left)
+                pthread_join(worker.Thread, nullptr); // it has left the lock behind it
+            else
+                pthread_detach(worker.Thread);
+            left = left && worker.Left;
+            worker.Started = false;
+        }
     }
-    for (; StartedThreads > 0; --StartedThreads) pthread_join(QuarnelThreads[StartedThreads - 1], nullptr);
-    while (void *job = GetItem(FIFO)) FreeJob(job);
-    TerminateThread = 0; // the next life's discovery makes up-calls before it starts its workers
-    pthread_cond_destroy(&QuarnelProgressCond);
-    pthread_attr_destroy(&QuarnelThreadAttr);
-    Prepared = false;
-}
-
-int QueueJob(Thread_Args_t *job) {
-    const int result = PutItem(FIFO, job);
-    if (result != RESULT_OK) return result;
-    const ThreadsLock lock(QuarnelThreadMutex);
-    pthread_cond_signal(&QuarnelThreadCond);
-    return RESULT_OK;
-}
-
-bool AwaitQueue(const CMPIContext *ctx, QueueState wanted) {
-    timespec until = {};
-    clock_gettime(CLOCK_MONOTONIC, &until);
-    until.tv_sec += 1;
-
-    Thread_Args_t *job = nullptr;
-    {
-        ThreadsLock lock(QuarnelThreadMutex);
-        const auto reached = [wanted]() TS(no_thread_safety_analysis) {
-            if (Stopping()) return true;
-            if (wanted == QueueState::Drained) return IsFifoEmpty(FIFO) == 1 && ActiveThreads <= 1;
-            const QueueLock queue(FIFO->Mutex);
-            return FIFO->List.Size < FIFO->Size;
-        };
-        while (!reached() && RunningWorkers > 1)
-            if (!lock.WaitUntil(QuarnelProgressCond, until)) return reached();
-        if (reached()) return true;
-        job = static_cast<Thread_Args_t *>(GetItem(FIFO));
-    }
-    if (job != nullptr) job->Func(const_cast<CMPIContext *>(ctx), job);
-    return false;
-}
-
-void FreeJob(void *record) {
-    const Heap<Thread_Args_t> job(static_cast<Thread_Args_t *>(record));
-    if (job->Func != ProcessBuildLogicalDeviceInfo) return;
-    Owned<CMPIObjectPath>(reinterpret_cast<CMPIObjectPath *>(job->Arg3)).reset();
-    Owned<CMPIInstance>(reinterpret_cast<CMPIInstance *>(job->Arg4)).reset();
+    while (void *job = GetItem(&life->__FIFO)) FreeJob(job);
+    return left;
 }

@@ -3,6 +3,8 @@
 
 #include "../QuarnelProvider.h"
 
+#include <array>
+
 // --- Lifecycle -------------------------------------------------------------------------------------------------------
 
 void QuarnelProviderInit(const CMPIInstanceMI *mi, const CMPIContext *ctx);
@@ -10,9 +12,8 @@ void QuarnelProviderInit(const CMPIInstanceMI *mi, const CMPIContext *ctx);
 void ResetNextUnloadTime();
 CMPIStatus QuarnelProviderCleanup(CMPIInstanceMI *mi, const CMPIContext *ctx, CMPIBoolean terminating);
 
-// The controllers, once all of them are known; none while the provider is starting. The list is not locked: it does not
-// change as long as requests can come.
-const List_t *ListedControllers();
+// The life that requests are answered from, held for the caller: null while its controllers are not all known.
+Life_t *HoldServedLife();
 
 // --- Object paths ----------------------------------------------------------------------------------------------------
 
@@ -25,10 +26,17 @@ constexpr char kSoftwareIdentityPrefix[] = "zembra:ControllerSoftware";
 char *MakeDeviceID(const char *controllerID, const char *prefix);
 char *MakeLogicalDeviceID(const char *controllerID, const char *deviceID, const char *prefix);
 
-// Add the keys to a path of the broker's. False when an identifier cannot be made.
-bool FillControllerObjectPath(CMPIObjectPath *path, const RaidController_t *ctrl);
-bool FillSoftwareIdentityObjectPath(CMPIObjectPath *path, const RaidController_t *ctrl);
-void FillLogicalDeviceObjectPath(CMPIObjectPath *path, const char *identifier, const char *className);
+struct KeyText_t {
+    const char *Name; // null: no further key
+    const char *Text; // never null otherwise
+};
+using Keys_t = std::array<KeyText_t, 4>;
+
+// Add the keys to a path of the broker's and tell them, for the instance has them as properties, too. Lent by what they
+// are made of: the identifier, and the life.
+Keys_t FillControllerObjectPath(CMPIObjectPath *path, const RaidController_t *ctrl, const char *identifier);
+Keys_t FillSoftwareIdentityObjectPath(CMPIObjectPath *path, const RaidController_t *ctrl, const char *identifier);
+Keys_t FillLogicalDeviceObjectPath(CMPIObjectPath *path, const char *identifier, const char *className);
 
 // Take an identifier apart: 0 with heap copies for the caller; -3 the key is missing or malformed, -2 without memory,
 // with nothing allocated.

@@ -1,22 +1,34 @@
-// Start-up, once; the idle timer; and clean-up, which ends with no worker running and everything freed.
+// Start-up, once; the idle timer; and clean-up.
+//
+// CIM object managers call these on any of their threads, the next one before the last has returned, and some hold a
+// lock meanwhile that our own up-calls need. So nothing here waits without a limit: clean-up that need not succeed
+// declines at once, clean-up that must leaves behind what does not end, and a factory call that meets a clean-up waits
+// for its turn.
 #include "Ifc.h"
 
 #include "../QuarnelProviderUtil/BrokerMemory.h"
 
+#include <dlfcn.h>
+#include <link.h>
 #include <stdlib.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr unsigned kLongestIdleTime = 10; // minutes
+constexpr time_t kCleanupLimit = 3;       // seconds
+constexpr time_t kTurnLimit = 5;          // seconds: longer than a clean-up takes
 
-Relaxed<int> _ProviderInitialized; // a model is there, or is being built
 Relaxed<unsigned> IdleTimeBeforeTerminating(5);
 Relaxed<time_t> NextUnloadTime;
 
-// Raised once RaidControllerList and the host's identity are complete: what was written before it, a request that sees
-// it can read without a lock.
-std::atomic<bool> ControllersListed;
+Mutex_t LifecycleMutex = PTHREAD_MUTEX_INITIALIZER;
+pthread_cond_t LifecycleCond = PTHREAD_COND_INITIALIZER; // a start or a clean-up has ended
+// Held by the provider from the factory call to the clean-up; CurrentLife is the same, for whoever looks in.
+Life_t *OwnLife GUARDED_BY(LifecycleMutex);
+int _ProviderInitialized GUARDED_BY(LifecycleMutex); // a life is there, or is being started
+bool Starting GUARDED_BY(LifecycleMutex);            // its controllers are not all known
+bool CleaningUp GUARDED_BY(LifecycleMutex);
 
 Relaxed<int> waitDebug; // cleared by a debugger, from outside: read from memory on every pass
 
@@ -37,45 +49,148 @@ bool BuildModel(const CMPIInstanceMI *mi, const CMPIContext *ctx) {
     const BrokerScope scope;
     int result = InitSystemInfo(mi, ctx);
     if (result < 0) {
-        QLOG(LOG_ERR, "Cannot get system info, rc %d\n", result);
+        if (!Stopping()) QLOG(LOG_ERR, "Cannot get system info, rc %d\n", result);
         return false;
     }
     Array_t profiles = {};
     result = GetHHRCProfiles(mi, ctx, &profiles);
+    if (Stopping()) return false; // the life was abandoned meanwhile: not a word about it
     if (result <= 0) {
         QLOG(LOG_INFO, "No instance of Host Hard RAID Controller is found, rc %d\n", result);
         ReleaseSystemInfo();
         return false;
     }
     BuildControllerInfo(mi, ctx, &profiles);
-    ControllersListed.store(true, std::memory_order_release);
     return true;
+}
+
+// A life that this thread starts, held for it; null when there is one already.
+Life_t *BeginLife() {
+    LifeLock lock(LifecycleMutex);
+    const timespec until = InSeconds(kTurnLimit);
+    while (CleaningUp && lock.WaitUntil(LifecycleCond, until)) {}
+    if (_ProviderInitialized != 0) return nullptr;
+    Life_t *life = NewLife(InSeconds(0));
+    if (life == nullptr) {
+        QLOG(LOG_ERR, "%s: out of memory\n", __func__);
+        return nullptr;
+    }
+    life->Holders += 1;
+    OwnLife = life;
+    CurrentLife.store(life, std::memory_order_release);
+    _ProviderInitialized = 1;
+    Starting = true;
+    return life;
+}
+
+// The provider has no life any more; its hold is the caller's.
+Life_t *ForgetLife() REQUIRES(LifecycleMutex) {
+    Life_t *life = OwnLife;
+    OwnLife = nullptr;
+    CurrentLife.store(nullptr, std::memory_order_release);
+    _ProviderInitialized = 0;
+    Starting = false;
+    return life;
+}
+
+// The life is served from now on, or forgotten when it has nothing to serve. A clean-up may have given up waiting and
+// abandoned it meanwhile.
+void EndStart(const Life_t *life, bool serves) {
+    Life_t *forgotten = nullptr;
+    {
+        const LifeLock lock(LifecycleMutex);
+        if (OwnLife != life) return;
+        Starting = false;
+        if (!serves && !CleaningUp) forgotten = ForgetLife();
+        pthread_cond_broadcast(&LifecycleCond);
+    }
+    if (forgotten != nullptr) LeaveLife(forgotten);
 }
 
 void QuarnelInit(const CMPIInstanceMI *mi, const CMPIContext *ctx) {
     QLOG(LOG_DEBUG, "%s: ENTER...\n", __func__);
     WaitDebug();
-    if (_ProviderInitialized.Exchange(1) != 0) return;
+    Life_t *life = BeginLife();
+    if (life == nullptr) return;
+    const InLife here(life);
+    bool serves = false;
     {
-        const AttachedContext attached(Broker->bft->prepareAttachThread(Broker, ctx));
+        const AttachedContext attached(PrepareContext(ctx));
         if (attached.Get() == nullptr) QLOG(LOG_ERR, "%s: cannot attach to the broker\n", __func__);
-        if (attached.Get() != nullptr && BuildModel(mi, attached.Get())) {
+        serves = attached.Get() != nullptr && BuildModel(mi, attached.Get());
+        if (serves && !Stopping()) {
             InitQuarnelThreads(attached.Get());
             BuildDeviceInfoAsync(mi, attached.Get());
-        } else {
-            _ProviderInitialized = 0;
         }
     }
+    EndStart(life, serves);
     QLOG(LOG_DEBUG, "%s: EXIT\n", __func__);
 }
 
 bool CanUnload() { return time(nullptr) >= NextUnloadTime; }
 
+// Begins a clean-up and stops the workers, or says why that is not done now. `life` is null when there is none.
+bool BeginCleanup(bool terminating, Life_t **life) {
+    const char *who = "QuarnelProviderCleanup";
+    const LifeLock lock(LifecycleMutex);
+    *life = OwnLife;
+    if (CleaningUp) {
+        QLOG(LOG_DEBUG, "%s: is running already, don't unload\n", who);
+        return false;
+    }
+    const bool serves = OwnLife != nullptr && !Starting && IsListEmpty(&OwnLife->RaidControllerList) == 0;
+    if (serves && !terminating && !CanUnload()) {
+        QLOG(LOG_DEBUG, "%s: idle timer(%d) has not expired, don't unload\n", who,
+             static_cast<int>(static_cast<unsigned>(IdleTimeBeforeTerminating)));
+        return false;
+    }
+    const bool upcallSpared = !terminating;
+    if (OwnLife != nullptr && ((Starting && upcallSpared) || !StopQuarnelThreads(OwnLife, upcallSpared))) {
+        QLOG(LOG_DEBUG, "%s: an up-call is running, don't unload\n", who);
+        return false;
+    }
+    CleaningUp = true;
+    return true;
+}
+
+// Keeps this library in the process for good, for a thread that will come back to it.
+void StayMapped() {
+    Dl_info info = {};
+    link_map *map = nullptr;
+    const bool known = dladdr1(&OwnLife, &info, reinterpret_cast<void **>(&map), RTLD_DL_LINKMAP) != 0;
+    const char *name = known && map->l_name[0] != '\0' ? map->l_name : nullptr; // null: the program itself
+    if (dlopen(name, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE) == nullptr)
+        QLOG(LOG_ERR, "%s: the library cannot be kept for a thread that is still in it\n", "QuarnelProviderCleanup");
+}
+
+// Ends the life: everything is freed with it, unless a thread is still in it at `until`.
+void EndLife(Life_t *life, const timespec &until) {
+    bool ended = false;
+    {
+        LifeLock lock(LifecycleMutex);
+        while (Starting && lock.WaitUntil(LifecycleCond, until)) {}
+        ended = !Starting;
+    }
+    ended = CleanupQuarnelThreads(life, until) && ended;
+    if (!ended) {
+        QLOG(LOG_ERR, "%s: an up-call has not returned, its thread and memory are left to it\n",
+             "QuarnelProviderCleanup");
+        StayMapped();
+    }
+    {
+        const LifeLock lock(LifecycleMutex);
+        ForgetLife();
+    }
+    LeaveLife(life);
+}
+
 } // namespace
 
-const List_t *ListedControllers() {
-    static const List_t none = {};
-    return ControllersListed.load(std::memory_order_acquire) ? RaidControllerList : &none;
+Life_t *HoldServedLife() {
+    const LifeLock lock(LifecycleMutex);
+    if (OwnLife == nullptr || Starting) return nullptr;
+    OwnLife->Holders += 1;
+    return OwnLife;
 }
 
 void QuarnelProviderInit(const CMPIInstanceMI *mi, const CMPIContext *ctx) {
@@ -90,20 +205,19 @@ void ResetNextUnloadTime() {
 }
 
 CMPIStatus QuarnelProviderCleanup(CMPIInstanceMI *, const CMPIContext *, CMPIBoolean terminating) {
+    const timespec until = InSeconds(kCleanupLimit);
     ReadLogMask();
     QLOG(LOG_DEBUG, "%s: ENTER...\n", __func__);
-    if (IsListEmpty(ListedControllers()) == 0 && !terminating && !CanUnload()) {
-        QLOG(LOG_DEBUG, "%s: idle timer(%d) has not expired, don't unload\n", __func__,
-             static_cast<int>(static_cast<unsigned>(IdleTimeBeforeTerminating)));
-        return {CMPI_RC_DO_NOT_UNLOAD, nullptr};
+    Life_t *life = nullptr;
+    if (!BeginCleanup(terminating != 0, &life)) return {CMPI_RC_DO_NOT_UNLOAD, nullptr};
+    if (life != nullptr) EndLife(life, until);
+    {
+        // Only now: whoever waits for its turn finds everything as it was before the first life.
+        const LifeLock lock(LifecycleMutex);
+        NextUnloadTime = 0;
+        CleaningUp = false;
+        pthread_cond_broadcast(&LifecycleCond);
     }
-    // Jobs hold pointers to controllers, so the workers end first.
-    CleanupQuarnelThreads();
-    ControllersListed.store(false, std::memory_order_relaxed);
-    FreeList(RaidControllerList, FreeController);
-    ReleaseSystemInfo();
-    NextUnloadTime = 0;
-    _ProviderInitialized = 0;
     QLOG(LOG_DEBUG, "%s: EXIT\n", __func__);
     return kOk;
 }

@@ -10,29 +10,29 @@ namespace {
 
 using Identifier = TextBuffer<256>;
 
-// Texts are passed as the characters themselves. A host that has no name, or class, still has the key.
-void AddKey(CMPIObjectPath *path, const char *name, const char *text) {
-    path->ft->addKey(path, name, reinterpret_cast<const CMPIValue *>(text != nullptr ? text : ""), CMPI_chars);
+// Texts are passed as the characters themselves.
+Keys_t AddKeys(CMPIObjectPath *path, const Keys_t &keys) {
+    for (const KeyText_t &key : keys)
+        if (key.Name != nullptr)
+            path->ft->addKey(path, key.Name, reinterpret_cast<const CMPIValue *>(key.Text), CMPI_chars);
+    return keys;
 }
 
-bool AddIdentifier(CMPIObjectPath *path, const char *name, const HeapText &identifier) {
-    if (identifier == nullptr) return false;
-    AddKey(path, name, identifier.get());
-    return true;
-}
+// A host that has no name, or class, still has the key.
+const char *OrEmpty(const char *text) { return text != nullptr ? text : ""; }
 
 // What follows the prefix in the path's key, never empty; null, having said why, when there is no such thing. `key` is
 // the whole value. Both are lent by the path.
 const char *Unprefixed(const CMPIObjectPath *path, const char *keyName, const char *prefix, const char **key) {
     *key = TextOf(path, keyName);
     if (*key == nullptr) {
-        QLOG(LOG_ERR, "%s key not found in object path %s\n", keyName, PathText(path));
+        QLOG(LOG_ERR, "%s key not found in object path %s\n", keyName, PathText(path).Text());
         return nullptr;
     }
     const size_t length = strlen(prefix);
     if (strncmp(*key, prefix, length) != 0) return nullptr;
     if ((*key)[length] == '\0') {
-        QLOG(LOG_ERR, "No valid info in key key %s\n", *key);
+        QLOG(LOG_ERR, "No valid info in key key %s\n", CutText(*key).Text());
         return nullptr;
     }
     return *key + length;
@@ -58,23 +58,22 @@ char *MakeLogicalDeviceID(const char *controllerID, const char *deviceID, const 
     return StringClone(identifier.Text());
 }
 
-bool FillControllerObjectPath(CMPIObjectPath *path, const RaidController_t *ctrl) {
+Keys_t FillControllerObjectPath(CMPIObjectPath *path, const RaidController_t *ctrl, const char *identifier) {
     QLOG(LOG_DEBUG, "%s: DeviceID - %s\n", __func__, ctrl->DeviceID);
-    AddKey(path, "CreationClassName", kControllerClass);
-    return AddIdentifier(path, "Name", HeapText(MakeDeviceID(ctrl->DeviceID, kControllerPrefix)));
+    return AddKeys(path, {{{"CreationClassName", kControllerClass}, {"Name", identifier}}});
 }
 
-bool FillSoftwareIdentityObjectPath(CMPIObjectPath *path, const RaidController_t *ctrl) {
+Keys_t FillSoftwareIdentityObjectPath(CMPIObjectPath *path, const RaidController_t *ctrl, const char *identifier) {
     QLOG(LOG_DEBUG, "%s: DeviceID - %s\n", __func__, ctrl->DeviceID);
-    return AddIdentifier(path, "InstanceID", HeapText(MakeDeviceID(ctrl->DeviceID, kSoftwareIdentityPrefix)));
+    return AddKeys(path, {{{"InstanceID", identifier}}});
 }
 
-void FillLogicalDeviceObjectPath(CMPIObjectPath *path, const char *identifier, const char *className) {
+Keys_t FillLogicalDeviceObjectPath(CMPIObjectPath *path, const char *identifier, const char *className) {
     QLOG(LOG_DEBUG, "%s: ClassName - %s, DeviceID - %s\n", __func__, className, identifier);
-    AddKey(path, "SystemCreationClassName", GetSystemClassName());
-    AddKey(path, "SystemName", GetSystemName());
-    AddKey(path, "CreationClassName", className);
-    AddKey(path, "DeviceID", identifier);
+    return AddKeys(path, {{{"SystemCreationClassName", OrEmpty(GetSystemClassName())},
+                           {"SystemName", OrEmpty(GetSystemName())},
+                           {"CreationClassName", className},
+                           {"DeviceID", identifier}}});
 }
 
 int RetrieveDeviceID(const CMPIObjectPath *path, const char *keyName, const char *prefix, char **deviceID) {
@@ -83,7 +82,7 @@ int RetrieveDeviceID(const CMPIObjectPath *path, const char *keyName, const char
     if (id == nullptr) return RESULT_NOT_FOUND;
     HeapText copy = CopyOf(id, strlen(id));
     if (copy == nullptr) return RESULT_NO_MEMORY;
-    QLOG(LOG_DEBUG, "%s: s1 - %s\n", __func__, copy.get());
+    QLOG(LOG_DEBUG, "%s: s1 - %s\n", __func__, CutText(copy.get()).Text());
     *deviceID = copy.release();
     return RESULT_OK;
 }
@@ -95,21 +94,21 @@ int RetrieveControllerAndDeviceIDs(const CMPIObjectPath *path, const char *prefi
     if (ids == nullptr) return RESULT_NOT_FOUND;
     const char *separator = strchr(ids, '_');
     if (separator == nullptr) {
-        QLOG(LOG_ERR, "Device ID not found in key %s\n", key);
+        QLOG(LOG_ERR, "Device ID not found in key %s\n", CutText(key).Text());
         return RESULT_NOT_FOUND;
     }
     if (separator == ids) {
-        QLOG(LOG_ERR, "Controller ID not found in key %s\n", key);
+        QLOG(LOG_ERR, "Controller ID not found in key %s\n", CutText(key).Text());
         return RESULT_NOT_FOUND;
     }
     if (separator[1] == '\0') {
-        QLOG(LOG_ERR, "Device ID empty in key %s\n", key);
+        QLOG(LOG_ERR, "Device ID empty in key %s\n", CutText(key).Text());
         return RESULT_NOT_FOUND;
     }
     HeapText controller = CopyOf(ids, static_cast<size_t>(separator - ids));
     HeapText device = controller != nullptr ? CopyOf(separator + 1, strlen(separator + 1)) : nullptr;
     if (device == nullptr) return RESULT_NO_MEMORY;
-    QLOG(LOG_DEBUG, "%s: s1 - %s, s2 - %s\n", __func__, controller.get(), device.get());
+    QLOG(LOG_DEBUG, "%s: s1 - %s, s2 - %s\n", __func__, CutText(controller.get()).Text(), CutText(device.get()).Text());
     *controllerID = controller.release();
     *deviceID = device.release();
     return RESULT_OK;

@@ -1,10 +1,12 @@
 // The three operations through which clients see the model. All are one walk over the controllers and, for a device
 // class, over one list of each; they differ in which records they take and in what they return of them.
 //
-// Requests run on the CIM object manager's threads, any number at once. Controllers are read without a lock; devices
-// under their controller's CtrlMutex, one controller at a time. After each controller's devices its refresh is asked
-// for, which this request does not wait for: the next one sees its result.
+// Requests run on the CIM object manager's threads, any number at once, each holding the life that it began in.
+// Controllers are read without a lock; devices under their controller's CtrlMutex, one controller at a time. After each
+// controller's devices its refresh is asked for, which this request does not wait for: the next one sees its result.
 #include "Ifc.h"
+
+#include "Set.h"
 
 #include <string.h>
 
@@ -15,7 +17,7 @@ struct ServedClass_t {
     const char *KeyName; // of the key that tells instances apart
     const char *Prefix;  // of that key's value
     // For a class of controllers.
-    bool (*FillPath)(CMPIObjectPath *path, const RaidController_t *ctrl);
+    Keys_t (*FillPath)(CMPIObjectPath *path, const RaidController_t *ctrl, const char *identifier);
     void (*FillController)(CMPIInstance *inst, RaidController_t *ctrl);
     // For a class of devices; a null list tells that it is none.
     List_t *RaidController_t::*Devices;
@@ -40,7 +42,7 @@ constexpr ServedClass_t DeviceClass(const char *className, const char *prefix, L
 }
 
 constexpr ServedClass_t ControllerClass(const char *className, const char *keyName, const char *prefix,
-                                        bool (*fillPath)(CMPIObjectPath *, const RaidController_t *),
+                                        Keys_t (*fillPath)(CMPIObjectPath *, const RaidController_t *, const char *),
                                         void (*fill)(CMPIInstance *, RaidController_t *)) {
     return {className, keyName, prefix, fillPath, fill, nullptr, 0, nullptr, nullptr};
 }
@@ -79,7 +81,7 @@ struct Request_t {
 // The opening that all three share. False when the class is not served.
 bool Open(Request_t &request) {
     ReadLogMask();
-    QLOG(LOG_DEBUG, "%s: ObjectPath - %s\n", request.Who, PathText(request.Path));
+    QLOG(LOG_DEBUG, "%s: ObjectPath - %s\n", request.Who, PathText(request.Path).Text());
     ResetNextUnloadTime();
     if (request.Path == nullptr) return false;
     const CMPIString *className = request.Path->ft->getClassName(request.Path, nullptr);
@@ -90,24 +92,25 @@ bool Open(Request_t &request) {
         request.Class = &served;
         return true;
     }
-    QLOG(LOG_ERR, "%s: unsupported class %s\n", request.Who, Shown(TextOf(className)));
+    QLOG(LOG_ERR, "%s: unsupported class %s\n", request.Who, CutText(Shown(TextOf(className))).Text());
     return false;
 }
 
-// The keys of the record, a controller when `device` is null. False when its identifier cannot be made.
-bool FillKeys(const ServedClass_t &served, CMPIObjectPath *path, const RaidController_t *ctrl, const void *device) {
-    if (device == nullptr) return served.FillPath(path, ctrl);
-    const HeapText identifier(MakeLogicalDeviceID(ctrl->DeviceID, served.DeviceIDOf(device), served.Prefix));
-    if (identifier == nullptr) return false;
-    FillLogicalDeviceObjectPath(path, identifier.get(), served.ClassName);
-    return true;
+// What tells the record, a controller when `device` is null, from others of its class; null without memory.
+HeapText IdentifierOf(const ServedClass_t &served, const RaidController_t *ctrl, const void *device) {
+    return HeapText(device == nullptr ? MakeDeviceID(ctrl->DeviceID, served.Prefix)
+                                      : MakeLogicalDeviceID(ctrl->DeviceID, served.DeviceIDOf(device), served.Prefix));
 }
 
 // One record, a controller when `device` is null. Left out when the broker or the heap has no room for it.
 void Return(Request_t &request, RaidController_t *ctrl, void *device) {
     const ServedClass_t &served = *request.Class;
     CMPIObjectPath *path = Broker->eft->newObjectPath(Broker, request.NameSpace, served.ClassName, nullptr);
-    if (path == nullptr || !FillKeys(served, path, ctrl, device)) return;
+    if (path == nullptr) return;
+    const HeapText identifier = IdentifierOf(served, ctrl, device);
+    if (identifier == nullptr) return;
+    const Keys_t keys = device == nullptr ? served.FillPath(path, ctrl, identifier.get())
+                                          : FillLogicalDeviceObjectPath(path, identifier.get(), served.ClassName);
     if (request.NamesOnly) {
         request.Result->ft->returnObjectPath(request.Result, path);
         return;
@@ -115,6 +118,8 @@ void Return(Request_t &request, RaidController_t *ctrl, void *device) {
     CMPIInstance *instance = Broker->eft->newInstance(Broker, path, nullptr);
     if (instance == nullptr) return;
     if (request.Properties != nullptr) instance->ft->setPropertyFilter(instance, request.Properties, nullptr);
+    for (const KeyText_t &key : keys) // brokers differ in whether an instance has those of its path
+        if (key.Name != nullptr) SetText(instance, key.Name, key.Text);
     if (device != nullptr)
         served.FillDevice(instance, ctrl, device);
     else
@@ -133,7 +138,9 @@ void ReturnDevices(Request_t &request, RaidController_t *ctrl) {
 }
 
 void ReturnAll(Request_t &request) {
-    for (RaidController_t *ctrl : Each<RaidController_t>(ListedControllers())) {
+    const InLife here(HoldServedLife());
+    if (request.Class->Devices != nullptr) AwaitFirstBuild();
+    for (RaidController_t *ctrl : Each<RaidController_t>(&ThisLife().RaidControllerList)) {
         if (!Wanted(ctrl->DeviceID, request.ControllerID)) continue;
         if (request.Class->Devices == nullptr) {
             Return(request, ctrl, nullptr);
@@ -185,7 +192,7 @@ CMPIStatus QuarnelProviderGetInstance(CMPIInstanceMI *mi, const CMPIContext *ctx
     HeapText controllerID;
     HeapText deviceID;
     if (ParseKey(request, &controllerID, &deviceID) != RESULT_OK) {
-        QLOG(LOG_ERR, "Object path %s invalid\n", PathText(cop));
+        QLOG(LOG_ERR, "Object path %s invalid\n", PathText(cop).Text());
     } else {
         request.ControllerID = controllerID.get();
         request.DeviceID = deviceID.get();

@@ -11,6 +11,10 @@ CMPIArray *ArrayOf(CMPIUint16 only) {
 
 CMPIArray *ArrayOf(const char *only) {
     CMPIArray *array = Broker->eft->newArray(Broker, 1, CMPI_string, nullptr);
-    if (array != nullptr) array->ft->setElementAt(array, 0, reinterpret_cast<const CMPIValue *>(only), CMPI_chars);
+    CMPIValue value = {};
+    value.string = Broker->eft->newString(Broker, only, nullptr);
+    if (array == nullptr || value.string == nullptr) return nullptr;
+    // Not the characters themselves: some brokers refuse those as elements of an array of strings.
+    array->ft->setElementAt(array, 0, &value, CMPI_string);
     return array;
 }

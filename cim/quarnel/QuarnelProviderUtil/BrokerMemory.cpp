@@ -9,8 +9,8 @@
 namespace {
 
 // Attaches, or gives the context back. Null when that failed.
-CMPIContext *Attached(CMPIContext *prepared) {
-    if (prepared == nullptr || Broker->bft->attachThread(Broker, prepared).rc == CMPI_RC_OK) return prepared;
+CMPIContext *Attached(const CMPIBroker *broker, CMPIContext *prepared) {
+    if (prepared == nullptr || broker->bft->attachThread(broker, prepared).rc == CMPI_RC_OK) return prepared;
     prepared->ft->release(prepared);
     return nullptr;
 }
@@ -24,24 +24,30 @@ void Flush(const CMPIContext *) {}
 
 } // namespace
 
-BrokerScope::BrokerScope() : mark(nullptr) {
+CMPIContext *PrepareContext(const CMPIContext *from) {
+    const BrokerScope scope;
+    return Broker->bft->prepareAttachThread(Broker, from);
+}
+
+BrokerScope::BrokerScope() : broker(Broker), mark(nullptr) {
 #ifndef QUARNEL_CONTEXT_FLUSH
-    const CMPIBrokerMemFT *memory = Broker->mft;
+    const CMPIBrokerMemFT *memory = broker->mft;
     if (memory != nullptr && memory->mark != nullptr && memory->release != nullptr)
-        mark = memory->mark(Broker, nullptr);
+        mark = memory->mark(broker, nullptr);
 #endif
 }
 
 BrokerScope::~BrokerScope() {
-    if (mark != nullptr) Broker->mft->release(Broker, mark);
+    if (mark != nullptr) broker->mft->release(broker, mark);
 }
 
-AttachedContext::AttachedContext(CMPIContext *prepared) : context(Attached(prepared)) {}
+AttachedContext::AttachedContext(CMPIContext *prepared) : broker(Broker), context(Attached(broker, prepared)) {}
 
 AttachedContext::~AttachedContext() {
     if (context == nullptr) return;
+    const BrokerScope scope;
     Flush(context);
-    Broker->bft->detachThread(Broker, context);
+    broker->bft->detachThread(broker, context);
 }
 
 void AttachedContext::Renew() {
@@ -49,9 +55,10 @@ void AttachedContext::Renew() {
     Flush(context);
 #else
     // Without a successor the old one stays, and what was lent on it waits for the next renewal.
-    CMPIContext *successor = Broker->bft->prepareAttachThread(Broker, context);
+    const BrokerScope scope;
+    CMPIContext *successor = broker->bft->prepareAttachThread(broker, context);
     if (successor == nullptr) return;
-    Broker->bft->detachThread(Broker, context);
-    context = Attached(successor);
+    broker->bft->detachThread(broker, context);
+    context = Attached(broker, successor);
 #endif
 }

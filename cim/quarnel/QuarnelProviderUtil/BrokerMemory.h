@@ -1,7 +1,10 @@
 // Giving back what up-calls returned. Objects that a broker lends belong to the thread, and brokers differ in when they
 // free them: at detachThread, or only between mark and release of the memory table, or when the context's flush is
 // called. A thread of ours that lives for months must suit all of them: it makes up-calls only on an attached context
-// and within a scope, renews the context after each job, and ends with nothing of the broker's left on it.
+// and within a scope, renews the context after each job, and ends with nothing of the broker's left on it. Preparing a
+// context leaves objects on the calling thread, too, so that is done within a scope as well.
+//
+// What is begun with one broker ends with it, also when the factory has been given another one meanwhile.
 #pragma once
 
 #include <cmpift.h>
@@ -15,8 +18,12 @@ public:
     BrokerScope &operator=(const BrokerScope &) = delete;
 
 private:
+    const CMPIBroker *broker;
     CMPIGcStat *mark;
 };
+
+// For a thread that is yet to be started; null when the broker has none.
+CMPIContext *PrepareContext(const CMPIContext *from);
 
 // A prepared context, attached to this thread from here to the end of the block.
 class AttachedContext {
@@ -31,5 +38,6 @@ public:
     void Renew();
 
 private:
+    const CMPIBroker *broker;
     CMPIContext *context;
 };

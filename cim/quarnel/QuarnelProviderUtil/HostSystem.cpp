@@ -1,27 +1,24 @@
 // The identity of the host system: part of the keys of every device that is served. Read once at start-up by the thread
-// that starts, read-only from then on, released when no request and no worker is left.
+// that starts, read-only from then on, released with its life.
 #include "../QuarnelProvider.h"
 
 namespace {
 
-char *__SystemName; // set: the identity is known
-char *__HostName;
-char *__SystemClassName;
-
 const struct {
     const char *Property;
-    char **Text;
+    char *Life_t::*Text;
 } kIdentity[] = {
-    {"Name", &__SystemName},
-    {"ElementName", &__HostName},
-    {"CreationClassName", &__SystemClassName},
+    {"Name", &Life_t::SystemName},
+    {"ElementName", &Life_t::HostName},
+    {"CreationClassName", &Life_t::SystemClassName},
 };
 
 } // namespace
 
 int InitSystemInfo(const CMPIInstanceMI *, const CMPIContext *ctx) {
     QLOG(LOG_DEBUG, "%s: entering...\n", __func__);
-    if (__SystemName != nullptr) return RESULT_OK;
+    Life_t &life = ThisLife();
+    if (life.SystemName != nullptr) return RESULT_OK;
 
     CMPIStatus status = kOk;
     CMPIObjectPath *path = Broker->eft->newObjectPath(Broker, "root/cimv2", "OMC_UnitaryComputerSystem", &status);
@@ -32,6 +29,7 @@ int InitSystemInfo(const CMPIInstanceMI *, const CMPIContext *ctx) {
     }
     NoteUpcall();
     const CMPIEnumeration *hosts = Broker->bft->enumerateInstances(Broker, ctx, path, nullptr, &status);
+    if (Stopping()) return RESULT_INVALID;
     const CMPIInstance *host = status.rc == CMPI_RC_OK ? FirstOf<CMPIInstance>(hosts) : nullptr;
     if (host == nullptr) {
         const char *message = status.rc != CMPI_RC_OK ? TextOf(status.msg) : nullptr;
@@ -41,20 +39,21 @@ int InitSystemInfo(const CMPIInstanceMI *, const CMPIContext *ctx) {
             QLOG(LOG_ERR, "%s: no instance found. rc %d\n", __func__, status.rc);
         return RESULT_INVALID;
     }
-    ReleaseSystemInfo(); // an earlier life may have known the other two
-    for (const auto &row : kIdentity) *row.Text = StringClone(TextOf(host, row.Property));
-    QLOG(LOG_DEBUG, "SYSTEM INFO: HostName %s, SystemName %s, SystemClassName %s\n", Shown(__HostName),
-         Shown(__SystemName), Shown(__SystemClassName));
+    ReleaseSystemInfo(); // an earlier try may have found the other two
+    for (const auto &row : kIdentity) life.*row.Text = StringClone(TextOf(host, row.Property));
+    QLOG(LOG_DEBUG, "SYSTEM INFO: HostName %s, SystemName %s, SystemClassName %s\n", Shown(life.HostName),
+         Shown(life.SystemName), Shown(life.SystemClassName));
     return RESULT_OK;
 }
 
 void ReleaseSystemInfo() {
-    for (char **text : {&__SystemClassName, &__HostName, &__SystemName}) {
-        free(*text);
-        *text = nullptr;
+    Life_t &life = ThisLife();
+    for (const auto &row : kIdentity) {
+        free(life.*row.Text);
+        life.*row.Text = nullptr;
     }
 }
 
-const char *GetHostName() { return __HostName; }
-const char *GetSystemName() { return __SystemName; }
-const char *GetSystemClassName() { return __SystemClassName; }
+const char *GetHostName() { return ThisLife().HostName; }
+const char *GetSystemName() { return ThisLife().SystemName; }
+const char *GetSystemClassName() { return ThisLife().SystemClassName; }

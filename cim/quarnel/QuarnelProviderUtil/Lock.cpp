@@ -16,10 +16,12 @@ constexpr unsigned AllowedUnder(LockRank rank) {
     switch (rank) {
     case LockRank::Controller:
         return Bit(LockRank::Kind);
+    case LockRank::Threads:
+        return Bit(LockRank::Life) | Bit(LockRank::Kind);
     case LockRank::Queue:
         return Bit(LockRank::Threads);
+    case LockRank::Life:
     case LockRank::Kind:
-    case LockRank::Threads:
         break;
     }
     return 0;

@@ -1,7 +1,8 @@
 // Mutexes that clang's thread-safety analysis checks, and locks that end with their block.
 //
-// The order of locks: a controller's kind mutex, then its CtrlMutex; the thread mutex, then the queue's. No call into a
-// vendor's provider is made under CtrlMutex. QUARNEL_LOCK_CHECKS makes every lock assert that.
+// The order of locks: the lifecycle's mutex or a controller's kind mutex, then the thread mutex, then the queue's; a
+// kind mutex, then its controller's CtrlMutex. No call into a vendor's provider is made under any but a kind mutex.
+// QUARNEL_LOCK_CHECKS makes every lock assert that.
 #pragma once
 
 #include <pthread.h>
@@ -18,7 +19,7 @@
 
 typedef pthread_mutex_t TS(capability("mutex")) Mutex_t;
 
-enum class LockRank { Kind, Controller, Threads, Queue };
+enum class LockRank { Life, Kind, Controller, Threads, Queue };
 
 #ifdef QUARNEL_LOCK_CHECKS
 // Each ends the process with a line on standard error when the order of locks is broken.
@@ -45,16 +46,24 @@ public:
     ScopedLock &operator=(const ScopedLock &) = delete;
 
     void Wait(pthread_cond_t &changed) { pthread_cond_wait(&changed, &mutex); }
-    // False when `until` (CLOCK_MONOTONIC) has come without a signal. The condition's clock must be the monotonic one.
+    // False when `until` (CLOCK_MONOTONIC) has come without a signal.
     bool WaitUntil(pthread_cond_t &changed, const timespec &until) {
-        return pthread_cond_timedwait(&changed, &mutex, &until) == 0;
+        return pthread_cond_clockwait(&changed, &mutex, CLOCK_MONOTONIC, &until) == 0;
     }
 
 private:
     Mutex_t &mutex;
 };
 
-using KindLock = ScopedLock<LockRank::Kind>;
+using LifeLock = ScopedLock<LockRank::Life>;
 using ControllerLock = ScopedLock<LockRank::Controller>;
 using ThreadsLock = ScopedLock<LockRank::Threads>;
 using QueueLock = ScopedLock<LockRank::Queue>;
+
+// `seconds` from now on, on the clock that waits end by: CLOCK_MONOTONIC.
+inline timespec InSeconds(time_t seconds) {
+    timespec then = {};
+    clock_gettime(CLOCK_MONOTONIC, &then);
+    then.tv_sec += seconds;
+    return then;
+}

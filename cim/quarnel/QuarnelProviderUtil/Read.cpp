@@ -53,19 +53,40 @@ bool NextElement(const CMPIEnumeration *enumeration, CMPIData *element) {
 bool Next(const CMPIEnumeration *enumeration, CMPIInstance **next) {
     CMPIData element = {};
     if (!NextElement(enumeration, &element)) return false;
-    *next = Present(element, CMPI_instance) ? element.value.inst : nullptr;
+    *next = element.type == CMPI_instance ? element.value.inst : nullptr;
     return true;
 }
 
 bool Next(const CMPIEnumeration *enumeration, CMPIObjectPath **next) {
     CMPIData element = {};
     if (!NextElement(enumeration, &element)) return false;
-    *next = Present(element, CMPI_ref) ? element.value.ref : nullptr;
+    *next = element.type == CMPI_ref ? element.value.ref : nullptr;
     return true;
 }
 
-const char *PathText(const CMPIObjectPath *path) {
-    return Shown(path != nullptr ? TextOf(path->ft->toString(path, nullptr)) : nullptr);
+PathText::PathText(const CMPIObjectPath *path) {
+    if (path == nullptr) {
+        text.Append("NULL");
+        return;
+    }
+    if (const char *nameSpace = TextOf(path->ft->getNameSpace(path, nullptr))) text.Append(nameSpace, ":");
+    if (const char *className = ClassNameOf(path)) text.Append(className);
+    const CMPICount count = path->ft->getKeyCount(path, nullptr);
+    for (CMPICount i = 0; i < count && !text.Full(); ++i) {
+        CMPIString *name = nullptr;
+        CMPIStatus status = kOk;
+        const CMPIData key = path->ft->getKeyAt(path, i, &name, &status);
+        if (status.rc != CMPI_RC_OK) continue;
+        text.Append(i == 0 ? "." : ",", Shown(TextOf(name)), "=");
+        if (Present(key, CMPI_string))
+            text.Append("\"", Shown(TextOf(key.value.string)), "\"");
+        else if (Present(key, CMPI_boolean))
+            text.Append(key.value.boolean != 0 ? "TRUE" : "FALSE");
+        else if (Present(key, CMPI_ref))
+            text.Append("(reference)");
+        else
+            text.Append(IntegerIn(key, UINT64_MAX));
+    }
 }
 
 const char *MessageOf(const CMPIStatus &status) { return Shown(TextOf(status.msg)); }

@@ -1,6 +1,8 @@
 // Reading CMPI values: the one place that looks at type, state and status. A value of another type, one that does not
-// fit, or one in the null state is absent: null, zero, false.
+// fit, or one in the null state is absent: null, zero, false. Of an enumeration's elements only type and pointer count.
 #pragma once
+
+#include "TextBuffer.h"
 
 #include <cmpift.h>
 
@@ -64,7 +66,7 @@ inline const char *ClassNameOf(const CMPIObjectPath *path) {
 }
 
 // Steps through an enumeration; a null one is empty, a broken one ends. False at the end. `next` is null for an element
-// of another kind.
+// of another kind. Its state says nothing: some brokers leave it null in every element.
 bool Next(const CMPIEnumeration *enumeration, CMPIInstance **next);
 bool Next(const CMPIEnumeration *enumeration, CMPIObjectPath **next);
 
@@ -74,6 +76,27 @@ template <class Handle> Handle *FirstOf(const CMPIEnumeration *enumeration) {
     return Next(enumeration, &first) ? first : nullptr;
 }
 
-// Only as arguments of a log line: rendering a path is a call into the broker. Never null.
-const char *PathText(const CMPIObjectPath *path);
+// An object path as a log line shows it: "root/cimv2:Class.Key=\"value\"", cut at 1,023 bytes; "NULL" for none.
+// Composed here: a broker's own rendering was seen to end the process when a client sends long keys. Only as an
+// argument of a log line, which is not evaluated when the line is masked: composing takes calls into the broker.
+class PathText {
+public:
+    explicit PathText(const CMPIObjectPath *path);
+    const char *Text() const { return text.Text(); }
+
+private:
+    TextBuffer<1024> text;
+};
+
+// A text that came from a client as a log line shows it: cut at 1,023 bytes.
+class CutText {
+public:
+    explicit CutText(const char *whole) { text.Append(whole); }
+    const char *Text() const { return text.Text(); }
+
+private:
+    TextBuffer<1024> text;
+};
+
+// Never null.
 const char *MessageOf(const CMPIStatus &status);

@@ -34,11 +34,11 @@ void TextComposer::AppendCut(const char *text) {
     full = true;
 }
 
-void TextComposer::AppendPart(uint16_t number) {
-    char digits[sizeof "65535"];
+void TextComposer::AppendPart(uint64_t number) {
+    char digits[sizeof "18446744073709551615"];
     char *first = digits + sizeof digits - 1;
     *first = '\0';
-    unsigned rest = number;
+    uint64_t rest = number;
     do *--first = static_cast<char>('0' + rest % 10);
     while ((rest /= 10) != 0);
     AppendBytes(first, static_cast<size_t>(digits + sizeof digits - 1 - first));

@@ -21,7 +21,7 @@ protected:
 
 private:
     void AppendPart(const char *text) { AppendBytes(text, __builtin_strlen(text)); } // a literal's is known
-    void AppendPart(uint16_t number);
+    void AppendPart(uint64_t number);
     void AppendBytes(const char *text, size_t wanted) {
         if (wanted > size - 1 - length) return AppendCut(text);
         __builtin_memcpy(buffer + length, text, wanted);

@@ -1,0 +1,74 @@
+// The queue of jobs as its producers see it, and waiting for it to move.
+#include "Cfg.h"
+
+namespace {
+
+bool Reached(Life_t &life, QueueState wanted) REQUIRES(life.QuarnelThreadMutex) {
+    if (Stopping()) return true;
+    const QueueLock queue(life.__FIFO.Mutex);
+    if (wanted == QueueState::HasRoom) return life.__FIFO.List.Size < life.__FIFO.Size;
+    return IsListEmpty(&life.__FIFO.List) != 0 && life.ActiveThreads <= life.LostWorkers + life.DrainingJobs;
+}
+
+// There are workers that are neither lost nor waiting for the queue.
+bool OthersWork(const Life_t &life) REQUIRES(life.QuarnelThreadMutex) {
+    return life.RunningWorkers > life.LostWorkers + life.WaitingJobs;
+}
+
+// Waits until the queue is in the state (true), until `until`, or until there is a job that no other worker would take:
+// that one is `job`, and the caller's.
+bool WaitFor(Life_t &life, QueueState wanted, const timespec &until, Thread_Args_t **job) {
+    ThreadsLock lock(life.QuarnelThreadMutex);
+    const uint32_t draining = wanted == QueueState::Drained ? 1 : 0;
+    life.WaitingJobs += 1;
+    life.DrainingJobs += draining;
+    bool reached = Reached(life, wanted);
+    while (!reached && OthersWork(life) && lock.WaitUntil(life.QuarnelProgressCond, until))
+        reached = Reached(life, wanted);
+    if (!reached && !OthersWork(life)) *job = static_cast<Thread_Args_t *>(GetItem(&life.__FIFO));
+    life.WaitingJobs -= 1;
+    life.DrainingJobs -= draining;
+    return reached;
+}
+
+} // namespace
+
+int QueueJob(Thread_Args_t *job) {
+    Life_t &life = ThisLife();
+    const int result = PutItem(&life.__FIFO, job);
+    if (result != RESULT_OK) return result;
+    const ThreadsLock lock(life.QuarnelThreadMutex);
+    pthread_cond_signal(&life.QuarnelThreadCond);
+    return RESULT_OK;
+}
+
+bool OncePerSecond::Due() {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    const bool due = said.tv_sec == 0 || now.tv_sec > said.tv_sec + 1 ||
+                     (now.tv_sec == said.tv_sec + 1 && now.tv_nsec >= said.tv_nsec);
+    if (due) said = now;
+    return due;
+}
+
+void AwaitQueue(const CMPIContext *ctx, QueueState wanted, OncePerSecond *saying, void (*say)()) {
+    Life_t &life = ThisLife();
+    Thread_Args_t *job = nullptr;
+    timespec until = {}; // at first no wait
+    while (!WaitFor(life, wanted, until, &job)) {
+        if (job != nullptr) {
+            job->Func(const_cast<CMPIContext *>(ctx), job);
+            job = nullptr;
+        }
+        LookAfterWorkers(ctx);
+        if (saying->Due()) say();
+        until = InSeconds(1);
+    }
+}
+
+void FreeJob(void *record) {
+    const Heap<Thread_Args_t> job(static_cast<Thread_Args_t *>(record));
+    if (job->Func != ProcessBuildLogicalDeviceInfo) return;
+    Owned<CMPIObjectPath>(reinterpret_cast<CMPIObjectPath *>(job->Arg3)).reset();
+    Owned<CMPIInstance>(reinterpret_cast<CMPIInstance *>(job->Arg4)).reset();
+}
