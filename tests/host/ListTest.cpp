@@ -169,6 +169,27 @@ TEST(List, LogLinesGoToStandardErrorUpToTheLevel) {
     EXPECT_NE(all.find("QuarnelInit: EXIT"), std::string::npos);
 }
 
+TEST(List, MoreDisksThanTheQueueHoldsAreNoError) {
+    Server server(SmallServer());
+    Json &disks = server.Controller()["disks"];
+    Json free = disks.back();
+    for (int number = 10; number < 50; ++number) {
+        free["id"] = std::to_string(number);
+        disks.push_back(free);
+    }
+    server.description["behaviour"] = {{{"class", "CIM_MediaPresent"}, {"latency", 5}}};
+    server.Save();
+    const auto linesAt = [&](const char *level) {
+        Process list(kProgram, {"list", "--log", level, "--hardware", server.File()});
+        EXPECT_EQ(list.Wait(), 0);
+        return list.Err();
+    };
+    const std::string errors = linesAt("err"), all = linesAt("info");
+    EXPECT_EQ(errors.find("FIFO full"), std::string::npos) << errors;
+    EXPECT_NE(errors.find("Disk d2 firmware version no available"), std::string::npos) << errors;
+    EXPECT_NE(all.find("BuildLogicalDeviceInfo: FIFO full, waiting..."), std::string::npos) << all;
+}
+
 TEST(List, SlowHardwareIsShownAsFarAsItIsRead) {
     Server server(SmallServer());
     server.description["behaviour"] = {{{"class", "CIM_SystemDevice"}, {"latency", 3000}}};
