@@ -4,6 +4,7 @@
 #include "cim/wbem/Encode.h"
 #include "cim/wbem/Errors.h"
 #include "cim/wbem/NameSpaces.h"
+#include "cim/wbem/Qualifiers.h"
 
 #include <algorithm>
 
@@ -218,6 +219,21 @@ void EnumerateClasses(const Request &request, XmlWriter &xml) {
     for (const std::string &name : names) WriteClass(xml, *request.Classes().Find(name), detail);
 }
 
+// --- Qualifiers ---
+
+void EnumerateQualifiers(const Request &, XmlWriter &xml) {
+    const Element answer(xml, "IRETURNVALUE");
+    for (const QualifierDeclaration &each : kQualifiers) WriteQualifierDeclaration(xml, each);
+}
+
+void GetQualifier(const Request &request, XmlWriter &xml) {
+    const std::string &name = request.arguments.Text("QualifierName");
+    const QualifierDeclaration *found = FindQualifier(name);
+    if (found == nullptr) throw Fault(CMPI_RC_ERR_NOT_FOUND, "there is no qualifier " + name);
+    const Element answer(xml, "IRETURNVALUE");
+    WriteQualifierDeclaration(xml, *found);
+}
+
 // --- Which there are ---
 
 constexpr bool kRequired = true;
@@ -256,6 +272,8 @@ const Method kMethods[] = {
     {"GetClass", GetClass, {kClassName, kLocalOnly, kQualifiers, kOrigin, kProperties}},
     {"EnumerateClassNames", EnumerateClassNames, {kAnyClassName, kDeep}},
     {"EnumerateClasses", EnumerateClasses, {kAnyClassName, kDeep, kLocalOnly, kQualifiers, kOrigin}},
+    {"EnumerateQualifiers", EnumerateQualifiers, {}},
+    {"GetQualifier", GetQualifier, {{"QualifierName", Kind::Text, kRequired}}},
     {"CreateInstance", CreateInstance, {{"NewInstance", Kind::Instance, kRequired}}},
     {"ModifyInstance",
      ModifyInstance,

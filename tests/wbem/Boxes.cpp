@@ -11,12 +11,12 @@ namespace {
 
 const char kClasses[] = R"(
 class Test_Element { string Caption; };
-class Test_Box : Test_Element {
+[Version("1.0"), Description("A box.")] class Test_Box : Test_Element {
     [Key] string Name;
     [Key] uint16 Slot;
     [Key] boolean Spare;
     uint64 Size;
-    uint16 States[];
+    [ValueMap{"2", "5"}, Values{"full", "<empty>"}] uint16 States[];
     string Note;
 };
 class Test_FineBox : Test_Box { real64 Weight; };

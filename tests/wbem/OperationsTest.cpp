@@ -167,13 +167,17 @@ TEST_F(Operations, ClassesAreShownAsTheTreeHasThem) {
     EXPECT_EQ(Returned("GetClass", ClassParameter("Test_FineBox") + Names("Slot Weight") + Bool("LocalOnly", "false") +
                                        Bool("IncludeClassOrigin", "true")),
               "<CLASS NAME=\"Test_FineBox\" SUPERCLASS=\"Test_Box\">"
+              "<QUALIFIER NAME=\"Description\" TYPE=\"string\" PROPAGATED=\"true\" TRANSLATABLE=\"true\">"
+              "<VALUE>A box.</VALUE></QUALIFIER>"
               "<PROPERTY NAME=\"Slot\" TYPE=\"uint16\" CLASSORIGIN=\"Test_Box\" PROPAGATED=\"true\">"
-              "<QUALIFIER NAME=\"Key\" TYPE=\"boolean\"><VALUE>TRUE</VALUE></QUALIFIER></PROPERTY>"
+              "<QUALIFIER NAME=\"Key\" TYPE=\"boolean\" PROPAGATED=\"true\" OVERRIDABLE=\"false\"><VALUE>TRUE</VALUE>"
+              "</QUALIFIER></PROPERTY>"
               "<PROPERTY NAME=\"Weight\" TYPE=\"real64\" CLASSORIGIN=\"Test_FineBox\"></PROPERTY></CLASS>");
     EXPECT_EQ(Returned("GetClass", ClassParameter("Test_Pair") + Names("Left")),
-              "<CLASS NAME=\"Test_Pair\"><QUALIFIER NAME=\"Association\" TYPE=\"boolean\"><VALUE>TRUE</VALUE>"
-              "</QUALIFIER><PROPERTY.REFERENCE NAME=\"Left\" REFERENCECLASS=\"Test_Box\"><QUALIFIER NAME=\"Key\" "
-              "TYPE=\"boolean\"><VALUE>TRUE</VALUE></QUALIFIER></PROPERTY.REFERENCE></CLASS>");
+              "<CLASS NAME=\"Test_Pair\"><QUALIFIER NAME=\"Association\" TYPE=\"boolean\" OVERRIDABLE=\"false\">"
+              "<VALUE>TRUE</VALUE></QUALIFIER><PROPERTY.REFERENCE NAME=\"Left\" REFERENCECLASS=\"Test_Box\">"
+              "<QUALIFIER NAME=\"Key\" TYPE=\"boolean\" OVERRIDABLE=\"false\"><VALUE>TRUE</VALUE></QUALIFIER>"
+              "</PROPERTY.REFERENCE></CLASS>");
     EXPECT_EQ(Returned("EnumerateClassNames", ClassParameter("Test_Element")),
               "<CLASSNAME NAME=\"Test_Box\"></CLASSNAME>");
     EXPECT_EQ(Returned("EnumerateClassNames", ClassParameter("Test_Element") + Bool("DeepInheritance", "true")),
@@ -184,6 +188,38 @@ TEST_F(Operations, ClassesAreShownAsTheTreeHasThem) {
     EXPECT_EQ(Error("GetClass", ClassParameter("Test_No")), "6: there is no class Test_No");
     EXPECT_EQ(Error("EnumerateClassNames", ClassParameter("Test_No")), "5: there is no class Test_No");
     EXPECT_EQ(Error("EnumerateClasses", ClassParameter("Test_No")), "5: there is no class Test_No");
+}
+
+TEST_F(Operations, QualifiersTellWhatValuesMean) {
+    const std::string head = "<CLASS NAME=\"Test_Box\" SUPERCLASS=\"Test_Element\">";
+    const std::string states = "<PROPERTY.ARRAY NAME=\"States\" TYPE=\"uint16\">";
+    EXPECT_EQ(Returned("GetClass", ClassParameter("Test_Box") + Names("States")),
+              head +
+                  "<QUALIFIER NAME=\"Version\" TYPE=\"string\" TOSUBCLASS=\"false\" TRANSLATABLE=\"true\">"
+                  "<VALUE>1.0</VALUE></QUALIFIER><QUALIFIER NAME=\"Description\" TYPE=\"string\" TRANSLATABLE=\"true\">"
+                  "<VALUE>A box.</VALUE></QUALIFIER>" +
+                  states +
+                  "<QUALIFIER NAME=\"ValueMap\" TYPE=\"string\"><VALUE.ARRAY><VALUE>2</VALUE><VALUE>5</VALUE>"
+                  "</VALUE.ARRAY></QUALIFIER><QUALIFIER NAME=\"Values\" TYPE=\"string\" TRANSLATABLE=\"true\">"
+                  "<VALUE.ARRAY><VALUE>full</VALUE><VALUE>&lt;empty&gt;</VALUE></VALUE.ARRAY></QUALIFIER>"
+                  "</PROPERTY.ARRAY></CLASS>");
+    EXPECT_EQ(Returned("GetClass", ClassParameter("Test_Box") + Names("States") + Bool("IncludeQualifiers", "false")),
+              head + states + "</PROPERTY.ARRAY></CLASS>");
+
+    const auto qualifier = [](const char *name) {
+        return Parameter("QualifierName", std::string("<VALUE>") + name + "</VALUE>");
+    };
+    const std::string values = Returned("GetQualifier", qualifier("values"));
+    EXPECT_EQ(values, "<QUALIFIER.DECLARATION NAME=\"Values\" TYPE=\"string\" ISARRAY=\"true\" TRANSLATABLE=\"true\">"
+                      "<SCOPE PROPERTY=\"true\" METHOD=\"true\" PARAMETER=\"true\"></SCOPE></QUALIFIER.DECLARATION>");
+    const std::string key = Returned("GetQualifier", qualifier("Key"));
+    EXPECT_EQ(key, "<QUALIFIER.DECLARATION NAME=\"Key\" TYPE=\"boolean\" OVERRIDABLE=\"false\">"
+                   "<SCOPE REFERENCE=\"true\" PROPERTY=\"true\"></SCOPE><VALUE>FALSE</VALUE></QUALIFIER.DECLARATION>");
+    const std::string all = Returned("EnumerateQualifiers", "");
+    EXPECT_NE(all.find(values), std::string::npos);
+    EXPECT_NE(all.find(key), std::string::npos);
+    EXPECT_EQ(Error("GetQualifier", qualifier("MaxLen")), "6: there is no qualifier MaxLen");
+    EXPECT_EQ(Error("GetQualifier", ""), "4: QualifierName is missing");
 }
 
 TEST_F(Operations, WhatWouldChangeInstancesComesBackWithTheProvidersRefusal) {
@@ -214,7 +250,7 @@ TEST_F(Operations, WhatIsNotThereOrNotSupportedHasItsCimError) {
     EXPECT_EQ(Error("EnumerateInstances", ClassParameter("Test_None")).substr(0, 2), "5:");
     EXPECT_EQ(Error("EnumerateInstances", ClassParameter("Test_Unserved")).substr(0, 2), "7:");
     for (const char *method : {"OpenEnumerateInstances", "PullInstancesWithPath", "CloseEnumeration", "GetProperty",
-                               "SetProperty", "CreateClass", "EnumerateQualifiers", "Nonsense"}) {
+                               "SetProperty", "CreateClass", "SetQualifier", "Nonsense"}) {
         EXPECT_EQ(Error(method, ""), std::string("7: ") + method + " is not supported by this server");
     }
 }

@@ -284,6 +284,43 @@ TEST(Wbemcli, ClassesAndNamespacesAreDiscovered) {
     EXPECT_EQ(spaces, "Name=\"root/cimv2\" Name=\"root/interop\" Name=\"root/sim\" ");
 }
 
+// What the number of a property means, by the qualifiers of its class as the client's trace of the answer has them.
+std::string MeaningOf(const std::string &trace, const std::string &property, const std::string &number) {
+    const std::size_t begin = trace.find(" NAME=\"" + property + "\" TYPE=\"uint16\"");
+    const std::string own = trace.substr(std::min(begin, trace.size()), trace.find("</PROPERTY", begin) - begin);
+    Lines values; // those of ValueMap, then as many of Values
+    const std::string open = "<VALUE>";
+    for (std::size_t at = 0; (at = own.find(open, at)) != std::string::npos;) {
+        at += open.size();
+        values.push_back(own.substr(at, own.find('<', at) - at));
+    }
+    const auto half = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    const auto found = std::find(values.begin(), half, number);
+    return found == half ? "none in " + own : *(half + (found - values.begin()));
+}
+
+TEST(Wbemcli, ClassesTellWhatTheNumbersThatAreServedMean) {
+    const struct {
+        const char *object, *property, *number, *meaning;
+    } kCases[] = {
+        {"root/interop:CIM_RegisteredProfile", "RegisteredOrganization", "11", "SNIA"},
+        {"root/interop:CIM_RegisteredProfile", "AdvertiseTypes", "2", "Not Advertised"},
+        {"root/cimv2:Zembra_QuarnelController", "Dedicated", "3", "Storage"},
+        {"root/cimv2:Zembra_QuarnelStorageVolume", "OperationalStatus", "3", "Degraded"},
+        {"root/cimv2:Zembra_QuarnelStorageVolume", "ExtentStatus", "11", "Rebuild"},
+        {"root/cimv2:Zembra_QuarnelStorageVolume", "NameFormat", "9", "NAA"},
+        {"root/cimv2:Zembra_QuarnelStorageExtent", "HealthState", "30", "Non-recoverable error"},
+        {"root/cimv2:Zembra_QuarnelSASSATAPort", "OperationalStatus", "12", "No Contact"},
+        {"root/cimv2:Zembra_QuarnelSASSATAPort", "UsageRestriction", "3", "Back-end only"},
+        {"root/cimv2:Zembra_QuarnelBattery", "BatteryStatus", "3", "Fully Charged"},
+        {"root/sim:Sim_SoftwareIdentity", "Classifications", "10", "Firmware"},
+    };
+    for (const auto &each : kCases) {
+        const Outcome outcome = RackServer().Ask({"-dx", "gc"}, each.object);
+        EXPECT_EQ(MeaningOf(outcome.err, each.property, each.number), each.meaning) << each.object;
+    }
+}
+
 TEST(Serve, ASignalEndsItCleanlyWithinASecond) {
 #ifdef QUARNEL_SANITIZED // which is no measure of time, but shows that nobody is waited for
     const std::chrono::seconds limit(10);
