@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <regex>
 #include <unistd.h>
 
 namespace cim::wbem {
@@ -50,6 +51,10 @@ std::string Names(const std::string &names) {
 
 std::string Bool(const char *name, const char *value) {
     return Parameter(name, std::string("<VALUE>") + value + "</VALUE>");
+}
+
+std::string TextWith(std::string text, const std::string &from, const std::string &to) {
+    return text.replace(text.find(from), from.size(), to);
 }
 
 const std::string kLeft = Parameter("InstanceName", kLeftName);
@@ -124,11 +129,29 @@ TEST_F(Operations, KeysCompareByTheTypesOfTheirClass) {
               "4: key Slot: &quot;65536&quot; is no uint16");
     EXPECT_EQ(Error("GetInstance", Parameter("InstanceName", LeftWith("VALUETYPE=\"boolean\">true"))),
               "4: key Slot: &quot;true&quot; is no uint16");
-    EXPECT_EQ(Error("GetInstance", Parameter("InstanceName", "<INSTANCENAME CLASSNAME=\"Test_Box\"/>")),
-              "6: The object was not found");
     EXPECT_EQ(Error("GetInstance", Parameter("InstanceName", "<INSTANCENAME CLASSNAME=\"Test_Box\"><KEYVALUE>left"
                                                              "</KEYVALUE></INSTANCENAME>")),
               "4: Test_Box has not one key; a key needs its name");
+}
+
+TEST_F(Operations, AnInstanceIsNamedByAllOfItsKeys) {
+    const auto left = [](const std::string &from, const std::string &to) {
+        return Parameter("InstanceName", TextWith(kLeftName, from, to));
+    };
+    const std::string spare = "<KEYBINDING NAME=\"Spare\"><KEYVALUE VALUETYPE=\"boolean\">TRUE</KEYVALUE></KEYBINDING>";
+    const std::string note = "<KEYBINDING NAME=\"Note\"><KEYVALUE>new</KEYVALUE></KEYBINDING>";
+    const struct {
+        std::string name;
+        const char *error;
+    } kCases[] = {
+        {Parameter("InstanceName", "<INSTANCENAME CLASSNAME=\"Test_Box\"/>"), "4: key Name of Test_Box is missing"},
+        {left(spare, ""), "4: key Spare of Test_Box is missing"},
+        {left(spare, spare + note), "4: Note is no key of Test_Box"},
+        {left("TRUE", "FALSE"), "6: The object was not found"},
+        {left(">left<", ">none<"), "6: The object was not found"},
+        {Parameter("InstanceName", "<INSTANCENAME CLASSNAME=\"Test_None\"/>"), "5: unknown class Test_None"},
+    };
+    for (const auto &each : kCases) EXPECT_EQ(Error("GetInstance", each.name), each.error) << each.name;
 }
 
 TEST_F(Operations, AssociationsAreFollowedInAllFourWays) {
@@ -247,8 +270,13 @@ TEST_F(Operations, WhatWouldChangeInstancesComesBackWithTheProvidersRefusal) {
 TEST_F(Operations, WhatIsNotThereOrNotSupportedHasItsCimError) {
     EXPECT_EQ(Error("EnumerateInstances", ClassParameter("Test_Box"), "root/none"),
               "3: there is no namespace root/none");
-    EXPECT_EQ(Error("EnumerateInstances", ClassParameter("Test_None")).substr(0, 2), "5:");
-    EXPECT_EQ(Error("EnumerateInstances", ClassParameter("Test_Unserved")).substr(0, 2), "7:");
+    for (const char *nameSpace : {"root/test", "root/cimv2", "root/interop"}) {
+        for (const char *method : {"EnumerateInstances", "EnumerateInstanceNames"}) {
+            EXPECT_EQ(ResponseIn(Call(method, ClassParameter("Test_Unserved"), nameSpace)),
+                      "<IRETURNVALUE></IRETURNVALUE>");
+            EXPECT_EQ(Error(method, ClassParameter("Test_None"), nameSpace), "5: there is no class Test_None");
+        }
+    }
     for (const char *method : {"OpenEnumerateInstances", "PullInstancesWithPath", "CloseEnumeration", "GetProperty",
                                "SetProperty", "CreateClass", "SetQualifier", "Nonsense"}) {
         EXPECT_EQ(Error(method, ""), std::string("7: ") + method + " is not supported by this server");
@@ -295,9 +323,26 @@ TEST_F(Operations, InteropTellsTheNamespaces) {
               "<INSTANCE CLASSNAME=\"CIM_Namespace\"><PROPERTY NAME=\"Name\" TYPE=\"string\">"
               "<VALUE>root/cimv2</VALUE></PROPERTY></INSTANCE>");
     EXPECT_EQ(
-        Error("GetInstance", Parameter("InstanceName", "<INSTANCENAME CLASSNAME=\"CIM_Namespace\"/>"), "root/interop"),
+        Error("GetInstance", Parameter("InstanceName", TextWith(first, ">root/cimv2<", ">root/none<")), "root/interop"),
         "6: The object was not found");
-    EXPECT_EQ(Error("EnumerateInstances", ClassParameter("CIM_Namespace"), "root/test").substr(0, 2), "7:");
+    EXPECT_EQ(Returned("EnumerateInstanceNames", ClassParameter("CIM_Namespace"), "root/test"), "");
+}
+
+TEST_F(Operations, InteropTellsOfTheServer) {
+    const std::string manager = Returned("EnumerateInstances", ClassParameter("CIM_ObjectManager"), "root/interop");
+    EXPECT_NE(manager.find("<PROPERTY NAME=\"ElementName\" TYPE=\"string\"><VALUE>Quarnel</VALUE>"), std::string::npos);
+    EXPECT_TRUE(std::regex_search(manager, std::regex("<VALUE>[^<]* Version \\d+\\.\\d+\\.\\d+</VALUE>"))) << manager;
+    const std::string name = Returned("EnumerateInstanceNames", ClassParameter("CIM_ObjectManager"), "root/interop");
+    EXPECT_EQ(manager.find(name), manager.find("<INSTANCENAME")) << "there is one";
+    EXPECT_EQ("<VALUE.NAMEDINSTANCE>" + name +
+                  Returned("GetInstance", Parameter("InstanceName", name), "root/interop") + "</VALUE.NAMEDINSTANCE>",
+              manager);
+    EXPECT_EQ(Returned("EnumerateInstanceNames", ClassParameter("CIM_ManagedElement"), "root/interop"),
+              name + Returned("EnumerateInstanceNames", ClassParameter("CIM_Namespace"), "root/interop"));
+    const std::string elements = Returned(
+        "EnumerateInstances", ClassParameter("CIM_ManagedElement") + Bool("DeepInheritance", "false"), "root/interop");
+    EXPECT_NE(elements.find(">Quarnel<"), std::string::npos);
+    EXPECT_EQ(elements.find("PROPERTY NAME=\"Started\""), std::string::npos);
 }
 
 } // namespace
