@@ -22,10 +22,12 @@ bool SameForm(const ClassDeclaration &a, const ClassDeclaration &b) {
                       });
 }
 
-// Puts the superclass's properties in front. A property declared again keeps its place, its type and its being a key.
+// Puts the superclass's properties in front. A property declared again keeps its place, its type and its being a key,
+// and what other qualifiers it does not give anew.
 void Inherit(MofClass &parsed, const ClassDeclaration &base) {
     ClassDeclaration &declaration = parsed.declaration;
     declaration.association = declaration.association || base.association;
+    declaration.qualifiers = Inherited(declaration.qualifiers, base.qualifiers);
     Named<PropertyDeclaration> all = base.properties;
     for (std::size_t i = 0; i < declaration.properties.size(); ++i) {
         PropertyDeclaration property = declaration.properties[i];
@@ -39,6 +41,7 @@ void Inherit(MofClass &parsed, const ClassDeclaration &base) {
                                                          TypeText(property) + " here and " + TypeText(*inherited) +
                                                          " in '" + inherited->originClass + "'"};
         property.key = property.key || inherited->key;
+        property.qualifiers = Inherited(property.qualifiers, inherited->qualifiers);
         *inherited = std::move(property);
     }
     declaration.properties = std::move(all);

@@ -1,9 +1,10 @@
-// The classes that a broker knows, read from MOF (DSP0221): names, superclasses, properties with their types and keys.
-// Qualifiers other than Key and Association are skipped. Fixed once read, so any number of threads may look.
+// The classes that a broker knows, read from MOF (DSP0221): names, superclasses, properties with their types, and
+// of qualifiers those that clients ask for. Fixed once read, so any number of threads may look.
 #pragma once
 
 #include "cim/broker/Name.h"
 #include "cim/broker/Named.h"
+#include "cim/broker/Qualifiers.h"
 
 #include <cmpidt.h>
 
@@ -18,6 +19,7 @@ struct PropertyDeclaration {
     CMPIType type = CMPI_null;  // with CMPI_ARRAY for arrays
     std::string referenceClass; // of a reference
     std::string originClass;    // the class that declares it
+    Qualifiers qualifiers;
     bool key = false;
 };
 
@@ -25,6 +27,7 @@ struct ClassDeclaration {
     std::string name;
     std::string superclass;                // empty at a root
     Named<PropertyDeclaration> properties; // its own and the inherited ones, base class first
+    Qualifiers qualifiers;
     bool association = false;
 
     const PropertyDeclaration *Property(std::string_view wanted) const { return properties.Find(wanted); } // or null

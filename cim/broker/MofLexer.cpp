@@ -1,8 +1,10 @@
 #include "cim/broker/MofLexer.h"
 
+#include "cim/broker/Utf8.h"
 #include "cim/broker/Value.h"
 
 #include <algorithm>
+#include <charconv>
 
 namespace cim {
 namespace {
@@ -15,6 +17,21 @@ bool IsWordStart(char c) {
 bool IsWord(char c) { return IsWordStart(c) || IsDigit(c); }
 bool IsNumber(char c) { return IsWord(c) || c == '.' || c == '+' || c == '-'; }
 
+// The character that an escape stands for; takes the escape, less its backslash, from the text's front.
+std::string TakeEscape(std::string_view &text, int line) {
+    constexpr std::string_view kLetters = "btnfr\"'\\", kMeanings = "\b\t\n\f\r\"'\\";
+    const char letter = text[0];
+    text.remove_prefix(1);
+    if (const std::size_t known = kLetters.find(letter); known != std::string_view::npos) return {kMeanings[known]};
+    unsigned code = 0;
+    const char *end = text.data() + std::min<std::size_t>(text.size(), 4);
+    const auto [stop, error] = std::from_chars(text.data(), end, code, 16);
+    if ((letter != 'x' && letter != 'X') || error != std::errc())
+        throw TextError{line, "'\\" + std::string(1, letter) + "' is no escape of a text"};
+    text.remove_prefix(static_cast<std::size_t>(stop - text.data()));
+    return Utf8Of(code);
+}
+
 std::size_t Span(std::string_view text, bool (*belongs)(char)) {
     return static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), belongs) - text.begin());
 }
@@ -22,6 +39,17 @@ std::size_t Span(std::string_view text, bool (*belongs)(char)) {
 } // namespace
 
 bool MofToken::Is(std::string_view word) const { return kind == Kind::Word && SameName(text, word); }
+
+std::string Unescaped(const MofToken &token) {
+    std::string text;
+    for (std::string_view rest = token.text; !rest.empty();) {
+        const std::size_t plain = std::min(rest.find('\\'), rest.size());
+        text += rest.substr(0, plain);
+        rest.remove_prefix(std::min(plain + 1, rest.size()));
+        if (!rest.empty()) text += TakeEscape(rest, token.line);
+    }
+    return text;
+}
 
 void MofLexer::Advance(std::size_t count) {
     line += static_cast<int>(std::count(rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(count), '\n'));

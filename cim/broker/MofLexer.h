@@ -21,6 +21,9 @@ struct MofToken {
     bool Is(std::string_view word) const; // without regard to case
 };
 
+// What a text token says, its escapes resolved. Throws TextError for an escape that is none.
+std::string Unescaped(const MofToken &token);
+
 class MofLexer {
 public:
     // The text must outlive the lexer and its tokens.

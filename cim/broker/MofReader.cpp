@@ -1,4 +1,5 @@
-// A recursive descent over the parts of MOF that declare classes; everything else is skipped by its brackets.
+// A recursive descent over the parts of MOF that declare classes, and the qualifiers that are kept of them; everything
+// else is skipped by its brackets.
 #include "cim/broker/MofReader.h"
 
 #include "cim/broker/Value.h"
@@ -16,10 +17,17 @@ constexpr struct {
     {"real32", CMPI_real32},   {"real64", CMPI_real64}, {"ref", CMPI_ref},
 };
 
-struct Qualifiers {
-    bool key = false;
-    bool association = false;
-};
+// The texts of Values and ValueMap belong together by their places.
+void RequirePairs(const Qualifiers &qualifiers, int line) {
+    const auto count = [&](const char *name) {
+        const Value *value = ValueOfQualifier(qualifiers, name);
+        return value != nullptr ? value->As<Value::Elements>()->size() : 0;
+    };
+    const std::size_t values = count("Values"), numbers = count("ValueMap");
+    if (values != 0 && numbers != 0 && values != numbers)
+        throw TextError{line,
+                        "Values has " + std::to_string(values) + " texts and ValueMap " + std::to_string(numbers)};
+}
 
 class Reader {
 public:
@@ -49,6 +57,8 @@ private:
     void SkipGroup();
     void SkipToSemicolon();
     void SkipPragma();
+    std::string ReadText();
+    Value ReadQualifierValue(CMPIType type);
     Qualifiers ReadQualifiers();
     MofClass ReadClass(const Qualifiers &qualifiers);
     void ReadFeature(MofClass &to);
@@ -95,37 +105,67 @@ void Reader::SkipPragma() {
     SkipGroup();
 }
 
+// Adjoining texts are one: "in " "two parts".
+std::string Reader::ReadText() {
+    if (token.kind != MofToken::Kind::Text) Unexpected("text");
+    std::string text;
+    for (; token.kind == MofToken::Kind::Text; Step()) text += Unescaped(token);
+    return text;
+}
+
+// A boolean's value may be left out: true.
+Value Reader::ReadQualifierValue(CMPIType type) {
+    Value value = Value::Boolean(true);
+    if ((type & CMPI_ARRAY) != 0) {
+        Value::Elements texts;
+        Expect('{');
+        do texts.push_back(Value::Text(ReadText()));
+        while (Take(','));
+        Expect('}');
+        return Value::ArrayOf(CMPI_string, std::move(texts));
+    }
+    if (type == CMPI_boolean && !token.Is('(')) return value;
+    Expect('(');
+    if (type == CMPI_boolean) {
+        if (!token.Is("true") && !token.Is("false")) Unexpected("'true' or 'false'");
+        value = Value::Boolean(token.Is("true"));
+        Step();
+    } else {
+        value = Value::Text(ReadText());
+    }
+    Expect(')');
+    return value;
+}
+
 // [Name, Name(value), Name{values} : Flavor Flavor, ...]
 Qualifiers Reader::ReadQualifiers() {
-    Qualifiers found;
-    if (!token.Is('[')) return found;
+    if (!token.Is('[')) return nullptr;
     const int start = token.line;
     Step();
+    std::vector<Qualifier> kept;
     for (;;) {
+        const int line = token.line;
         const std::string name = Word("name of a qualifier");
-        bool on = true;
-        if (token.Is('(')) {
-            Step();
-            on = !token.Is("false");
-            while (!token.Is(')')) {
-                if (token.kind == MofToken::Kind::End) throw TextError{start, "'[' is never closed"};
-                if (token.Is('(') || token.Is('[') || token.Is('{'))
-                    SkipGroup();
-                else
-                    Step();
-            }
-            Step();
-        } else if (token.Is('{')) {
+        const QualifierDeclaration *declaration = FindQualifier(name);
+        if (declaration != nullptr) {
+            for (const Qualifier &each : kept)
+                if (each.declaration == declaration)
+                    throw TextError{line, "qualifier '" + name + "' is given a second time"};
+            kept.push_back({declaration, ReadQualifierValue(declaration->type)});
+        } else if (token.Is('(') || token.Is('{')) {
             SkipGroup();
         }
         if (Take(':'))
             while (token.kind == MofToken::Kind::Word) Step();
-        if (SameName(name, "Key")) found.key = on;
-        if (SameName(name, "Association")) found.association = on;
-        if (Take(']')) return found;
+        if (Take(']')) break;
+        if (token.kind == MofToken::Kind::End) throw TextError{start, "'[' is never closed"};
         if (!token.Is(',')) Unexpected("',' or ']'");
         Step();
     }
+    if (kept.empty()) return nullptr;
+    auto qualifiers = std::make_shared<const std::vector<Qualifier>>(std::move(kept));
+    RequirePairs(qualifiers, start);
+    return qualifiers;
 }
 
 // [qualifiers] TYPE NAME, TYPE NAME[], CLASS ref NAME, each with a default value or not; or TYPE METHOD(...).
@@ -134,7 +174,8 @@ void Reader::ReadFeature(MofClass &to) {
     const int line = token.line;
     const std::string type = Word("type of a property");
     PropertyDeclaration property;
-    property.key = qualifiers.key;
+    property.qualifiers = qualifiers;
+    property.key = IsTrue(qualifiers, "Key");
     property.originClass = to.declaration.name;
     if (token.Is("ref")) {
         Step();
@@ -169,7 +210,8 @@ MofClass Reader::ReadClass(const Qualifiers &qualifiers) {
     result.line = token.line;
     Step();
     result.declaration.name = Word("name of a class");
-    result.declaration.association = qualifiers.association;
+    result.declaration.qualifiers = qualifiers;
+    result.declaration.association = IsTrue(qualifiers, "Association");
     if (token.Is("as")) {
         Step();
         Word("alias");

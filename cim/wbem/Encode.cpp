@@ -1,5 +1,6 @@
 #include "cim/wbem/Encode.h"
 
+#include "cim/wbem/Qualifiers.h"
 #include "cim/wbem/Types.h"
 
 #include <algorithm>
@@ -87,11 +88,6 @@ CMPIType TypeShown(const Value &value, const PropertyDeclaration *declared) {
     const bool integers = IsInteger(declared->type) && IsInteger(value.type);
     if (!integers) return value.type;
     return value.IsNull() || ValueOf(declared->type, TextOf(value)) ? declared->type : value.type;
-}
-
-void WriteTrueQualifier(XmlWriter &xml, const char *name) {
-    const Element qualifier(xml, "QUALIFIER", {{"NAME", name}, {"TYPE", "boolean"}});
-    xml.Leaf("VALUE", "TRUE");
 }
 
 } // namespace
@@ -245,7 +241,8 @@ void InstanceWriter::MakeTags(Column &column, CMPIType type) const {
 void WriteClass(XmlWriter &xml, const ClassDeclaration &declaration, const Detail &detail) {
     const Element element(xml, "CLASS", {{"NAME", declaration.name}});
     if (!declaration.superclass.empty()) xml.Add({"SUPERCLASS", declaration.superclass});
-    if (detail.qualifiers && declaration.association) WriteTrueQualifier(xml, "Association");
+    const Shown shown = detail.localOnly ? Shown::Local : Shown::All;
+    if (detail.qualifiers) WriteQualifiers(xml, declaration.qualifiers, false, shown);
     for (const PropertyDeclaration &property : declaration.properties) {
         const bool own = SameName(property.originClass, declaration.name);
         if ((detail.localOnly && !own) || !IsShown(detail, property.name)) continue;
@@ -257,7 +254,7 @@ void WriteClass(XmlWriter &xml, const ClassDeclaration &declaration, const Detai
         }
         if (detail.classOrigin) xml.Add({"CLASSORIGIN", property.originClass});
         if (!own) xml.Add({"PROPAGATED", "true"});
-        if (detail.qualifiers && property.key) WriteTrueQualifier(xml, "Key");
+        if (detail.qualifiers) WriteQualifiers(xml, property.qualifiers, !own, shown);
     }
 }
 

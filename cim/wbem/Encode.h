@@ -83,7 +83,7 @@ private:
     std::unordered_map<std::string, Table> byClass;
 };
 
-// CLASS. Of qualifiers, Key and Association are known.
+// CLASS
 void WriteClass(XmlWriter &xml, const ClassDeclaration &declaration, const Detail &detail);
 
 } // namespace cim::wbem

@@ -3,7 +3,10 @@
 #include "cim/wbem/Arguments.h"
 #include "cim/wbem/Encode.h"
 #include "cim/wbem/Errors.h"
+#include "cim/wbem/Interop.h"
+#include "cim/wbem/Keys.h"
 #include "cim/wbem/NameSpaces.h"
+#include "cim/wbem/Qualifiers.h"
 
 #include <algorithm>
 
@@ -31,6 +34,19 @@ template <class T> T ValueOf(Answer<T> &&answer) {
     return std::move(answer.value);
 }
 
+void RequireClass(const Request &request) {
+    if (request.Classes().Find(request.ClassName()) == nullptr) {
+        throw Fault(CMPI_RC_ERR_INVALID_CLASS, "there is no class " + request.ClassName());
+    }
+}
+
+// Of a class that is there, in a namespace that is there: where no provider serves it, it has no instances.
+template <class T> std::vector<T> Listed(Answer<std::vector<T>> &&answer) {
+    const CMPIrc rc = answer.status.rc;
+    if (rc == CMPI_RC_ERR_NOT_SUPPORTED || rc == CMPI_RC_ERR_INVALID_NAMESPACE) return {};
+    return ValueOf(std::move(answer));
+}
+
 Detail DetailOfInstances(const Request &request) {
     Detail detail;
     detail.properties = request.Properties();
@@ -41,10 +57,12 @@ Detail DetailOfInstances(const Request &request) {
 // --- Instances ---
 
 void EnumerateInstances(const Request &request, XmlWriter &xml) {
-    const std::vector<Instance> instances =
-        AreNameSpaces(request.nameSpace, request.ClassName())
-            ? NameSpaceInstances(request.broker)
-            : ValueOf(request.broker.EnumerateInstances(request.nameSpace, request.ClassName(), request.Properties()));
+    RequireClass(request);
+    std::vector<Instance> instances =
+        Listed(request.broker.EnumerateInstances(request.nameSpace, request.ClassName(), request.Properties()));
+    for (Instance &own : OwnInstances(request.broker, request.nameSpace, request.ClassName())) {
+        instances.push_back(std::move(own));
+    }
     Detail detail = DetailOfInstances(request);
     if (!request.arguments.Boolean("DeepInheritance", true)) {
         detail.upToClass = request.Classes().Find(request.ClassName());
@@ -63,29 +81,37 @@ void EnumerateInstances(const Request &request, XmlWriter &xml) {
 }
 
 void EnumerateInstanceNames(const Request &request, XmlWriter &xml) {
-    std::vector<ObjectPath> paths;
-    if (AreNameSpaces(request.nameSpace, request.ClassName())) {
-        for (const Instance &instance : NameSpaceInstances(request.broker)) paths.push_back(instance.path);
-    } else {
-        paths = ValueOf(request.broker.EnumerateInstanceNames(request.nameSpace, request.ClassName()));
+    RequireClass(request);
+    std::vector<ObjectPath> paths =
+        Listed(request.broker.EnumerateInstanceNames(request.nameSpace, request.ClassName()));
+    for (const Instance &own : OwnInstances(request.broker, request.nameSpace, request.ClassName())) {
+        paths.push_back(own.path);
     }
     InstanceNameWriter names(xml);
     const Element answer(xml, "IRETURNVALUE");
     for (const ObjectPath &path : paths) names.Write(path);
 }
 
-Instance NameSpaceInstance(const Broker &broker, const ObjectPath &path) {
-    for (const Instance &instance : NameSpaceInstances(broker)) {
-        if (instance.path == path) return instance;
+Answer<Instance> OwnInstance(const Request &request, const ObjectPath &path) {
+    for (Instance &own : OwnInstances(request.broker, path.nameSpace, path.className)) {
+        if (SameKeys(path, own.path)) return {{}, std::move(own)};
     }
+    return {{CMPI_RC_ERR_NOT_FOUND, {}}, {}};
+}
+
+// An instance whose own name lacks keys of its class, as some vendors' do, is found by that name.
+Instance InstanceAt(const Request &request, const ObjectPath &path) {
+    auto answer = IsOwnClass(path.nameSpace, path.className) ? OwnInstance(request, path)
+                                                             : request.broker.GetInstance(path, request.Properties());
+    if (answer.Ok() && SameKeys(path, answer.value.path)) return std::move(answer.value);
+    RequireKeysOfClass(path, request.Classes());
+    Require(answer.status);
     throw Fault(CMPI_RC_ERR_NOT_FOUND, {});
 }
 
 void GetInstance(const Request &request, XmlWriter &xml) {
     const ObjectPath &path = request.arguments.Path("InstanceName");
-    const Instance instance = AreNameSpaces(request.nameSpace, path.className)
-                                  ? NameSpaceInstance(request.broker, path)
-                                  : ValueOf(request.broker.GetInstance(path, request.Properties()));
+    const Instance instance = InstanceAt(request, path);
     const Element answer(xml, "IRETURNVALUE");
     InstanceWriter(xml, request.Classes(), DetailOfInstances(request)).Write(instance);
 }
@@ -199,9 +225,7 @@ void GetClass(const Request &request, XmlWriter &xml) {
 
 std::vector<std::string> Subclasses(const Request &request) {
     const std::string &base = request.ClassName();
-    if (!base.empty() && request.Classes().Find(base) == nullptr) {
-        throw Fault(CMPI_RC_ERR_INVALID_CLASS, "there is no class " + base);
-    }
+    if (!base.empty()) RequireClass(request);
     return request.Classes().SubclassesOf(base, request.arguments.Boolean("DeepInheritance", false));
 }
 
@@ -216,6 +240,21 @@ void EnumerateClasses(const Request &request, XmlWriter &xml) {
     const Detail detail = DetailOfClasses(request);
     const Element answer(xml, "IRETURNVALUE");
     for (const std::string &name : names) WriteClass(xml, *request.Classes().Find(name), detail);
+}
+
+// --- Qualifiers ---
+
+void EnumerateQualifiers(const Request &, XmlWriter &xml) {
+    const Element answer(xml, "IRETURNVALUE");
+    for (const QualifierDeclaration &each : kQualifiers) WriteQualifierDeclaration(xml, each);
+}
+
+void GetQualifier(const Request &request, XmlWriter &xml) {
+    const std::string &name = request.arguments.Text("QualifierName");
+    const QualifierDeclaration *found = FindQualifier(name);
+    if (found == nullptr) throw Fault(CMPI_RC_ERR_NOT_FOUND, "there is no qualifier " + name);
+    const Element answer(xml, "IRETURNVALUE");
+    WriteQualifierDeclaration(xml, *found);
 }
 
 // --- Which there are ---
@@ -256,6 +295,8 @@ const Method kMethods[] = {
     {"GetClass", GetClass, {kClassName, kLocalOnly, kQualifiers, kOrigin, kProperties}},
     {"EnumerateClassNames", EnumerateClassNames, {kAnyClassName, kDeep}},
     {"EnumerateClasses", EnumerateClasses, {kAnyClassName, kDeep, kLocalOnly, kQualifiers, kOrigin}},
+    {"EnumerateQualifiers", EnumerateQualifiers, {}},
+    {"GetQualifier", GetQualifier, {{"QualifierName", Kind::Text, kRequired}}},
     {"CreateInstance", CreateInstance, {{"NewInstance", Kind::Instance, kRequired}}},
     {"ModifyInstance",
      ModifyInstance,

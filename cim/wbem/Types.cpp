@@ -1,5 +1,6 @@
 #include "cim/wbem/Types.h"
 
+#include "cim/broker/Utf8.h"
 #include "cim/wbem/Utf8.h"
 
 #include <charconv>
@@ -83,13 +84,6 @@ std::optional<Value> Char16Of(std::string_view text) {
     const Character only = FirstCharacter(text);
     if (!only.valid || only.bytes != text.size() || only.code > UINT16_MAX) return std::nullopt;
     return Value::Unsigned(CMPI_char16, only.code);
-}
-
-std::string Utf8Of(std::uint64_t code) {
-    const auto tail = [code](int shift) { return static_cast<char>(0x80 | (code >> shift & 0x3F)); };
-    if (code < 0x80) return {static_cast<char>(code)};
-    if (code < 0x800) return {static_cast<char>(0xC0 | code >> 6), tail(0)};
-    return {static_cast<char>(0xE0 | (code >> 12 & 0x0F)), tail(6), tail(0)};
 }
 
 std::string TextOfReal(double number, bool isFloat) {

@@ -84,6 +84,42 @@ TEST(Mof, InheritsAlsoFromClassesDeclaredLaterAndInEarlierFiles) {
     EXPECT_EQ(tree.SubclassesOf("", true).size(), 4u);
 }
 
+// "Name=value" of each, with an asterisk behind those of a superclass.
+std::string Text(const Qualifiers &qualifiers) {
+    std::string text;
+    if (qualifiers == nullptr) return text;
+    for (const Qualifier &each : *qualifiers) {
+        text += (text.empty() ? "" : " ") + std::string(each.declaration->name) + "=";
+        if (const auto *truth = each.value.As<bool>()) text += *truth ? "true" : "false";
+        if (const auto *one = each.value.As<std::string>()) text += *one;
+        if (const auto *list = each.value.As<Value::Elements>())
+            for (const Value &value : *list) text += "<" + *value.As<std::string>() + ">";
+        text += each.propagated ? "*" : "";
+    }
+    return text;
+}
+
+TEST(Mof, KeepsTheQualifiersThatClientsAskForAndHandsThemDown) {
+    const ClassTree tree = Read(R"(
+[Abstract, VERSION("1.0"), Experimental, Description("a \"quoted\"\x20\xE9 " "text\n") : Translatable] class A {
+    [Key, MaxLen(64), Units{"x"}] string Name;
+    [ValueMap{"0", ".."}, Values{"none", "so" "me"}, Description("how many")] uint16 Count;
+    string Plain;
+};
+[Version("2.0")] class B : A {
+    [Override("Name")] string Name; [Values{"all"}, ValueMap{"9"}, Key(false)] uint16 Count; };
+)");
+    const ClassDeclaration &a = *tree.Find("A"), &b = *tree.Find("B");
+    EXPECT_EQ(Text(a.qualifiers), "Abstract=true Version=1.0 Description=a \"quoted\" \xC3\xA9 text\n");
+    EXPECT_EQ(Text(b.qualifiers), "Version=2.0 Description=a \"quoted\" \xC3\xA9 text\n*");
+    EXPECT_EQ(Text(a.Property("Name")->qualifiers), "Key=true");
+    EXPECT_EQ(Text(b.Property("Name")->qualifiers), "Override=Name Key=true*");
+    EXPECT_EQ(Text(a.Property("Count")->qualifiers), "ValueMap=<0><..> Values=<none><some> Description=how many");
+    EXPECT_EQ(Text(b.Property("Count")->qualifiers), "Values=<all> ValueMap=<9> Key=false Description=how many*");
+    EXPECT_EQ(a.Property("Plain")->qualifiers, nullptr);
+    EXPECT_EQ(a.Property("Plain")->qualifiers, b.Property("Plain")->qualifiers);
+}
+
 TEST(Mof, ReadsAnInheritanceChainOfAnyLengthAndOrder) {
     std::string text;
     for (int i = 300; i > 0; --i) text += "class C" + std::to_string(i) + " : C" + std::to_string(i - 1) + " { };\n";
@@ -109,8 +145,21 @@ TEST(Mof, SaysWhereAndWhyATextIsWrongAndKeepsTheTreeAsItWas) {
         {"class A { string N = \"open\\", "m:1: text without a closing quote"},
         {"\n/* open", "m:2: comment without an end"},
         {"[Description(\"x\") class A { };", "m:1: ',' or ']' expected, found 'class'"},
-        {"[Description(\n(\"x\")", "m:1: '[' is never closed"},
-        {"[Values{\"a\"", "m:1: '{' is never closed"},
+        {"[Units(\n(\"x\")", "m:1: '(' is never closed"},
+        {"[Units{\"a\"", "m:1: '{' is never closed"},
+        {"[Units(\"a\")", "m:1: '[' is never closed"},
+        {"[Values{\"a\"", "m:1: '}' expected, found 'end of file'"},
+        {"[\nValues(\"a\")] class A { };", "m:2: '{' expected, found '('"},
+        {"[Values{\"a\",\n 2}] class A { };", "m:2: text expected, found '2'"},
+        {"[Values{}] class A { };", "m:1: text expected, found '}'"},
+        {"[Description] class A { };", "m:1: '(' expected, found ']'"},
+        {"[Version(1)] class A { };", "m:1: text expected, found '1'"},
+        {"[Version(\"1\"] class A { };", "m:1: ')' expected, found ']'"},
+        {"class A { [Key(yes)] string N; };", "m:1: 'true' or 'false' expected, found 'yes'"},
+        {"class A { [Key,\n KEY] string N; };", "m:2: qualifier 'KEY' is given a second time"},
+        {"class A {\n[Values{\"a\", \"b\"}, ValueMap{\"1\"}] uint8 N; };", "m:2: Values has 2 texts and ValueMap 1"},
+        {"[Description(\"x\"\n\"\\q\")] class A { };", "m:2: '\\q' is no escape of a text"},
+        {"[Description(\"\\xyz\")] class A { };", "m:1: '\\x' is no escape of a text"},
         {"class A { uint32 F(\n[IN} uint32 x); };", "m:2: ']' expected, found '}'"},
         {"instance of A {\n x = 1; }", "m:2: ';' expected, found 'end of file'"},
         {"klass A { };", "m:1: 'class', 'instance' or 'qualifier' expected, found 'klass'"},

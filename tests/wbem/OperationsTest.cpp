@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <regex>
 #include <unistd.h>
 
 namespace cim::wbem {
@@ -50,6 +51,10 @@ std::string Names(const std::string &names) {
 
 std::string Bool(const char *name, const char *value) {
     return Parameter(name, std::string("<VALUE>") + value + "</VALUE>");
+}
+
+std::string TextWith(std::string text, const std::string &from, const std::string &to) {
+    return text.replace(text.find(from), from.size(), to);
 }
 
 const std::string kLeft = Parameter("InstanceName", kLeftName);
@@ -124,11 +129,29 @@ TEST_F(Operations, KeysCompareByTheTypesOfTheirClass) {
               "4: key Slot: &quot;65536&quot; is no uint16");
     EXPECT_EQ(Error("GetInstance", Parameter("InstanceName", LeftWith("VALUETYPE=\"boolean\">true"))),
               "4: key Slot: &quot;true&quot; is no uint16");
-    EXPECT_EQ(Error("GetInstance", Parameter("InstanceName", "<INSTANCENAME CLASSNAME=\"Test_Box\"/>")),
-              "6: The object was not found");
     EXPECT_EQ(Error("GetInstance", Parameter("InstanceName", "<INSTANCENAME CLASSNAME=\"Test_Box\"><KEYVALUE>left"
                                                              "</KEYVALUE></INSTANCENAME>")),
               "4: Test_Box has not one key; a key needs its name");
+}
+
+TEST_F(Operations, AnInstanceIsNamedByAllOfItsKeys) {
+    const auto left = [](const std::string &from, const std::string &to) {
+        return Parameter("InstanceName", TextWith(kLeftName, from, to));
+    };
+    const std::string spare = "<KEYBINDING NAME=\"Spare\"><KEYVALUE VALUETYPE=\"boolean\">TRUE</KEYVALUE></KEYBINDING>";
+    const std::string note = "<KEYBINDING NAME=\"Note\"><KEYVALUE>new</KEYVALUE></KEYBINDING>";
+    const struct {
+        std::string name;
+        const char *error;
+    } kCases[] = {
+        {Parameter("InstanceName", "<INSTANCENAME CLASSNAME=\"Test_Box\"/>"), "4: key Name of Test_Box is missing"},
+        {left(spare, ""), "4: key Spare of Test_Box is missing"},
+        {left(spare, spare + note), "4: Note is no key of Test_Box"},
+        {left("TRUE", "FALSE"), "6: The object was not found"},
+        {left(">left<", ">none<"), "6: The object was not found"},
+        {Parameter("InstanceName", "<INSTANCENAME CLASSNAME=\"Test_None\"/>"), "5: unknown class Test_None"},
+    };
+    for (const auto &each : kCases) EXPECT_EQ(Error("GetInstance", each.name), each.error) << each.name;
 }
 
 TEST_F(Operations, AssociationsAreFollowedInAllFourWays) {
@@ -167,13 +190,17 @@ TEST_F(Operations, ClassesAreShownAsTheTreeHasThem) {
     EXPECT_EQ(Returned("GetClass", ClassParameter("Test_FineBox") + Names("Slot Weight") + Bool("LocalOnly", "false") +
                                        Bool("IncludeClassOrigin", "true")),
               "<CLASS NAME=\"Test_FineBox\" SUPERCLASS=\"Test_Box\">"
+              "<QUALIFIER NAME=\"Description\" TYPE=\"string\" PROPAGATED=\"true\" TRANSLATABLE=\"true\">"
+              "<VALUE>A box.</VALUE></QUALIFIER>"
               "<PROPERTY NAME=\"Slot\" TYPE=\"uint16\" CLASSORIGIN=\"Test_Box\" PROPAGATED=\"true\">"
-              "<QUALIFIER NAME=\"Key\" TYPE=\"boolean\"><VALUE>TRUE</VALUE></QUALIFIER></PROPERTY>"
+              "<QUALIFIER NAME=\"Key\" TYPE=\"boolean\" PROPAGATED=\"true\" OVERRIDABLE=\"false\"><VALUE>TRUE</VALUE>"
+              "</QUALIFIER></PROPERTY>"
               "<PROPERTY NAME=\"Weight\" TYPE=\"real64\" CLASSORIGIN=\"Test_FineBox\"></PROPERTY></CLASS>");
     EXPECT_EQ(Returned("GetClass", ClassParameter("Test_Pair") + Names("Left")),
-              "<CLASS NAME=\"Test_Pair\"><QUALIFIER NAME=\"Association\" TYPE=\"boolean\"><VALUE>TRUE</VALUE>"
-              "</QUALIFIER><PROPERTY.REFERENCE NAME=\"Left\" REFERENCECLASS=\"Test_Box\"><QUALIFIER NAME=\"Key\" "
-              "TYPE=\"boolean\"><VALUE>TRUE</VALUE></QUALIFIER></PROPERTY.REFERENCE></CLASS>");
+              "<CLASS NAME=\"Test_Pair\"><QUALIFIER NAME=\"Association\" TYPE=\"boolean\" OVERRIDABLE=\"false\">"
+              "<VALUE>TRUE</VALUE></QUALIFIER><PROPERTY.REFERENCE NAME=\"Left\" REFERENCECLASS=\"Test_Box\">"
+              "<QUALIFIER NAME=\"Key\" TYPE=\"boolean\" OVERRIDABLE=\"false\"><VALUE>TRUE</VALUE></QUALIFIER>"
+              "</PROPERTY.REFERENCE></CLASS>");
     EXPECT_EQ(Returned("EnumerateClassNames", ClassParameter("Test_Element")),
               "<CLASSNAME NAME=\"Test_Box\"></CLASSNAME>");
     EXPECT_EQ(Returned("EnumerateClassNames", ClassParameter("Test_Element") + Bool("DeepInheritance", "true")),
@@ -184,6 +211,38 @@ TEST_F(Operations, ClassesAreShownAsTheTreeHasThem) {
     EXPECT_EQ(Error("GetClass", ClassParameter("Test_No")), "6: there is no class Test_No");
     EXPECT_EQ(Error("EnumerateClassNames", ClassParameter("Test_No")), "5: there is no class Test_No");
     EXPECT_EQ(Error("EnumerateClasses", ClassParameter("Test_No")), "5: there is no class Test_No");
+}
+
+TEST_F(Operations, QualifiersTellWhatValuesMean) {
+    const std::string head = "<CLASS NAME=\"Test_Box\" SUPERCLASS=\"Test_Element\">";
+    const std::string states = "<PROPERTY.ARRAY NAME=\"States\" TYPE=\"uint16\">";
+    EXPECT_EQ(Returned("GetClass", ClassParameter("Test_Box") + Names("States")),
+              head +
+                  "<QUALIFIER NAME=\"Version\" TYPE=\"string\" TOSUBCLASS=\"false\" TRANSLATABLE=\"true\">"
+                  "<VALUE>1.0</VALUE></QUALIFIER><QUALIFIER NAME=\"Description\" TYPE=\"string\" TRANSLATABLE=\"true\">"
+                  "<VALUE>A box.</VALUE></QUALIFIER>" +
+                  states +
+                  "<QUALIFIER NAME=\"ValueMap\" TYPE=\"string\"><VALUE.ARRAY><VALUE>2</VALUE><VALUE>5</VALUE>"
+                  "</VALUE.ARRAY></QUALIFIER><QUALIFIER NAME=\"Values\" TYPE=\"string\" TRANSLATABLE=\"true\">"
+                  "<VALUE.ARRAY><VALUE>full</VALUE><VALUE>&lt;empty&gt;</VALUE></VALUE.ARRAY></QUALIFIER>"
+                  "</PROPERTY.ARRAY></CLASS>");
+    EXPECT_EQ(Returned("GetClass", ClassParameter("Test_Box") + Names("States") + Bool("IncludeQualifiers", "false")),
+              head + states + "</PROPERTY.ARRAY></CLASS>");
+
+    const auto qualifier = [](const char *name) {
+        return Parameter("QualifierName", std::string("<VALUE>") + name + "</VALUE>");
+    };
+    const std::string values = Returned("GetQualifier", qualifier("values"));
+    EXPECT_EQ(values, "<QUALIFIER.DECLARATION NAME=\"Values\" TYPE=\"string\" ISARRAY=\"true\" TRANSLATABLE=\"true\">"
+                      "<SCOPE PROPERTY=\"true\" METHOD=\"true\" PARAMETER=\"true\"></SCOPE></QUALIFIER.DECLARATION>");
+    const std::string key = Returned("GetQualifier", qualifier("Key"));
+    EXPECT_EQ(key, "<QUALIFIER.DECLARATION NAME=\"Key\" TYPE=\"boolean\" OVERRIDABLE=\"false\">"
+                   "<SCOPE REFERENCE=\"true\" PROPERTY=\"true\"></SCOPE><VALUE>FALSE</VALUE></QUALIFIER.DECLARATION>");
+    const std::string all = Returned("EnumerateQualifiers", "");
+    EXPECT_NE(all.find(values), std::string::npos);
+    EXPECT_NE(all.find(key), std::string::npos);
+    EXPECT_EQ(Error("GetQualifier", qualifier("MaxLen")), "6: there is no qualifier MaxLen");
+    EXPECT_EQ(Error("GetQualifier", ""), "4: QualifierName is missing");
 }
 
 TEST_F(Operations, WhatWouldChangeInstancesComesBackWithTheProvidersRefusal) {
@@ -211,10 +270,15 @@ TEST_F(Operations, WhatWouldChangeInstancesComesBackWithTheProvidersRefusal) {
 TEST_F(Operations, WhatIsNotThereOrNotSupportedHasItsCimError) {
     EXPECT_EQ(Error("EnumerateInstances", ClassParameter("Test_Box"), "root/none"),
               "3: there is no namespace root/none");
-    EXPECT_EQ(Error("EnumerateInstances", ClassParameter("Test_None")).substr(0, 2), "5:");
-    EXPECT_EQ(Error("EnumerateInstances", ClassParameter("Test_Unserved")).substr(0, 2), "7:");
+    for (const char *nameSpace : {"root/test", "root/cimv2", "root/interop"}) {
+        for (const char *method : {"EnumerateInstances", "EnumerateInstanceNames"}) {
+            EXPECT_EQ(ResponseIn(Call(method, ClassParameter("Test_Unserved"), nameSpace)),
+                      "<IRETURNVALUE></IRETURNVALUE>");
+            EXPECT_EQ(Error(method, ClassParameter("Test_None"), nameSpace), "5: there is no class Test_None");
+        }
+    }
     for (const char *method : {"OpenEnumerateInstances", "PullInstancesWithPath", "CloseEnumeration", "GetProperty",
-                               "SetProperty", "CreateClass", "EnumerateQualifiers", "Nonsense"}) {
+                               "SetProperty", "CreateClass", "SetQualifier", "Nonsense"}) {
         EXPECT_EQ(Error(method, ""), std::string("7: ") + method + " is not supported by this server");
     }
 }
@@ -259,9 +323,26 @@ TEST_F(Operations, InteropTellsTheNamespaces) {
               "<INSTANCE CLASSNAME=\"CIM_Namespace\"><PROPERTY NAME=\"Name\" TYPE=\"string\">"
               "<VALUE>root/cimv2</VALUE></PROPERTY></INSTANCE>");
     EXPECT_EQ(
-        Error("GetInstance", Parameter("InstanceName", "<INSTANCENAME CLASSNAME=\"CIM_Namespace\"/>"), "root/interop"),
+        Error("GetInstance", Parameter("InstanceName", TextWith(first, ">root/cimv2<", ">root/none<")), "root/interop"),
         "6: The object was not found");
-    EXPECT_EQ(Error("EnumerateInstances", ClassParameter("CIM_Namespace"), "root/test").substr(0, 2), "7:");
+    EXPECT_EQ(Returned("EnumerateInstanceNames", ClassParameter("CIM_Namespace"), "root/test"), "");
+}
+
+TEST_F(Operations, InteropTellsOfTheServer) {
+    const std::string manager = Returned("EnumerateInstances", ClassParameter("CIM_ObjectManager"), "root/interop");
+    EXPECT_NE(manager.find("<PROPERTY NAME=\"ElementName\" TYPE=\"string\"><VALUE>Quarnel</VALUE>"), std::string::npos);
+    EXPECT_TRUE(std::regex_search(manager, std::regex("<VALUE>[^<]* Version \\d+\\.\\d+\\.\\d+</VALUE>"))) << manager;
+    const std::string name = Returned("EnumerateInstanceNames", ClassParameter("CIM_ObjectManager"), "root/interop");
+    EXPECT_EQ(manager.find(name), manager.find("<INSTANCENAME")) << "there is one";
+    EXPECT_EQ("<VALUE.NAMEDINSTANCE>" + name +
+                  Returned("GetInstance", Parameter("InstanceName", name), "root/interop") + "</VALUE.NAMEDINSTANCE>",
+              manager);
+    EXPECT_EQ(Returned("EnumerateInstanceNames", ClassParameter("CIM_ManagedElement"), "root/interop"),
+              name + Returned("EnumerateInstanceNames", ClassParameter("CIM_Namespace"), "root/interop"));
+    const std::string elements = Returned(
+        "EnumerateInstances", ClassParameter("CIM_ManagedElement") + Bool("DeepInheritance", "false"), "root/interop");
+    EXPECT_NE(elements.find(">Quarnel<"), std::string::npos);
+    EXPECT_EQ(elements.find("PROPERTY NAME=\"Started\""), std::string::npos);
 }
 
 } // namespace

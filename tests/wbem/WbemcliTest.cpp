@@ -195,7 +195,7 @@ TEST(Wbemcli, PropertyListsLeaveTheOthersOut) {
     EXPECT_EQ(TableOf(RackServer().Answer({"-nl", "gi"}, path, {"BlockSize"})).begin()->second, Lines{"BlockSize=512"});
 }
 
-TEST(Wbemcli, WrongKeysFindNothing) {
+TEST(Wbemcli, WrongKeysFindNothingAndMissingOnesAreNamed) {
     const std::string disk = RackServer().Answer({"ein"}, "root/cimv2:Zembra_QuarnelStorageExtent").at(0);
     const auto with = [&disk](const std::string &from, const std::string &to) {
         std::string path = disk;
@@ -205,17 +205,25 @@ TEST(Wbemcli, WrongKeysFindNothing) {
     const std::string notFound = "(6) CIM_ERR_NOT_FOUND: ";
     for (const std::string &path :
          {with("zbrStorageExtc0_", "zbrStorageExtc9_"), with("zbrStorageExt", "zbrStorageVolume"),
-          with("DeviceID=\"zbrStorageExtc0_", "DeviceID=\""), with(",DeviceID=", ",Other="),
-          std::string("root/cimv2:Zembra_QuarnelController.Name=\"\""),
+          with("DeviceID=\"zbrStorageExtc0_", "DeviceID=\""), with("SystemName=\"", "SystemName=\"not-"),
+          with("CreationClassName=\"Zembra_QuarnelStorageExtent", "CreationClassName=\"Zembra_QuarnelBattery"),
           std::string("root/cimv2:Zembra_QuarnelSoftwareIdentity.InstanceID=7")}) {
         EXPECT_EQ(RackServer().Error({"gi"}, path).substr(0, notFound.size()), notFound) << path;
     }
+    const std::string invalid = "(4) CIM_ERR_INVALID_PARAMETER: ";
+    EXPECT_EQ(RackServer().Error({"gi"}, with(",DeviceID=", ",Other=")),
+              invalid + "key DeviceID of Zembra_QuarnelStorageExtent is missing");
+    EXPECT_EQ(RackServer().Error({"gi"}, "root/cimv2:Zembra_QuarnelController.Name=\"zbrControllerc0\""),
+              invalid + "key CreationClassName of Zembra_QuarnelController is missing");
 }
 
 TEST(Wbemcli, WrongClassesAndNamespacesHaveTheirErrors) {
     const Served &served = RackServer();
     EXPECT_EQ(served.Error({"ei"}, "root/cimv2:No_Such").substr(0, 27), "(5) CIM_ERR_INVALID_CLASS: ");
-    EXPECT_EQ(served.Error({"ein"}, "root/cimv2:CIM_Fan").substr(0, 27), "(7) CIM_ERR_NOT_SUPPORTED: ");
+    for (const char *unserved : {"root/cimv2:CIM_Fan", "root/interop:CIM_Fan", "root/sim:CIM_Namespace"}) {
+        EXPECT_EQ(served.Answer({"ei"}, unserved), Lines()) << unserved;
+        EXPECT_EQ(served.Answer({"ein"}, unserved), Lines()) << unserved;
+    }
     EXPECT_EQ(served.Error({"ei"}, "root/nowhere:Zembra_QuarnelBattery"),
               "(3) CIM_ERR_INVALID_NAMESPACE: there is no namespace root/nowhere");
     EXPECT_EQ(served.Error({"gc"}, "root/cimv2:No_Such"), "(6) CIM_ERR_NOT_FOUND: there is no class No_Such");
@@ -282,6 +290,54 @@ TEST(Wbemcli, ClassesAndNamespacesAreDiscovered) {
         spaces += each.second.at(0) + " ";
     }
     EXPECT_EQ(spaces, "Name=\"root/cimv2\" Name=\"root/interop\" Name=\"root/sim\" ");
+
+    Lines expected;
+    for (const char *name : {"CIM_RegisteredProfile", "CIM_ObjectManager", "CIM_Namespace"}) {
+        const Lines each = served.Answer({"ein"}, std::string("root/interop:") + name);
+        EXPECT_FALSE(each.empty()) << name;
+        expected.insert(expected.end(), each.begin(), each.end());
+    }
+    EXPECT_EQ(served.Answer({"ein"}, "root/interop:CIM_ManagedElement"), expected);
+    const std::string manager = served.Answer({"ein"}, "root/interop:CIM_ObjectManager").at(0);
+    EXPECT_EQ(TableOf(served.Answer({"-nl", "gi"}, manager, {"ElementName"})).begin()->second,
+              Lines{"ElementName=\"Quarnel\""});
+}
+
+// What the number of a property means, by the qualifiers of its class as the client's trace of the answer has them.
+std::string MeaningOf(const std::string &trace, const std::string &property, const std::string &number) {
+    const std::size_t begin = trace.find(" NAME=\"" + property + "\" TYPE=\"uint16\"");
+    const std::string own = trace.substr(std::min(begin, trace.size()), trace.find("</PROPERTY", begin) - begin);
+    Lines values; // those of ValueMap, then as many of Values
+    const std::string open = "<VALUE>";
+    for (std::size_t at = 0; (at = own.find(open, at)) != std::string::npos;) {
+        at += open.size();
+        values.push_back(own.substr(at, own.find('<', at) - at));
+    }
+    const auto half = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    const auto found = std::find(values.begin(), half, number);
+    return found == half ? "none in " + own : *(half + (found - values.begin()));
+}
+
+TEST(Wbemcli, ClassesTellWhatTheNumbersThatAreServedMean) {
+    const struct {
+        const char *object, *property, *number, *meaning;
+    } kCases[] = {
+        {"root/interop:CIM_RegisteredProfile", "RegisteredOrganization", "11", "SNIA"},
+        {"root/interop:CIM_RegisteredProfile", "AdvertiseTypes", "2", "Not Advertised"},
+        {"root/cimv2:Zembra_QuarnelController", "Dedicated", "3", "Storage"},
+        {"root/cimv2:Zembra_QuarnelStorageVolume", "OperationalStatus", "3", "Degraded"},
+        {"root/cimv2:Zembra_QuarnelStorageVolume", "ExtentStatus", "11", "Rebuild"},
+        {"root/cimv2:Zembra_QuarnelStorageVolume", "NameFormat", "9", "NAA"},
+        {"root/cimv2:Zembra_QuarnelStorageExtent", "HealthState", "30", "Non-recoverable error"},
+        {"root/cimv2:Zembra_QuarnelSASSATAPort", "OperationalStatus", "12", "No Contact"},
+        {"root/cimv2:Zembra_QuarnelSASSATAPort", "UsageRestriction", "3", "Back-end only"},
+        {"root/cimv2:Zembra_QuarnelBattery", "BatteryStatus", "3", "Fully Charged"},
+        {"root/sim:Sim_SoftwareIdentity", "Classifications", "10", "Firmware"},
+    };
+    for (const auto &each : kCases) {
+        const Outcome outcome = RackServer().Ask({"-dx", "gc"}, each.object);
+        EXPECT_EQ(MeaningOf(outcome.err, each.property, each.number), each.meaning) << each.object;
+    }
 }
 
 TEST(Serve, ASignalEndsItCleanlyWithinASecond) {

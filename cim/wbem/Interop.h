@@ -1,0 +1,18 @@
+// What the server tells of itself in root/interop, where clients look for it: one CIM_ObjectManager, and for each of
+// its namespaces a CIM_Namespace.
+#pragma once
+
+#include "cim/broker/Broker.h"
+
+#include <string_view>
+#include <vector>
+
+namespace cim::wbem {
+
+// Those that are instances of a class or its subclasses. None in any other namespace.
+std::vector<Instance> OwnInstances(const Broker &broker, std::string_view nameSpace, std::string_view className);
+
+// True for the two classes, whose instances nobody but the server has.
+bool IsOwnClass(std::string_view nameSpace, std::string_view className);
+
+} // namespace cim::wbem
