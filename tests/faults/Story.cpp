@@ -17,19 +17,33 @@ bool Settled() {
     return ThisLife().RaidControllerList.Size == 0;
 }
 
-template <class Record> void AddIDs(const List_t *list, char *Record::*id, std::vector<std::string> *ids) {
-    for (const Record *record : Each<Record>(list)) ids->push_back(record->*id);
-}
-
-std::vector<std::string> DeviceIDsOf(const RaidController_t &ctrl) {
+template <class Record> std::vector<std::string> IDs(const List_t *list, char *Record::*id) {
     std::vector<std::string> ids;
-    AddIDs(ctrl.VolumeList, &StorageVolume_t::DeviceID, &ids);
-    AddIDs(ctrl.DiskList, &DiskDrive_t::DeviceID, &ids);
-    AddIDs(ctrl.PoolList, &StoragePool_t::InstanceID, &ids);
-    AddIDs(ctrl.PortList, &SASSATAPort_t::DeviceID, &ids);
-    AddIDs(ctrl.BatteryList, &Battery_t::DeviceID, &ids);
+    for (const Record *record : Each<Record>(list)) ids.push_back(record->*id);
     std::sort(ids.begin(), ids.end());
     return ids;
+}
+
+// Of every controller that has a place to walk from, by controller and kind.
+std::map<std::string, std::vector<std::string>> DeviceIDs() {
+    std::map<std::string, std::vector<std::string>> ids;
+    for (RaidController_t *ctrl : Each<RaidController_t>(&ThisLife().RaidControllerList)) {
+        if (ctrl->ControllerOp == nullptr) continue;
+        const ControllerLock lock(ctrl->CtrlMutex);
+        const std::string id = ctrl->DeviceID;
+        ids[id + " volumes"] = IDs(ctrl->VolumeList, &StorageVolume_t::DeviceID);
+        ids[id + " disks"] = IDs(ctrl->DiskList, &DiskDrive_t::DeviceID);
+        ids[id + " pools"] = IDs(ctrl->PoolList, &StoragePool_t::InstanceID);
+        ids[id + " ports"] = IDs(ctrl->PortList, &SASSATAPort_t::DeviceID);
+        ids[id + " batteries"] = IDs(ctrl->BatteryList, &Battery_t::DeviceID);
+    }
+    return ids;
+}
+
+// Every job is done but those that wait for up-calls which do not return.
+bool OnlyLostOnesRun() {
+    const ThreadsLock lock(ThisLife().QuarnelThreadMutex);
+    return IsFifoEmpty(&ThisLife().__FIFO) == 1 && ThisLife().ActiveThreads == ThisLife().LostWorkers;
 }
 
 } // namespace
@@ -37,19 +51,31 @@ std::vector<std::string> DeviceIDsOf(const RaidController_t &ctrl) {
 Story::Story(Hardware first, BenchOptions options) : bench(first, std::move(options)), start(std::move(first)) {
     Tell();
     truth = Everything();
-    for (const RaidController_t *ctrl : Each<RaidController_t>(&ThisLife().RaidControllerList))
-        deviceIDs[ctrl->DeviceID] = DeviceIDsOf(*ctrl);
+    deviceIDs = DeviceIDs();
     Unload();
     EXPECT_FALSE(deviceIDs.empty()) << testing::PrintToString(LogCapture::Texts("*", LOG_ERR));
+}
+
+bool Story::Lost() { return bench.Broker().Faults().LostNow() > 0; }
+
+void Story::Await() {
+    EXPECT_TRUE(Eventually([this] { return Settled() || Lost(); }));
 }
 
 void Story::Tell() {
     bench.Change([this](Hardware &hardware) { hardware = start; });
     TestClock::Freeze(kStart);
-    const cim::Status loaded = bench.Broker().Load(kProvider);
-    EXPECT_TRUE(loaded.Ok()) << loaded.message; // the factory gives its MI whatever goes wrong
-    EXPECT_TRUE(Eventually(Settled));
+    started = false;
+    loading = std::async(std::launch::async, [this] {
+        const cim::Status loaded = bench.Broker().Load(kProvider);
+        EXPECT_TRUE(loaded.Ok()) << loaded.message; // the factory gives its MI whatever goes wrong
+        started = true;
+    });
+    EXPECT_TRUE(Eventually([this] { return started || Lost(); }));
+    if (started) Await();
+    if (Lost()) return;
     ReadEverything();
+    if (Lost()) return;
     ChangeHardware();
     TestClock::Advance(StateUpdateInterval);
     ReadEverything();
@@ -60,13 +86,20 @@ void Story::ReadEverything() {
         const auto names = bench.Broker().EnumerateInstanceNames(kNameSpace, className);
         bench.Broker().EnumerateInstances(kNameSpace, className);
         if (!names.value.empty()) bench.Broker().GetInstance(names.value.front());
-        EXPECT_TRUE(Eventually(Settled));
+        Await();
     }
+}
+
+void Story::AnswerLost() {
+    bench.Broker().Faults().AnswerLost();
+    loading.wait();
+    EXPECT_TRUE(Eventually(Settled));
 }
 
 // Something of every kind that can change, in every description.
 void Story::ChangeHardware() {
-    bench.Change([](Hardware &hardware) {
+    bench.Change([this](Hardware &hardware) {
+        hardware = start;
         for (Json &controller : hardware.document["controllers"]) {
             for (const char *list : {"disks", "volumes", "ports", "batteries"}) {
                 Json &entries = controller[list];
@@ -89,21 +122,34 @@ void Story::ExpectRefreshesToRecover() {
     TestClock::Advance(StateUpdateInterval);
     ReadEverything();
     bench.LetEveryWorkerWork();
-    for (const RaidController_t *ctrl : Each<RaidController_t>(&ThisLife().RaidControllerList)) {
-        if (ctrl->ControllerOp == nullptr) continue; // there is nowhere to walk from
-        EXPECT_EQ(DeviceIDsOf(*ctrl), deviceIDs[ctrl->DeviceID]);
-    }
+    for (const auto &[which, ids] : DeviceIDs()) EXPECT_EQ(ids, deviceIDs[which]) << which;
     EXPECT_EQ(bench.Broker().Live().clones, PathsOwned());
     EXPECT_EQ(bench.Broker().Live().lent, 0u);
+}
+
+void Story::ExpectRefreshesToFollow(const std::string &but) {
+    EXPECT_TRUE(Eventually(OnlyLostOnesRun));
+    ChangeHardware();
+    TestClock::Advance(StateUpdateInterval);
+    for (const char *className : kServedClasses) bench.Enumerate(className);
+    EXPECT_TRUE(Eventually(OnlyLostOnesRun));
+    for (const auto &[which, ids] : DeviceIDs()) {
+        if (which == but) continue;
+        EXPECT_EQ(ids, deviceIDs[which]) << which << ", while the up-call for " << but << " is lost";
+    }
 }
 
 void Story::ExpectNextLifeToBeWhole() {
     Unload();
     bench.Load();
     EXPECT_TRUE(Eventually(Settled));
+    ExpectWhole();
+    Unload();
+}
+
+void Story::ExpectWhole() {
     const Served served = Everything();
     for (const auto &[className, rows] : truth) EXPECT_EQ(served.at(className), rows);
-    Unload();
 }
 
 void Story::Unload() {

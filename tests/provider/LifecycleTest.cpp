@@ -178,6 +178,7 @@ TEST(Unloading, IsDeclinedForFiveMinutesAfterTheLastRequest) {
     TestClock::Freeze(kStart + 598);
     EXPECT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_DO_NOT_UNLOAD);
     TestClock::Freeze(kStart + 599);
+    ASSERT_TRUE(WorkersIdle()); // no up-call keeps the provider
     EXPECT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_OK);
     EXPECT_FALSE(bench.Broker().IsLoaded(kProvider));
     EXPECT_EQ(ThisLife().RaidControllerList.Size, 0u);
@@ -288,7 +289,9 @@ TEST(Brokers, ThatHandOnResultsUnfilteredAreServedLikeOthers) {
 }
 
 TEST(Brokers, WithAMemoryTableWithoutEntriesAreServedLikeOthers) {
-    LinkedBench bench(OneOfEach());
+    BenchOptions options;
+    options.memory = cim::kFreedAtDetach;
+    LinkedBench bench(OneOfEach(), options);
     const Invocation call(bench);
     const CMPIBrokerMemFT empty = {};
     CMPIBroker broker = *bench.Broker().Handle();

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <sstream>
-#include <thread>
 
 namespace support {
 namespace {
@@ -86,15 +85,6 @@ void LinkedBench::ExpectOnlyRecordsAlive() {
     ASSERT_TRUE(WorkersIdle());
     EXPECT_EQ(Broker().Live().clones, PathsOwned());
     EXPECT_EQ(Broker().Live().lent, 0u);
-}
-
-bool Eventually(const std::function<bool()> &condition, std::chrono::milliseconds limit) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
-    }
-    return true;
 }
 
 bool RefreshesMayBegin() {

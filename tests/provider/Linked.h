@@ -11,7 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <string>
 #include <vector>
 
@@ -62,8 +61,6 @@ private:
 // True when every job has been run and all workers are idle, within the limit.
 bool WorkersIdle(std::chrono::milliseconds limit = std::chrono::seconds(60));
 bool RefreshesMayBegin(); // the first controller's devices are built
-// Polls, for conditions that nothing signals.
-bool Eventually(const std::function<bool()> &condition, std::chrono::milliseconds limit = std::chrono::seconds(60));
 
 RaidController_t *TheController(std::size_t index = 0); // fails the test when there is none
 // The disks that a pool of the model lists: " d0 d1", "no pool".

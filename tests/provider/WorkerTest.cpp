@@ -151,7 +151,9 @@ TEST(Workers, ThatAreNotThereLeaveTheControllersServedAndNothingBehind) {
 }
 
 TEST(Workers, SurviveAContextThatCannotBeRenewed) {
-    LinkedBench bench(OneOfEach());
+    BenchOptions options;
+    options.memory = cim::kFreedAtDetach;
+    LinkedBench bench(OneOfEach(), options);
     bench.Start();
     // One renewal without a successor: what that worker was lent stays until it has run another job.
     bench.Inject(Rule(Operation::PrepareAttachThread).Times(1).Fails());

@@ -10,9 +10,24 @@
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
+#include <thread>
 
 namespace support {
 namespace fs = std::filesystem;
+
+bool UnkindWanted() {
+    const char *wanted = std::getenv("QUARNEL_TEST_BROKER");
+    return wanted != nullptr && std::string(wanted) == "unkind";
+}
+
+bool Eventually(const std::function<bool()> &condition, std::chrono::milliseconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+    return true;
+}
 
 std::string IdentifyingKey(const std::string &className) {
     if (className == kController) return "Name";
@@ -30,6 +45,7 @@ Bench::Bench(Hardware description, const BenchOptions &options) : hardware(std::
     cim::BrokerConfig config = ServerConfig();
     if (options.provider.createInstanceMI != nullptr) config.builtins[kProvider] = options.provider;
     config.memory = options.memory;
+    config.unkind = options.unkind;
     config.filterResults = options.filterResults;
     config.factoryPerClass = options.factoryPerClass;
     std::string error;
@@ -46,6 +62,7 @@ Bench::~Bench() {
 void Bench::End() {
     broker->Faults().Clear();
     broker->Shutdown();
+    EXPECT_TRUE(Eventually([this] { return broker->Live().attachedThreads == 0; }));
     const cim::LiveObjects live = broker->Live();
     EXPECT_EQ(live.lent, 0u);
     EXPECT_EQ(live.clones, 0u);

@@ -30,7 +30,7 @@ KindHold::KindHold(const CMPIContext *ctx, RaidController_t *ctrl, const ActionT
                 NoteJob(ctrl, target.Devices, kind);
             } else {
                 if (Stopping() || HolderIsStuck(life, wanted, patience)) return;
-                lock.WaitUntil(life.QuarnelProgressCond, InSeconds(1));
+                lock.WaitUntil(life.QuarnelProgressCond, InMilliseconds(1000));
             }
         }
         if (kind == nullptr) LookAfterWorkers(ctx);

@@ -62,7 +62,7 @@ void AwaitQueue(const CMPIContext *ctx, QueueState wanted, OncePerSecond *saying
         }
         LookAfterWorkers(ctx);
         if (saying->Due()) say();
-        until = InSeconds(1);
+        until = InMilliseconds(1000);
     }
 }
 

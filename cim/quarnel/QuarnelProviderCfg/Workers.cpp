@@ -11,7 +11,7 @@
 namespace {
 
 constexpr char kWho[] = "QuarnelThread";
-constexpr time_t kIdleLook = 10; // seconds between two looks of an idle worker at the up-calls of the others
+constexpr int kIdleLook = 10'000; // milliseconds between two looks of an idle worker at the up-calls of the others
 
 bool TooMany(const Life_t &life) REQUIRES(life.QuarnelThreadMutex) {
     return life.RunningWorkers - life.LostWorkers > kWorkers;
@@ -33,7 +33,7 @@ Thread_Args_t *NextJob(long tid, const CMPIContext *ctx) {
             if (life.ActiveThreads == 0)
                 lock.Wait(life.QuarnelThreadCond);
             else
-                lock.WaitUntil(life.QuarnelThreadCond, InSeconds(kIdleLook));
+                lock.WaitUntil(life.QuarnelThreadCond, InMilliseconds(kIdleLook));
         }
         const BrokerScope scope;
         LookAfterWorkers(ctx);

@@ -10,6 +10,7 @@
 void QuarnelProviderInit(const CMPIInstanceMI *mi, const CMPIContext *ctx);
 // Moves the time before which clean-up declines. Called by every request.
 void ResetNextUnloadTime();
+extern Relaxed<int> CleanupLimit; // milliseconds that clean-up waits for the workers
 CMPIStatus QuarnelProviderCleanup(CMPIInstanceMI *mi, const CMPIContext *ctx, CMPIBoolean terminating);
 
 // The life that requests are answered from, held for the caller: null while its controllers are not all known.

@@ -16,8 +16,7 @@
 namespace {
 
 constexpr unsigned kLongestIdleTime = 10; // minutes
-constexpr time_t kCleanupLimit = 3;       // seconds
-constexpr time_t kTurnLimit = 5;          // seconds: longer than a clean-up takes
+constexpr int kTurnLimit = 5000;          // milliseconds: longer than a clean-up takes
 
 Relaxed<unsigned> IdleTimeBeforeTerminating(5);
 Relaxed<time_t> NextUnloadTime;
@@ -67,10 +66,10 @@ bool BuildModel(const CMPIInstanceMI *mi, const CMPIContext *ctx) {
 // A life that this thread starts, held for it; null when there is one already.
 Life_t *BeginLife() {
     LifeLock lock(LifecycleMutex);
-    const timespec until = InSeconds(kTurnLimit);
+    const timespec until = InMilliseconds(kTurnLimit);
     while (CleaningUp && lock.WaitUntil(LifecycleCond, until)) {}
     if (_ProviderInitialized != 0) return nullptr;
-    Life_t *life = NewLife(InSeconds(0));
+    Life_t *life = NewLife(InMilliseconds(0));
     if (life == nullptr) {
         QLOG(LOG_ERR, "%s: out of memory\n", __func__);
         return nullptr;
@@ -186,6 +185,8 @@ void EndLife(Life_t *life, const timespec &until) {
 
 } // namespace
 
+Relaxed<int> CleanupLimit(3000);
+
 Life_t *HoldServedLife() {
     const LifeLock lock(LifecycleMutex);
     if (OwnLife == nullptr || Starting) return nullptr;
@@ -205,7 +206,7 @@ void ResetNextUnloadTime() {
 }
 
 CMPIStatus QuarnelProviderCleanup(CMPIInstanceMI *, const CMPIContext *, CMPIBoolean terminating) {
-    const timespec until = InSeconds(kCleanupLimit);
+    const timespec until = InMilliseconds(CleanupLimit);
     ReadLogMask();
     QLOG(LOG_DEBUG, "%s: ENTER...\n", __func__);
     Life_t *life = nullptr;

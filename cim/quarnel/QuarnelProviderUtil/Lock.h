@@ -60,10 +60,15 @@ using ControllerLock = ScopedLock<LockRank::Controller>;
 using ThreadsLock = ScopedLock<LockRank::Threads>;
 using QueueLock = ScopedLock<LockRank::Queue>;
 
-// `seconds` from now on, on the clock that waits end by: CLOCK_MONOTONIC.
-inline timespec InSeconds(time_t seconds) {
+// From now on, on the clock that waits end by: CLOCK_MONOTONIC.
+inline timespec InMilliseconds(int wait) {
     timespec then = {};
     clock_gettime(CLOCK_MONOTONIC, &then);
-    then.tv_sec += seconds;
+    then.tv_sec += wait / 1000;
+    then.tv_nsec += wait % 1000 * 1'000'000L;
+    if (then.tv_nsec >= 1'000'000'000L) {
+        then.tv_sec += 1;
+        then.tv_nsec -= 1'000'000'000L;
+    }
     return then;
 }
