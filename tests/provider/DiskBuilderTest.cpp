@@ -187,6 +187,45 @@ TEST(DiskBuilder, RefusesADiskWithoutIdentifierOrPoolName) {
     EXPECT_TRUE(LoggedTimes(1, LOG_ERR, "No pool associated with disk *\n"));
 }
 
+TEST(DiskBuilder, ReadsItsStatusBeforeItAsksForMore) {
+    LinkedBench bench(OneOfEach());
+    for (const auto &[device, walk] :
+         {std::pair("Sim_DiskDrive", "CIM_MediaPresent"), std::pair("Sim_StorageVolume", "CIM_ElementSettingData")}) {
+        std::vector<std::string> order;
+        FaultRule status = Rule(Operation::GetProperty).From(device);
+        status.rewrite = [&order](const std::string &name, CMPIData &, CMPIStatus &) {
+            if (name == "OperationalStatus") order.push_back(name);
+        };
+        FaultRule asked = Rule(Operation::Associators).Along(walk);
+        asked.hook = [&order, walk = walk](const cim::Call &) { order.push_back(walk); };
+        bench.Inject(status);
+        bench.Inject(asked);
+        bench.Start();
+        EXPECT_THAT(order, ElementsAre("OperationalStatus", walk));
+        bench.Broker().Faults().Clear();
+        EXPECT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_OK);
+    }
+}
+
+TEST(DiskBuilder, ShowsNobodyAPoolWithADiskThatIsNotListed) {
+    const LogMask quiet(LOG_UPTO(LOG_WARNING));
+    Hardware hardware = OneController();
+    for (int i = 0; i < 300; ++i) hardware.WithDisk(std::to_string(i), {{"pool", "dg0"}});
+    LinkedBench bench(hardware);
+    bench.Load();
+    RaidController_t *ctrl = TheController();
+    std::uint32_t seen = 0;
+    EXPECT_TRUE(Eventually([&] {
+        const ControllerLock lock(ctrl->CtrlMutex);
+        const StoragePool_t *pool = FindStoragePoolByID(ctrl, "Sim:c0:pool:dg0");
+        if (pool == nullptr) return false;
+        seen = pool->Drives->Size;
+        EXPECT_EQ(seen, ctrl->DiskList->Size);
+        return seen == 300 || testing::Test::HasFailure();
+    }));
+    EXPECT_EQ(seen, 300u);
+}
+
 TEST(DiskBuilder, AloneLooksAtItsArguments) {
     LinkedBench bench(OneOfEach());
     bench.Start();

@@ -215,6 +215,33 @@ TEST(FirstBuild, ListsADeviceOnceThatARefreshWasQuickerToBuild) {
     bench.ExpectOnlyRecordsAlive();
 }
 
+TEST(FirstBuild, ListsADoubledDeviceAsOftenAsARefreshDoes) {
+    LinkedBench bench(OneController()
+                          .WithDisk("d", {{"pool", "dg0"}})
+                          .WithDisk("d", {{"pool", "dg0"}, {"duplicate", true}})
+                          .WithPort("p")
+                          .WithPort("p", {{"duplicate", true}}));
+    bench.Start();
+    for (int passes = 0; passes < 2; ++passes) {
+        EXPECT_EQ(bench.Identifiers(kExtent).size(), 2u);
+        EXPECT_EQ(bench.Identifiers(kPort).size(), 2u);
+        TestClock::Advance(StateUpdateInterval);
+        bench.Refresh(kExtent);
+        bench.Refresh(kPort);
+    }
+    EXPECT_EQ(Members("dg0"), " d");
+    bench.ExpectOnlyRecordsAlive();
+}
+
+TEST(FirstBuild, SaysThatItWaitsForTheLastDevicesBeforeItDoes) {
+    LinkedBench bench(OneOfEach());
+    bench.Inject(Rule(Operation::AssociatorNames).Along("CIM_ConcreteComponent").Takes(std::chrono::milliseconds(50)));
+    bench.Start();
+    EXPECT_TRUE(LoggedInOrder({"Added to FIFO: *", "BuildLogicalDeviceInfo: FIFO not empty, waiting...\n",
+                               "BuildLogicalDeviceInfo, DONE...\n"}));
+    EXPECT_TRUE(LoggedTimes(1, LOG_DEBUG, "BuildLogicalDeviceInfo: FIFO not empty, waiting...\n"));
+}
+
 TEST(FirstBuild, ReleasesWhatAJobOfAnUnknownKindOwns) {
     LinkedBench bench(OneController());
     bench.Start();

@@ -76,6 +76,27 @@ TEST(Library, IsLoadedServesAndIsGoneAfterItsUnload) {
     EXPECT_FALSE(IsMapped());
 }
 
+// Last in this program: what is kept mapped stays so.
+TEST(LibraryAtItsEnd, LeavesWithinItsLimitAndStaysMappedForAnUpCallThatReturnsLater) {
+    TestClock::Freeze(1'700'000'000);
+    Bench bench(OneOfEach());
+    cim::FaultRule lost;
+    lost.operations = {cim::Operation::Associators};
+    lost.associationClass = "CIM_MediaPresent";
+    lost.effect = cim::FaultRule::Effect::Lost;
+    bench.Inject(lost);
+    bench.Load();
+    ASSERT_TRUE(bench.Broker().Faults().AwaitLost(1, std::chrono::seconds(20)));
+    const auto start = std::chrono::steady_clock::now();
+    bench.Broker().Shutdown();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(3'500));
+    EXPECT_TRUE(IsMapped());
+    EXPECT_EQ(bench.Broker().Live().attachedThreads, 1u);
+    bench.Broker().Faults().AnswerLost();
+    EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 0; }));
+    EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().clones == 0; }));
+}
+
 TEST(Library, FollowsTheHardware) {
     TestClock::Freeze(1'700'000'000);
     Bench bench(OneOfEach());

@@ -248,6 +248,75 @@ TEST(Unloading, EndsARefreshWithTheUpCallThatIsRunningAndForgetsTheQueuedOnes) {
     EXPECT_EQ(bench.Identifiers(kPort).size(), 2u);
 }
 
+TEST(Unloading, IsDeclinedWhileAJobIsInsideAnUpCallWhichGoesOn) {
+    LinkedBench bench(OneOfEach());
+    bench.StartAndWait();
+    Gate gate;
+    bench.Inject(Rule(Operation::Associators).Along("CIM_SystemDevice", "CIM_Battery").Passes(gate));
+    bench.Change([](Hardware &hardware) { hardware.Entry("batteries", "b0")["status"] = "failed"; });
+    bench.Enumerate(kBattery);
+    ASSERT_TRUE(gate.WaitFor(1));
+    TestClock::Advance(300);
+    EXPECT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_DO_NOT_UNLOAD);
+    EXPECT_EQ(ThisLife().TerminateThread, 0u);
+    gate.Open();
+    ASSERT_TRUE(WorkersIdle());
+    EXPECT_EQ(bench.Column(kBattery, "HealthState"), std::vector<std::string>{"30"});
+    ASSERT_TRUE(WorkersIdle());
+    TestClock::Advance(300);
+    EXPECT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_OK);
+}
+
+TEST(Unloading, ThatIsRunningMakesAFactoryCallWaitForItsTurn) {
+    LinkedBench bench(OneOfEach());
+    bench.StartAndWait();
+    Gate gate;
+    const auto fault = bench.Inject(Rule(Operation::Associators).Along("CIM_SystemDevice", "CIM_Battery").Passes(gate));
+    bench.Enumerate(kBattery);
+    ASSERT_TRUE(gate.WaitFor(1));
+    std::thread ending([&] { EXPECT_EQ(bench.Broker().CallCleanUp(kProvider, true), CMPI_RC_OK); });
+    ASSERT_TRUE(Eventually([] { return ThisLife().TerminateThread == 1; }));
+    EXPECT_EQ(bench.Broker().CallCleanUp(kProvider, true), CMPI_RC_DO_NOT_UNLOAD); // one at a time
+    std::thread starting([&] {
+        const Invocation call(bench);
+        QuarnelProvider_Create_InstanceMI(bench.Broker().Handle(), call.Context(), nullptr);
+        EXPECT_NE(CurrentLife, nullptr);
+    });
+    ASSERT_TRUE(LogCapture::WaitFor("QuarnelInit: ENTER...\n", 2));
+    bench.Broker().Faults().Remove(fault);
+    gate.Open();
+    ending.join();
+    starting.join();
+    ASSERT_TRUE(WorkersIdle());
+    for (const char *className : kServedClasses) EXPECT_EQ(bench.Identifiers(className).size(), 1u);
+}
+
+// A server that looks for idle providers when a request comes unloads the one that the request is for.
+TEST(FirstAnswer, WaitsForTheFirstReadingWhereThatIsWantedAndNeverLonger) {
+    FirstAnswerWait = 1;
+    BenchOptions options;
+    options.unkind.idleCheckAtRequest = true;
+    LinkedBench bench(OneOfEach(), options);
+    for (int life = 0; life < 2; ++life) {
+        for (const char *className : {kVolume, kExtent, kPort, kBattery}) {
+            EXPECT_EQ(bench.Identifiers(className).size(), 1u) << className;
+            ASSERT_TRUE(WorkersIdle());
+        }
+        TestClock::Advance(300);
+    }
+    EXPECT_EQ(bench.Identifiers(kController).size(), 1u); // of a third life
+    ASSERT_TRUE(WorkersIdle());
+    Gate gate;
+    bench.Inject(Rule(Operation::Associators).Along("CIM_SystemDevice").Passes(gate));
+    TestClock::Advance(300);
+    const auto asked = std::chrono::steady_clock::now();
+    EXPECT_TRUE(bench.Identifiers(kVolume).empty()); // and of a fourth, which cannot read anything
+    EXPECT_TRUE(bench.Identifiers(kVolume).empty()); // the second is counted from the same start
+    EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::milliseconds(1900));
+    gate.Open();
+    FirstAnswerWait = 0;
+}
+
 TEST(Unloading, AgainAndAgainAmongRequestsLosesNothing) {
     const LogMask quiet(LOG_UPTO(LOG_WARNING));
     LinkedBench bench(OneOfEach());

@@ -298,6 +298,34 @@ TEST(PropertyLists, RestrictWhatIsReturnedAndChangeNothingElse) {
     }
 }
 
+TEST(Instances, HaveTheirKeysAsPropertiesWhereverTheBrokerDoesNotSeeToIt) {
+    BenchOptions options;
+    options.unkind.keysOnlyInPaths = true;
+    LinkedBench bench(Named("c1", "2"), options);
+    bench.Start();
+    for (const char *className : kServedClasses) {
+        const cim::Instance whole = bench.Enumerate(className).at(0);
+        EXPECT_FALSE(whole.path->keys.empty());
+        for (const cim::NamedValue &key : whole.path->keys)
+            EXPECT_EQ(Shown(whole, key.name.Text()), Shown(&key.value)) << className << "." << key.name.Text();
+    }
+}
+
+TEST(GetInstance, BearsKeysOfAnyLengthAndLogsTheirBeginning) {
+    BenchOptions options;
+    options.unkind.shortPathText = true;
+    LinkedBench bench(Named("c1", "2"), options);
+    bench.Start();
+    for (const std::size_t length : {4'200U, 100'000U}) {
+        LogCapture::Clear();
+        for (const std::string key : {"zbrStorageVolumec1_", "zbrStorageVolumec1", "zbrStorageVolume_", "other"})
+            EXPECT_EQ(bench.Get(kVolume, key + std::string(length, 'x')).status.rc, CMPI_RC_ERR_NOT_FOUND);
+        EXPECT_TRUE(
+            LoggedTimes(3, LOG_ERR, "Object path root/cimv2:Zembra_QuarnelStorageVolume.DeviceID=*x invalid\n"));
+        for (const std::string &line : LogCapture::Texts("*")) EXPECT_LT(line.size(), 2'200U);
+    }
+}
+
 TEST(Requests, AreLoggedWithTheirPathAndClass) {
     LinkedBench bench(Named("c1", "2"));
     bench.Start();

@@ -2,12 +2,20 @@
 #include "tests/provider/Linked.h"
 
 #include <atomic>
+#include <cstdlib>
+#include <malloc.h>
 #include <thread>
 
 using namespace support;
 using cim::Operation;
 
 namespace {
+
+#ifdef QUARNEL_SANITIZED
+constexpr int kPasses = 1'000; // each takes many times as long
+#else
+constexpr int kPasses = 10'000;
+#endif
 
 // A job that is run for a test: it passes the gate, if there is one, and counts.
 struct TestJob {
@@ -165,6 +173,86 @@ TEST(Workers, SurviveAContextThatCannotBeRenewed) {
     bench.ExpectOnlyRecordsAlive();
     EXPECT_EQ(bench.RefreshedColumn(kPort, "PortType").size(), 1u);
     EXPECT_TRUE(bench.Get(kPort, "zbrPortc0_p0").Ok());
+}
+
+TEST(Workers, ThatCannotAttachAgainAreStartedLater) {
+    LinkedBench bench(OneOfEach());
+    bench.Start();
+    const auto fault = bench.Inject(Rule(Operation::AttachThread).Fails());
+    bench.LetEveryWorkerWork();
+#ifdef QUARNEL_CONTEXT_FLUSH // a context is never renewed
+    ASSERT_TRUE(WorkersIdle());
+#else
+    ASSERT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 0; }));
+#endif
+    bench.Broker().Faults().Remove(fault);
+    bench.Change([](Hardware &hardware) { hardware.Entry("batteries", "b0")["status"] = "failed"; });
+    bench.RefreshedColumn(kBattery, "HealthState");
+    EXPECT_EQ(bench.RefreshedColumn(kBattery, "HealthState"), std::vector<std::string>{"30"});
+    EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 3; }));
+}
+
+TEST(Workers, AreLostInUpCallsAtMostThreeTimesAndThenNothingMoreIsRisked) {
+    Hardware hardware;
+    for (const char *controller : {"c0", "c1", "c2", "c3"}) hardware.WithController(controller).WithPort("p");
+    LinkedBench bench(hardware);
+    bench.Start();
+    bench.Inject(
+        Rule(Operation::Associators).Along("CIM_SystemDevice", "CIM_SASSATAPort").Does(cim::FaultRule::Effect::Lost));
+    cim::Faults &faults = bench.Broker().Faults();
+    const auto refresh = [](std::size_t controller, int action) {
+        return HandleDeviceConfigChange(nullptr, nullptr, TheController(controller), action);
+    };
+    for (std::size_t lost = 1; lost <= 3; ++lost) {
+        TestClock::Advance(StateUpdateInterval);
+        EXPECT_EQ(refresh(lost - 1, CFG_ACTION_PORT), 0);
+        ASSERT_TRUE(faults.AwaitLost(lost, std::chrono::seconds(20)));
+        // The others' up-calls are through, or the test's minute would be theirs as well.
+        EXPECT_TRUE(bench.Broker().WaitForBackground(std::chrono::milliseconds(20), std::chrono::seconds(20)));
+        TestClock::Advance(60);
+        bench.Identifiers(kBattery); // any request notices, and has the lost one replaced
+        EXPECT_TRUE(LoggedTimes(1, LOG_ERR,
+                                "QuarnelThread: controller c" + std::to_string(lost - 1) +
+                                    ", ports: an up-call has not returned for * seconds\n"));
+        EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 3 + lost; }));
+    }
+    EXPECT_TRUE(
+        LoggedTimes(1, LOG_ERR, "QuarnelThread: 3 up-calls have not returned, nothing is refreshed until one does\n"));
+    EXPECT_EQ(refresh(3, CFG_ACTION_PORT), RESULT_FIFO_FULL);
+    EXPECT_EQ(bench.Identifiers(kPort).size(), 4u);
+    faults.Clear();
+    EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 3; }));
+    ASSERT_TRUE(WorkersIdle());
+    EXPECT_TRUE(
+        LoggedTimes(3, LOG_INFO, "QuarnelThread: controller c*, ports: an up-call has returned after * seconds\n"));
+    bench.Change([](Hardware &changed) { changed.Remove("ports", "p", "c3"); });
+    EXPECT_EQ(bench.RefreshedColumn(kPort, "Caption").size(), 3u);
+    bench.ExpectOnlyRecordsAlive();
+}
+
+TEST(Workers, LeaveTheHeapAsItIsOverTenThousandPasses) {
+    const LogMask quiet(LOG_UPTO(LOG_WARNING));
+    BenchOptions options;
+    options.memory = cim::kFreedByRelease;
+    options.unkind = cim::kUnkind;
+    LinkedBench bench(Hardware().WithController("c0").WithBattery("b0"), options);
+    bench.Start();
+    const auto pass = [&](int times) {
+        for (int i = 0; i < times; ++i) {
+            TestClock::Advance(StateUpdateInterval);
+            ASSERT_EQ(HandleDeviceConfigChange(nullptr, nullptr, TheController(), CFG_ACTION_BATTERY), 0);
+            ASSERT_TRUE(WorkersIdle());
+        }
+    };
+    pass(1'000);
+    const auto before = static_cast<long>(mallinfo2().uordblks);
+    pass(kPasses);
+    bench.ExpectOnlyRecordsAlive();
+#ifndef QUARNEL_SANITIZED // whose own books are in it
+    EXPECT_LT(std::abs(static_cast<long>(mallinfo2().uordblks) - before), 20'000);
+#else
+    (void)before;
+#endif
 }
 
 // Each way in which brokers are known to keep the memory of threads that a provider attached.

@@ -24,7 +24,8 @@ struct Purpose_t {
     int Seconds;
 };
 
-Purpose_t PurposeOf(const Worker_t &worker) REQUIRES(Here.Life->QuarnelThreadMutex) {
+// QuarnelThreadMutex is held.
+Purpose_t PurposeOf(const Worker_t &worker) {
     return {worker.Controller != nullptr ? worker.Controller->DeviceID : "n/a",
             worker.Devices != nullptr ? worker.Devices : "devices", static_cast<int>(UpcallAge(worker))};
 }
