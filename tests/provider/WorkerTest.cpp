@@ -178,7 +178,7 @@ TEST(Workers, SurviveAContextThatCannotBeRenewed) {
 TEST(Workers, ThatCannotAttachAgainAreStartedLater) {
     LinkedBench bench(OneOfEach());
     bench.Start();
-    const auto fault = bench.Inject(Rule(Operation::AttachThread).Fails());
+    const auto fault = bench.Broker().Faults().Add(Rule(Operation::AttachThread).Fails());
     bench.LetEveryWorkerWork();
 #ifdef QUARNEL_CONTEXT_FLUSH // a context is never renewed
     ASSERT_TRUE(WorkersIdle());
