@@ -178,6 +178,7 @@ TEST(Workers, SurviveAContextThatCannotBeRenewed) {
 TEST(Workers, ThatCannotAttachAgainAreStartedLater) {
     LinkedBench bench(OneOfEach());
     bench.Start();
+    EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 3; }));
     const auto fault = bench.Broker().Faults().Add(Rule(Operation::AttachThread).Fails());
     bench.LetEveryWorkerWork();
 #ifdef QUARNEL_CONTEXT_FLUSH // a context is never renewed
