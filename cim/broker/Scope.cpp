@@ -12,9 +12,12 @@ void Object::Release() {
         owner->Remove(this);
         core.counts.lent.fetch_sub(1, std::memory_order_relaxed);
         break;
-    case Life::Clone:
-        core.counts.clones.fetch_sub(1, std::memory_order_relaxed);
-        break;
+    case Life::Clone: {
+        std::atomic<std::uint64_t> &clones = core.counts.clones;
+        delete this;
+        clones.fetch_sub(1, std::memory_order_release); // the last: who waited for it may end the broker
+        return;
+    }
     }
     delete this;
 }

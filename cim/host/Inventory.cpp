@@ -85,12 +85,15 @@ std::string PortTypeIn(const Instance &instance) {
     return *type == 0 ? "Unknown" : *type == 93 ? "SATA" : *type == 94 ? "SAS" : std::to_string(*type);
 }
 
+// Blocks have 512 bytes also where a CIM server does not pass the disks' BlockSize on: it is of another width than the
+// class declares.
 std::string SizeOf(const Instance &instance) {
     const auto *blocks = NumberIn(instance, "NumberOfBlocks");
-    const auto *blockSize = NumberIn(instance, "BlockSize");
-    if (blocks == nullptr || blockSize == nullptr) return {};
+    if (blocks == nullptr) return {};
+    const auto *given = NumberIn(instance, "BlockSize");
+    const std::uint64_t blockSize = given != nullptr ? *given : 512;
     constexpr const char *units[] = {"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
-    double size = static_cast<double>(*blocks) * static_cast<double>(*blockSize);
+    double size = static_cast<double>(*blocks) * static_cast<double>(blockSize);
     std::size_t unit = 0;
     for (; size >= 1024 && unit + 1 < std::size(units); ++unit) size /= 1024;
     return fmt::format("{:.{}f} {}", size, unit == 0 ? 0 : 2, units[unit]);

@@ -123,8 +123,8 @@ TEST(Record, AForeignVendorsOddModelIsReplayedAsItWas) {
     const RoundTrip trip(folder.Write("foreign.json", kForeign));
     EXPECT_EQ(trip.servedAgain, trip.served);
     EXPECT_EQ(trip.recordingAgain, trip.recording);
-    // A controller with its software, one disk of two (the other comes twice), and a volume.
-    EXPECT_EQ(trip.served.size(), 5u);
+    // A controller with its software, two disks of three (one comes twice and is shown so), and a volume.
+    EXPECT_EQ(trip.served.size(), 6u);
     for (const char *part : {
              R"("classes": {
     "Example_RegisteredProfile": "CIM_RegisteredProfile",)",

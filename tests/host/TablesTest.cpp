@@ -135,6 +135,15 @@ TEST(Inventory, AControllersUnderscoreDoesNotSplitItsDevicesWrongly) {
     EXPECT_EQ(inventory[kDisk][2].device, "1_2");
 }
 
+TEST(Inventory, DisksHaveASizeWhereTheServerDoesNotPassTheirBlocksSizeOn) {
+    Instances server;
+    server[kDisk] = {SampleDisk("c1_7", "", 2, 5, 4'194'304)};
+    auto &properties = server[kDisk][0].properties;
+    for (auto &property : properties)
+        if (property.name.Text() == "BlockSize") property.value = Value::Null(CMPI_uint64);
+    EXPECT_EQ(Describe(server)[kDisk].at(0).size, "2.00 GiB");
+}
+
 TEST(Inventory, InstancesWithoutPropertiesAreShownByTheirKeys) {
     Instances server;
     server[kDisk] = {SampleDisk("c1_7", "", 2, 5)};

@@ -62,7 +62,8 @@ Bench::~Bench() {
 void Bench::End() {
     broker->Faults().Clear();
     broker->Shutdown();
-    EXPECT_TRUE(Eventually([this] { return broker->Live().attachedThreads == 0; }));
+    const auto left = [this] { return broker->Live().attachedThreads == 0 && broker->Live().clones == 0; };
+    Eventually(left, std::chrono::seconds(10)); // and then says what is there
     const cim::LiveObjects live = broker->Live();
     EXPECT_EQ(live.lent, 0u);
     EXPECT_EQ(live.clones, 0u);
