@@ -30,6 +30,7 @@ Bench::Bench(Hardware description, const BenchOptions &options) : hardware(std::
     cim::BrokerConfig config = ServerConfig();
     if (options.provider.createInstanceMI != nullptr) config.builtins[kProvider] = options.provider;
     config.memory = options.memory;
+    config.unkind = options.unkind;
     config.filterResults = options.filterResults;
     config.factoryPerClass = options.factoryPerClass;
     std::string error;

@@ -25,6 +25,7 @@ constexpr const char *kNameSpace = "root/cimv2";
 
 struct BenchOptions {
     cim::MemoryRules memory = cim::kFreedAtDetach;
+    cim::Unkindness unkind;
     bool filterResults = true;
     bool factoryPerClass = false;
     cim::BuiltinProvider provider; // when QuarnelProvider is linked in; otherwise its library is loaded
