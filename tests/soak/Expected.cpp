@@ -115,7 +115,7 @@ std::map<std::string, std::vector<Fact>> Expected(const Hardware &hardware, cons
     return expected;
 }
 
-std::vector<std::string> Differences(Bench &bench, Depth depth) {
+std::vector<std::string> Differences(Bench &bench, Depth depth, const std::string &except) {
     std::vector<std::string> differences;
     std::set<std::string> known;
     for (const RaidController_t *ctrl : Each<RaidController_t>(&ThisLife().RaidControllerList))
@@ -128,6 +128,7 @@ std::vector<std::string> Differences(Bench &bench, Depth depth) {
         at = known.count((*at)["id"]) != 0 ? at + 1 : controllers.erase(at);
     }
     const auto isCommon = [&](const std::string &identifier) {
+        if (Matches(identifier, except)) return false;
         for (const std::string &id : described)
             if (known.count(id) != 0 && (Matches(identifier, "*" + id) || Matches(identifier, "*" + id + "_*")))
                 return true;
@@ -152,7 +153,8 @@ std::vector<std::string> Differences(Bench &bench, Depth depth) {
             }
             expected.erase(found);
         }
-        for (const auto &missing : expected) differences.push_back(missing.first + " is missing");
+        for (const auto &missing : expected)
+            if (isCommon(missing.first)) differences.push_back(missing.first + " is missing");
     }
     return differences;
 }

@@ -22,7 +22,8 @@ std::map<std::string, std::vector<Fact>> Expected(const Hardware &hardware, cons
 enum class Depth { Everything, WhatRefreshesFollow };
 
 // How what is served differs from the description, a line for each difference. What hangs on controllers that are not
-// both known to the provider and in the description is left out: those come and go when the provider is loaded.
-std::vector<std::string> Differences(Bench &bench, Depth depth);
+// both known to the provider and in the description is left out: those come and go when the provider is loaded. So is
+// what has an identifier like `except`.
+std::vector<std::string> Differences(Bench &bench, Depth depth, const std::string &except = {});
 
 } // namespace support

@@ -1,5 +1,6 @@
-// Everything at once and for long: clients ask, hardware changes, time passes, up-calls and objects fail, the provider
-// is unloaded and loaded again. All answers are well formed, the model comes back to what is there, and nothing grows.
+// Everything at once and for long: clients ask, hardware changes, time passes, up-calls and objects fail, up-calls are
+// not answered for a while, the provider is unloaded and loaded again, in brokers kind and unkind. All answers are well
+// formed, the model comes back to what is there, and nothing grows.
 //
 // A few seconds; TEST_SECONDS sets another length, TEST_SEED other decisions.
 #include "tests/provider/Linked.h"
@@ -22,7 +23,9 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int kClients = 4;
 constexpr std::uint64_t kRequestsPerEpisode = 1000;
-constexpr int kWarmUp = 4;                                        // episodes before growth is looked at
+constexpr int kWarmUp = 4; // episodes before growth is looked at
+constexpr std::chrono::milliseconds kCleanUpLimit(3500);
+constexpr std::chrono::seconds kBetweenAbandonedLives(10);        // each takes three
 constexpr std::size_t kHeapSlack = 128 * 1024;                    // what this thread keeps at hand of what it has freed
 [[maybe_unused]] constexpr std::size_t kResidentSlack = 16 << 20; // what the heap's free pieces may take
 
@@ -31,12 +34,48 @@ std::uint64_t FromEnvironment(const char *name, std::uint64_t otherwise) {
     return value != nullptr && *value != '\0' ? std::strtoull(value, nullptr, 10) : otherwise;
 }
 
+// How the workers stand in the life that there is.
+struct Workers {
+    std::uint32_t running, lost, active;
+    bool queueIsEmpty;
+};
+
+Workers TheWorkers() {
+    Life_t &life = ThisLife();
+    const ThreadsLock lock(life.QuarnelThreadMutex);
+    return {life.RunningWorkers, life.LostWorkers, life.ActiveThreads, IsFifoEmpty(&life.__FIFO) == 1};
+}
+
+const RaidController_t *ControllerOfLostUpcall() {
+    Life_t &life = ThisLife();
+    const ThreadsLock lock(life.QuarnelThreadMutex);
+    for (const Worker_t &worker : life.QuarnelThreads)
+        if (worker.Lost) return worker.Controller;
+    return nullptr;
+}
+
+// What a refresh of one class's devices walks to, and how their identifiers begin.
+const struct RefreshedKind {
+    const char *className, *vendorClass, *prefix;
+} kRefreshedKinds[] = {
+    {kExtent, "CIM_DiskDrive", "zbrStorageExt"},
+    {kVolume, "CIM_StorageVolume", "zbrStorageVolume"},
+    {kPort, "CIM_SASSATAPort", "zbrPort"},
+    {kBattery, "CIM_Battery", "zbrControllerBattery"},
+};
+
+// Walks that workers alone make. In a factory's the broker's requests would be lost, too.
+const std::vector<const char *> kWorkersWalks = {
+    "CIM_SystemDevice",      "CIM_HostedStoragePool",  "CIM_SystemPackaging",
+    "CIM_MediaPresent",      "CIM_PackageInConnector", "CIM_Container",
+    "CIM_ConcreteComponent", "CIM_ElementSettingData", "CIM_AllocatedFromStoragePool"};
+
 // One thing that goes wrong a few times, some time from now.
 FaultRule RandomFault(Dice &dice) {
     const std::vector<Operation> upcalls = {Operation::EnumerateInstances, Operation::GetInstance,
                                             Operation::Associators, Operation::AssociatorNames};
     FaultRule rule;
-    switch (dice.Below(4)) {
+    switch (dice.Below(5)) {
     case 0: // slow
         rule.operations = upcalls;
         rule.delay = std::chrono::milliseconds(1 + dice.Below(10));
@@ -48,6 +87,12 @@ FaultRule RandomFault(Dice &dice) {
                         Operation::ToArray, Operation::PrepareAttachThread})};
         rule.effect = Effect::NullWithOk;
         break;
+    case 2: // not answered until the fault ends
+        return Rule({Operation::Associators, Operation::AssociatorNames})
+            .Along(dice.OneOf(kWorkersWalks))
+            .After(static_cast<std::uint64_t>(dice.Below(20)))
+            .Times(1)
+            .Does(Effect::Lost);
     default:
         rule.operations = upcalls;
         rule.effect = dice.OneOf({Effect::Fail, Effect::NullWithOk, Effect::Empty});
@@ -60,11 +105,12 @@ FaultRule RandomFault(Dice &dice) {
 
 class Soak {
 public:
-    explicit Soak(std::uint64_t seed) : dice(seed), random(seed + 1), calm(random.Start()), bench(calm) {
+    Soak(const BenchOptions &options, std::uint64_t seed)
+        : dice(seed), random(seed + 1), calm(random.Start()), bench(calm, options) {
         // Counts without ever hitting.
-        for (const char *kind : {"CIM_DiskDrive", "CIM_StorageVolume", "CIM_SASSATAPort", "CIM_Battery"})
-            walks.push_back(
-                bench.Inject(Rule(Operation::Associators).Along("CIM_SystemDevice", kind).After(UINT64_MAX)));
+        for (const RefreshedKind &kind : kRefreshedKinds)
+            walks.push_back(bench.Inject(
+                Rule(Operation::Associators).Along("CIM_SystemDevice", kind.vendorClass).After(UINT64_MAX)));
     }
 
     // Ends with the provider unloaded. Every second episode things go wrong, and before each the model is built afresh
@@ -74,13 +120,16 @@ public:
         bench.Change([&](Hardware &hardware) { random.NewSeason(hardware, weather == Weather::Foul); });
         Reload();
         Compare(Depth::Everything, "a new life");
+        if (weather == Weather::Foul) FollowWithoutOne();
         Storm(weather);
         while (!failing.empty()) EndFault();
         Recover();
         Compare(weather == Weather::Fair ? Depth::Everything : Depth::WhatRefreshesFollow, "after the storm");
+        CheckWorkers(0);
         bench.LetEveryWorkerWork();
         CheckObjects();
         Unload();
+        leftBehind = 0;
         LogCapture::Clear();
     }
 
@@ -98,12 +147,14 @@ public:
 
     void Tell(const Footprint &start, const Footprint &end) {
         std::printf("episodes   %d\nrequests   %llu\nrefreshes  %llu\nchanges    %llu\nfaults     %llu\n"
+                    "lost       %llu up-calls for a while, %llu lives for good\n"
                     "unloads    %llu, %llu of them among requests\ncompared   %llu times with the description\n"
                     "resident   %zu kB at the start, %zu kB at the end\n"
                     "allocated  %zu B at the start, %zu B at the end\nwrong      %llu\n",
                     episodes, Printable(requests), Printable(Refreshes()), Printable(changes), Printable(faults),
-                    Printable(unloads), Printable(unloadsAmongRequests), Printable(comparisons), start.resident / 1024,
-                    end.resident / 1024, start.heap, end.heap, Printable(findings.Count()));
+                    Printable(losses), Printable(abandoned), Printable(unloads), Printable(unloadsAmongRequests),
+                    Printable(comparisons), start.resident / 1024, end.resident / 1024, start.heap, end.heap,
+                    Printable(findings.Count()));
     }
 
     Findings findings;
@@ -111,12 +162,44 @@ public:
 private:
     static unsigned long long Printable(std::uint64_t number) { return number; }
 
+    // While the vendor owes an answer to one refresh, all that needs nothing of it follows the hardware. The answer
+    // comes during the storm.
+    void FollowWithoutOne() {
+        const RefreshedKind &kind = kRefreshedKinds[dice.Below(std::size(kRefreshedKinds))];
+        BeginFault(Rule(Operation::Associators)
+                       .Along("CIM_SystemDevice", kind.vendorClass)
+                       .After(static_cast<std::uint64_t>(dice.Below(2)))
+                       .Times(1)
+                       .Does(Effect::Lost));
+        TestClock::Advance(StateUpdateInterval);
+        bench.Enumerate(kind.className);
+        if (!bench.Broker().Faults().AwaitLost(1, std::chrono::seconds(60)))
+            return findings.Wrong(std::string("no refresh of ") + kind.className);
+        Settle(1); // whoever else is inside an up-call when so much time passes is taken for lost
+        bench.Change([this](Hardware &hardware) {
+            for (int i = 0; i < 10; ++i) random.Change(hardware);
+        });
+        TestClock::Advance(3600); // nobody notices until the next request
+        if (bench.Broker().AskToUnload(kProvider) != CMPI_RC_DO_NOT_UNLOAD)
+            findings.Wrong("a clean-up that can be declined ends a life with a lost up-call");
+        for (const RefreshedKind &each : kRefreshedKinds) {
+            TestClock::Advance(StateUpdateInterval);
+            bench.Enumerate(each.className);
+            Settle(1);
+        }
+        CheckWorkers(1);
+        const RaidController_t *ctrl = ControllerOfLostUpcall();
+        if (ctrl == nullptr) return findings.Wrong("a lost up-call is not noticed");
+        Compare(Depth::WhatRefreshesFollow, "beside a lost up-call", 1,
+                kind.prefix + std::string(ctrl->DeviceID) + "_*");
+    }
+
     void Storm(Weather weather) {
         Clients clients(bench.Broker(), kClients, dice.Seed(), findings);
         clients.LetIn(weather);
         std::thread changing([this, &clients, seed = dice.Seed()] { ChangeHardware(clients, seed); });
         while (PassRequests(clients, 40)) {
-            if (weather == Weather::Foul && dice.OneIn(2)) BeginFault();
+            if (weather == Weather::Foul && dice.OneIn(2)) BeginFault(RandomFault(dice));
             if (failing.size() > 6) EndFault();
             if (dice.OneIn(12)) UnloadAmongRequests(clients, weather);
             if (dice.OneIn(20)) bench.Broker().AskToUnload(kProvider); // with requests running: as it likes
@@ -146,29 +229,60 @@ private:
         return next < kRequestsPerEpisode;
     }
 
-    void BeginFault() { failing.push_back(bench.Inject(RandomFault(dice))); }
-    void EndFault() {
-        faults += bench.Broker().Faults().Hit(failing.front());
-        bench.Broker().Faults().Remove(failing.front());
+    void BeginFault(const FaultRule &rule) { failing.push_back({bench.Inject(rule), rule.effect}); }
+    void EndFault() { // what it has lost is answered
+        const auto [id, effect] = failing.front();
+        (effect == Effect::Lost ? losses : faults) += bench.Broker().Faults().Hit(id);
+        bench.Broker().Faults().Remove(id);
         failing.pop_front();
     }
 
     void UnloadAmongRequests(Clients &clients, Weather weather) {
+        const bool abandon = bench.Broker().Faults().LostNow() > 0 && Clock::now() >= nextAbandonment;
+        if (abandon && dice.OneIn(2)) return Abandon();
         clients.KeepOut();
-        Unload(); // whatever the workers are doing
+        if (abandon)
+            Abandon();
+        else
+            Unload(); // whatever the workers are doing
         ++unloadsAmongRequests;
         clients.LetIn(weather);
     }
 
+    // Clean-up that cannot be declined ends a life with a lost up-call, within its limit. The next one begins beside
+    // it.
+    void Abandon() {
+        const auto start = Clock::now();
+        const CMPIrc rc = bench.Broker().CallCleanUp(kProvider, true);
+        const std::chrono::duration<double> took = Clock::now() - start;
+        if (rc != CMPI_RC_OK) findings.Wrong("a terminating clean-up answers " + std::to_string(rc));
+        if (took > kCleanUpLimit) findings.Wrong("a terminating clean-up takes " + std::to_string(took.count()) + " s");
+        bench.Broker().CallFactoryAgain(kProvider);
+        nextAbandonment = Clock::now() + kBetweenAbandonedLives;
+        ++leftBehind;
+        ++abandoned;
+    }
+
+    // Declined for as long as a job is inside an up-call, which a lost one would be for ever.
     void Unload() {
         TestClock::Advance(3600);
-        const CMPIrc rc = bench.Broker().AskToUnload(kProvider);
+        CMPIrc rc = CMPI_RC_OK;
+        Eventually([&] {
+            bench.Broker().Faults().AnswerLost();
+            rc = bench.Broker().AskToUnload(kProvider);
+            return rc != CMPI_RC_DO_NOT_UNLOAD;
+        });
         if (rc != CMPI_RC_OK) findings.Wrong("an idle provider answers its clean-up with " + std::to_string(rc));
-        const cim::LiveObjects live = bench.Broker().Live();
-        if (live.lent + live.clones + live.contexts + live.attachedThreads > 0)
+        const auto nothingIsAlive = [this] {
+            const cim::LiveObjects live = bench.Broker().Live();
+            return live.lent + live.clones + live.contexts + live.attachedThreads == 0;
+        };
+        if (!(leftBehind > 0 ? Eventually(nothingIsAlive) : nothingIsAlive())) {
+            const cim::LiveObjects live = bench.Broker().Live();
             findings.Wrong("after the unload live " + std::to_string(live.lent) + " lent objects, " +
                            std::to_string(live.clones) + " clones, " + std::to_string(live.contexts) + " contexts, " +
                            std::to_string(live.attachedThreads) + " threads");
+        }
         ++unloads;
     }
 
@@ -178,8 +292,27 @@ private:
         Settle();
     }
 
-    void Settle() {
-        if (!WorkersIdle()) findings.Wrong("the workers do not come to rest");
+    // All jobs are done but `stuck` ones.
+    void Settle(std::uint32_t stuck = 0) {
+        const auto done = [&] {
+            const Workers workers = TheWorkers();
+            return workers.queueIsEmpty && workers.active == stuck;
+        };
+        if (!Eventually(done)) findings.Wrong("the workers do not come to rest");
+    }
+
+    // The lost ones have been replaced, those that came back have left, and so have all of lives left behind.
+    void CheckWorkers(std::uint32_t lost) {
+        const auto asMany = [&] {
+            const Workers workers = TheWorkers();
+            return workers.running == kWorkers + lost && workers.lost == lost &&
+                   bench.Broker().Live().contexts == workers.running;
+        };
+        if (Eventually(asMany)) return;
+        const Workers workers = TheWorkers();
+        findings.Wrong(std::to_string(workers.running) + " workers, " + std::to_string(workers.lost) +
+                       " of them lost, " + std::to_string(bench.Broker().Live().contexts) + " contexts, with " +
+                       std::to_string(lost) + " lost up-calls");
     }
 
     // With nothing going wrong any more, every kind is refreshed once.
@@ -187,7 +320,7 @@ private:
         bench.Broker().Load(kProvider);
         // A start that failed is tried again by the factory; one that found no means for any worker is not.
         bench.Broker().CallFactoryAgain(kProvider);
-        if (ThisLife().RaidControllerList.Size == 0 || bench.Broker().Live().contexts == 0) Reload();
+        if (ThisLife().RaidControllerList.Size == 0 || TheWorkers().running == 0) Reload();
         Settle();
         for (const char *className : {kVolume, kPort, kBattery}) {
             TestClock::Advance(StateUpdateInterval);
@@ -196,16 +329,18 @@ private:
         }
     }
 
-    void Compare(Depth depth, const char *when) {
-        for (const std::string &difference : Differences(bench, depth))
+    void Compare(Depth depth, const char *when, std::uint32_t stuck = 0, const std::string &except = {}) {
+        for (const std::string &difference : Differences(bench, depth, except))
             findings.Wrong(std::string(when) + ": " + difference);
         ++comparisons;
-        Settle();
+        Settle(stuck);
     }
 
     void CheckObjects() {
+        const auto areRecords = [this] { return bench.Broker().Live().clones == PathsOwned(); };
+        if (leftBehind > 0) Eventually(areRecords); // the last thing that a life's last thread frees
         const cim::LiveObjects live = bench.Broker().Live();
-        if (live.clones != PathsOwned() || live.lent != 0)
+        if (!areRecords() || live.lent != 0)
             findings.Wrong(std::to_string(live.clones) + " clones and " + std::to_string(live.lent) +
                            " lent objects live, records own " + std::to_string(PathsOwned()));
     }
@@ -222,20 +357,35 @@ private:
     const Hardware calm;
     LinkedBench bench;
     std::vector<cim::Faults::Id> walks;
-    std::deque<cim::Faults::Id> failing;
+    std::deque<std::pair<cim::Faults::Id, Effect>> failing;
     int episodes = 0;
+    int leftBehind = 0;                              // lives of this episode
+    inline static Clock::time_point nextAbandonment; // in whatever soak
     std::atomic<std::uint64_t> changes{0};
-    std::uint64_t requests = 0, faults = 0, unloads = 0, unloadsAmongRequests = 0, comparisons = 0;
+    std::uint64_t requests = 0, faults = 0, unloads = 0, unloadsAmongRequests = 0, comparisons = 0, losses = 0,
+                  abandoned = 0;
 };
 
-TEST(Soak, EveryAnswerIsWellFormedAndNothingGrows) {
+struct SoakIn : testing::TestWithParam<bool> {};
+
+// The unkind broker first, so that a short run abandons a life there.
+INSTANTIATE_TEST_SUITE_P(Brokers, SoakIn, testing::Values(true, false),
+                         [](const auto &test) { return test.param ? "Unkind" : "Kind"; });
+
+TEST_P(SoakIn, EveryAnswerIsWellFormedAndNothingGrows) {
     const std::uint64_t seconds = FromEnvironment("TEST_SECONDS", 2);
     const std::uint64_t seed = FromEnvironment("TEST_SEED", 20240101);
-    const auto end = Clock::now() + std::chrono::seconds(seconds);
-    std::printf("seed       %llu\n", static_cast<unsigned long long>(seed));
-    Soak soak(seed);
+    BenchOptions options;
+    if (GetParam()) {
+        options.memory = cim::kFreedByRelease;
+        options.unkind = cim::kUnkind;
+    }
+    std::printf("broker     %s\nseed       %llu\n", GetParam() ? "unkind" : "kind",
+                static_cast<unsigned long long>(seed));
+    Soak soak(options, seed);
     for (int i = 0; i < kWarmUp; ++i) soak.Episode();
     const Footprint before = soak.Measure();
+    const auto end = Clock::now() + std::chrono::milliseconds(seconds * 1000 / 2); // one half in each broker
     while (Clock::now() < end && soak.findings.Count() == 0) soak.Episode();
     const Footprint after = soak.Measure();
     soak.Tell(before, after);
