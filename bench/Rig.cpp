@@ -114,7 +114,8 @@ void Rig::Start() {
 
 void Rig::Unload() {
     support::TestClock::Advance(kMoreThanIdle);
-    if (broker->AskToUnload(kProvider) != CMPI_RC_OK) throw std::runtime_error("the provider does not unload");
+    // Declined while a refresh is inside an up-call.
+    Await("the provider's unloading", [this] { return broker->AskToUnload(kProvider) == CMPI_RC_OK; });
 }
 
 // Dated back, so that the vendor need not look at the file's text again.

@@ -1,7 +1,8 @@
 // The providers' log lines on their way to the C library, whose place these functions take for the libraries loaded.
 //
-// The provider reports a full job queue at the priority of errors, on healthy machines, too: whenever it reads more disks
-// at first than the queue has room for. The program gives that line the priority of what else is said of such a reading.
+// The provider reports a full job queue at the priority of errors, on healthy machines, too: whenever it reads more
+// disks at first than the queue has room for. The program gives that line the priority of what else is said of such a
+// reading.
 #include <dlfcn.h>
 #include <syslog.h>
 

@@ -344,6 +344,7 @@ struct Worker_t {
     pthread_t Thread;
     bool Started;       // there is a thread to be joined
     bool Left;          // it has left its life and can be joined at once
+    bool Leaving;       // it takes no more jobs: there are enough workers without it
     bool Lost;          // the up-call that it is in has not returned for a long time: it does not count as a worker
     time_t UpcallSince; // in Seconds(); 0: not inside an up-call
     // What its job is about, for the log; null: nothing yet.

@@ -231,6 +231,25 @@ TEST(Workers, AreLostInUpCallsAtMostThreeTimesAndThenNothingMoreIsRisked) {
     bench.ExpectOnlyRecordsAlive();
 }
 
+TEST(Workers, ThatAreAllLostLeaveRequestsAnsweredAndTheLogAlone) {
+    LinkedBench bench(OneOfEach().WithController("c1").WithPort("p1").WithBattery("b1"));
+    bench.StartAndWait();
+    bench.Inject(Rule(Operation::Associators).Along("CIM_SystemDevice").Does(cim::FaultRule::Effect::Lost));
+    for (int minute = 0; minute < 10; ++minute) {
+        for (const char *className : kServedClasses) EXPECT_FALSE(bench.Identifiers(className).empty());
+        EXPECT_TRUE(bench.Broker().WaitForBackground(std::chrono::milliseconds(20), std::chrono::seconds(20)));
+        TestClock::Advance(60);
+    }
+    EXPECT_GE(bench.Broker().Faults().LostNow(), kMostLost);
+    EXPECT_TRUE(LoggedTimes(1, LOG_ERR, "QuarnelThread: 3 up-calls have not returned, *"));
+    EXPECT_LE(LogCapture::Texts("*", LOG_ERR).size(), bench.Broker().Faults().LostNow() + 1);
+    bench.Broker().Faults().Clear();
+    EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 3; }));
+    ASSERT_TRUE(WorkersIdle());
+    bench.RefreshedColumn(kPort, "Caption");
+    bench.ExpectOnlyRecordsAlive();
+}
+
 TEST(Workers, LeaveTheHeapAsItIsOverTenThousandPasses) {
     const LogMask quiet(LOG_UPTO(LOG_WARNING));
     BenchOptions options;

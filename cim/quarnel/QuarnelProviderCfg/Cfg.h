@@ -171,7 +171,12 @@ private:
 // How long the worker has been in its up-call, in seconds; 0 when it is in none. QuarnelThreadMutex is held.
 time_t UpcallAge(const Worker_t &worker);
 // Tells what this worker's job is about, for the log.
-void NoteJob(const RaidController_t *ctrl, const char *devices, const Mutex_t *kind);
+void NoteJob(const RaidController_t *ctrl, const char *devices);
+
+// Workers that are neither lost nor leaving.
+uint32_t AbleWorkers(const Life_t &life) REQUIRES(life.QuarnelThreadMutex);
+// So many up-calls do not return that no further refresh is risked.
+bool TooManyLost();
 
 // Notices up-calls that do not return, and starts workers where some are missing, each in a context prepared from
 // `ctx`. Called by whoever waits for a worker, by idle workers, and by requests; with no lock held.

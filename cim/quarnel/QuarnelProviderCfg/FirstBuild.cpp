@@ -132,7 +132,7 @@ int BuildOnce(const Pass_t &pass, const ConfigAction_t &action, const ActionTarg
 int BuildAll(const Pass_t &pass, int code) {
     const ConfigAction_t &action = *FindAction(code);
     const ActionTarget_t &target = *FindTarget(code);
-    NoteJob(pass.Controller, target.Devices, nullptr);
+    NoteJob(pass.Controller, target.Devices);
     const CMPIEnumeration *devices = Associators(pass.Context, pass.Controller->ControllerOp,
                                                  action.AssociationClassName, action.AssociatedClassName);
     const KindHold hold(pass.Context, pass.Controller, target, KindHold::Patience::FirstBuild);
@@ -217,7 +217,7 @@ int BuildChassisInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidContr
 int BuildLogicalDeviceInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl) {
     QLOG(LOG_DEBUG, "%s, enter...\n", kWho);
     QLOG(LOG_DEBUG, "%s: %s\n", kWho, PathText(ctrl->ControllerOp).Text());
-    NoteJob(ctrl, "logical devices", nullptr);
+    NoteJob(ctrl, "logical devices");
     QueueDevices({mi, ctx, ctrl});
     OncePerSecond draining;
     AwaitQueue(ctx, QueueState::Drained, &draining, [] { QLOG(LOG_DEBUG, "%s: FIFO not empty, waiting...\n", kWho); });

@@ -27,7 +27,11 @@ KindHold::KindHold(const CMPIContext *ctx, RaidController_t *ctrl, const ActionT
             ThreadsLock lock(life.QuarnelThreadMutex);
             if (pthread_mutex_trylock(wanted) == 0) {
                 kind = wanted;
-                NoteJob(ctrl, target.Devices, kind);
+                if (Here.Worker != nullptr) {
+                    Here.Worker->Controller = ctrl;
+                    Here.Worker->Devices = target.Devices;
+                    Here.Worker->Kind = kind;
+                }
             } else {
                 if (Stopping() || HolderIsStuck(life, wanted, patience)) return;
                 lock.WaitUntil(life.QuarnelProgressCond, InMilliseconds(1000));

@@ -1,8 +1,11 @@
 // Up-calls that do not return. A CIM object manager never answers an up-call whose provider it has stopped or that was
 // killed, and the worker in it is lost. Each up-call of a worker is stamped, so that whoever else runs or waits notices
 // one that takes too long: the worker no longer counts, another one takes its place, and what it holds is left alone
-// until it comes back. At most kMostLost workers are lost that way; then nothing more is risked.
+// until it comes back. When kMostLost workers are lost, no refresh is begun any more: beyond them, only those can be
+// lost that were in up-calls already.
 #include "Cfg.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -36,7 +39,7 @@ enum class Care { Nothing, ReportLost, GoOnWithFirstBuild, StartWorkers };
 struct Need_t {
     Care What = Care::Nothing;
     Purpose_t Lost = {};   // ReportLost
-    bool MostLost = false; // ReportLost: no more may be lost
+    bool MostLost = false; // ReportLost: no more are risked
     uint32_t Count = 0;    // StartWorkers
 };
 
@@ -52,7 +55,7 @@ void TakeOutOfCount(Life_t &life, Worker_t &worker, Need_t *need) REQUIRES(life.
         worker.RunsFirstBuild = false;
     }
     pthread_cond_broadcast(&life.QuarnelProgressCond);
-    *need = {Care::ReportLost, PurposeOf(worker), life.LostWorkers >= kMostLost, 0};
+    *need = {Care::ReportLost, PurposeOf(worker), life.LostWorkers == kMostLost, 0};
 }
 
 Need_t NextNeed(Life_t &life) {
@@ -64,15 +67,16 @@ Need_t NextNeed(Life_t &life) {
         TakeOutOfCount(life, worker, &need);
         return need;
     }
-    const uint32_t able = life.RunningWorkers - life.LostWorkers;
+    const uint32_t able = AbleWorkers(life);
+    const uint32_t most = kWorkers + kMostLost - life.RunningWorkers; // that can be started
     const time_t now = time(nullptr);
     if (life.FirstBuildOwed) {
         life.FirstBuildOwed = false;
         need.What = Care::GoOnWithFirstBuild;
-    } else if (able < kWorkers && now - life.WorkersStartedAt >= StateUpdateInterval) {
+    } else if (able < kWorkers && most > 0 && now - life.WorkersStartedAt >= StateUpdateInterval) {
         life.WorkersStartedAt = now;
         need.What = Care::StartWorkers;
-        need.Count = kWorkers - able;
+        need.Count = std::min(kWorkers - able, most);
     }
     return need;
 }
@@ -80,6 +84,12 @@ Need_t NextNeed(Life_t &life) {
 } // namespace
 
 time_t UpcallAge(const Worker_t &worker) { return worker.UpcallSince != 0 ? Seconds() - worker.UpcallSince : 0; }
+
+bool TooManyLost() {
+    Life_t &life = ThisLife();
+    const ThreadsLock lock(life.QuarnelThreadMutex);
+    return life.LostWorkers >= kMostLost;
+}
 
 void LookAfterWorkers(const CMPIContext *ctx) {
     Life_t &life = ThisLife();

@@ -11,9 +11,7 @@ bool Reached(Life_t &life, QueueState wanted) REQUIRES(life.QuarnelThreadMutex) 
 }
 
 // There are workers that are neither lost nor waiting for the queue.
-bool OthersWork(const Life_t &life) REQUIRES(life.QuarnelThreadMutex) {
-    return life.RunningWorkers > life.LostWorkers + life.WaitingJobs;
-}
+bool OthersWork(const Life_t &life) REQUIRES(life.QuarnelThreadMutex) { return AbleWorkers(life) > life.WaitingJobs; }
 
 // Waits until the queue is in the state (true), until `until`, or until there is a job that no other worker would take:
 // that one is `job`, and the caller's.

@@ -10,12 +10,6 @@ bool FirstBuildDone() {
     return life.ThreadActivityDone != 0;
 }
 
-bool TooManyLost() {
-    Life_t &life = ThisLife();
-    const ThreadsLock lock(life.QuarnelThreadMutex);
-    return life.LostWorkers >= kMostLost;
-}
-
 } // namespace
 
 int HandleDeviceConfigChange(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl, int action) {
@@ -62,5 +56,6 @@ void DoDeviceConfigChange(CMPIContext *ctx, void *args) {
     auto *ctrl = reinterpret_cast<RaidController_t *>(job->Arg2);
     const int action = static_cast<int>(job->Arg3);
     job.reset();
+    if (TooManyLost()) return; // queued before that was known
     ProcessDeviceConfigChange(mi, ctx, ctrl, action);
 }

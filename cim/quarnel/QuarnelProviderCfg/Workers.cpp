@@ -13,17 +13,17 @@ namespace {
 constexpr char kWho[] = "QuarnelThread";
 constexpr int kIdleLook = 10'000; // milliseconds between two looks of an idle worker at the up-calls of the others
 
-bool TooMany(const Life_t &life) REQUIRES(life.QuarnelThreadMutex) {
-    return life.RunningWorkers - life.LostWorkers > kWorkers;
-}
-
 // The next job, which counts as active from here on; null when the worker shall leave.
 Thread_Args_t *NextJob(long tid, const CMPIContext *ctx) {
     Life_t &life = ThisLife();
     while (true) {
         {
             ThreadsLock lock(life.QuarnelThreadMutex);
-            if (Stopping() || TooMany(life)) return nullptr;
+            if (Stopping()) return nullptr;
+            if (AbleWorkers(life) > kWorkers) {
+                Here.Worker->Leaving = true;
+                return nullptr;
+            }
             life.ActiveThreads += 1;
             auto *job = static_cast<Thread_Args_t *>(GetItem(&life.__FIFO));
             pthread_cond_broadcast(&life.QuarnelProgressCond);
@@ -134,11 +134,18 @@ int NextTid() {
 
 } // namespace
 
-void NoteJob(const RaidController_t *ctrl, const char *devices, const Mutex_t *kind) {
+void NoteJob(const RaidController_t *ctrl, const char *devices) {
     if (Here.Worker == nullptr) return;
+    const ThreadsLock lock(ThisLife().QuarnelThreadMutex);
     Here.Worker->Controller = ctrl;
     Here.Worker->Devices = devices;
-    Here.Worker->Kind = kind;
+}
+
+uint32_t AbleWorkers(const Life_t &life) {
+    uint32_t able = 0;
+    for (const Worker_t &worker : life.QuarnelThreads)
+        if (worker.Started && !worker.Left && !worker.Leaving && !worker.Lost) able += 1;
+    return able;
 }
 
 void StartWorker(const char *who, const CMPIContext *ctx) {
