@@ -453,7 +453,8 @@ void AwaitFirstBuild();
 extern Relaxed<int> FirstAnswerWait; // seconds; 0: requests are answered at once from what is known
 
 // Asks for a background refresh of one kind of device of one controller and does not wait for it: 0 when it is queued
-// or not due, -2 without memory, -6 when the queue is full. Called with no lock held.
+// or not due, -2 without memory, -6 when the queue is full or too many up-calls do not return. Called with no lock
+// held, on a thread that `ctx` is of.
 int HandleDeviceConfigChange(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl, int action);
 
 // Linear look-ups; null for a null key. CtrlMutex is held by the caller.

@@ -136,9 +136,11 @@ Upcall::~Upcall() {
     {
         const ThreadsLock lock(life.QuarnelThreadMutex);
         wasLost = worker.Lost;
-        if (wasLost) life.LostWorkers -= 1;
-        purpose = PurposeOf(worker);
-        worker.Lost = false;
+        if (wasLost) {
+            life.LostWorkers -= 1;
+            worker.Lost = false;
+            purpose = PurposeOf(worker);
+        }
         worker.UpcallSince = 0;
     }
     if (wasLost && !Stopping())

@@ -30,10 +30,12 @@ Thread_Args_t *NextJob(long tid, const CMPIContext *ctx) {
             if (job != nullptr) return job;
             life.ActiveThreads -= 1;
             QLOG(LOG_DEBUG, "%s(%ld): no item to process, wait...\n", kWho, tid);
+            bool woken = true;
             if (life.ActiveThreads == 0)
                 lock.Wait(life.QuarnelThreadCond);
             else
-                lock.WaitUntil(life.QuarnelThreadCond, InMilliseconds(kIdleLook));
+                woken = lock.WaitUntil(life.QuarnelThreadCond, InMilliseconds(kIdleLook));
+            if (woken) continue;
         }
         const BrokerScope scope;
         LookAfterWorkers(ctx);
