@@ -14,7 +14,8 @@ using cim::Operation;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr int kLimit = 100; // milliseconds that clean-up waits here, in place of three seconds
+// Milliseconds that clean-up waits: three seconds, as shipped, when every up-call is visited; else a tenth of a second.
+const int kLimit = StrideFor(UINT64_MAX) == 1 ? 3000 : 100;
 
 struct CleanedUp {
     CMPIrc answer;
@@ -76,6 +77,7 @@ protected:
 
     LogMask quiet;
     Story story;
+    milliseconds longest{0}; // of all clean-ups
 };
 
 // The worker that is lost: "c0 disks".
@@ -100,7 +102,8 @@ TEST_F(LostSweep, EachIsLeftBehindByACleanUpAndTheNextLifeIsWhole) {
         cleaned[0] = CleanUp(true);
         other.join();
         EXPECT_TRUE(cleaned[0].answer == CMPI_RC_OK || cleaned[1].answer == CMPI_RC_OK);
-        for (const CleanedUp &one : cleaned) EXPECT_LT(one.took.count(), kLimit + 500);
+        for (const CleanedUp &one : cleaned) longest = std::max(longest, one.took);
+        EXPECT_LT(longest.count(), kLimit + 500);
         EXPECT_EQ(CurrentLife, nullptr);
         EXPECT_TRUE(LoggedTimes(
             1, LOG_ERR, "QuarnelProviderCleanup: an up-call has not returned, its thread and memory are left to it\n"));
@@ -123,6 +126,7 @@ TEST_F(LostSweep, EachIsLeftBehindByACleanUpAndTheNextLifeIsWhole) {
         story.ExpectNextLifeToBeWhole();
         return true;
     });
+    std::printf("the longest clean-up took %d ms of %d\n", static_cast<int>(longest.count()), kLimit);
 }
 
 TEST_F(LostSweep, EachCostsTheRefreshesOfOneKindOfDeviceOnly) {
