@@ -63,6 +63,7 @@ TEST(VolumeInstance, ShowsEveryFact) {
                              {"DeltaReservation", "100"},
                              {"Primordial", "false"},
                              {"ExtentStatus", "{3}"}});
+    EXPECT_EQ(volumes[0].Property("BlockSize")->type, CMPI_uint64);
 }
 
 TEST(VolumeInstance, NamesItsStateAndHealth) {
@@ -179,6 +180,7 @@ TEST(ExtentInstance, ShowsEveryFact) {
                            // The disk's own flag, whatever its pool's is.
                            {"Primordial", "true"}});
     EXPECT_EQ(Shown(disks[1], "Caption"), "Drive 5 in enclosure 252 on controller c1 Fw: n/a - ONLINE");
+    EXPECT_EQ(disks[0].Property("BlockSize")->type, CMPI_uint16); // narrower than a volume's
 }
 
 TEST(ExtentInstance, NamesItsStateFromStatusExtentAndPool) {

@@ -185,6 +185,25 @@ TEST(Unloading, IsDeclinedForFiveMinutesAfterTheLastRequest) {
     EXPECT_EQ(GetSystemName(), nullptr);
 }
 
+TEST(Unloading, IsPutOffByEveryKindOfRequest) {
+    const std::function<void(LinkedBench &)> requests[] = {
+        [](LinkedBench &bench) { bench.Identifiers(kBattery); },
+        [](LinkedBench &bench) { bench.Enumerate(kController); },
+        [](LinkedBench &bench) { bench.Get(kSoftware, "zembra:ControllerSoftwarec0"); },
+        [](LinkedBench &bench) { bench.Get(kPort, "no such key"); },
+    };
+    for (const auto &request : requests) {
+        LinkedBench bench(OneOfEach());
+        bench.Start();
+        request(bench);
+        ASSERT_TRUE(WorkersIdle());
+        TestClock::Advance(299);
+        EXPECT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_DO_NOT_UNLOAD);
+        TestClock::Advance(1);
+        EXPECT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_OK);
+    }
+}
+
 TEST(Unloading, IsGrantedAtOnceBeforeTheFirstRequestAndWithoutControllers) {
     {
         LinkedBench bench(OneController());

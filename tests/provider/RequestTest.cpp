@@ -41,8 +41,9 @@ const struct {
 // Where a request that is made directly sends its answer.
 struct ResultSink {
     static ResultSink &Of(const CMPIResult *result) { return *static_cast<ResultSink *>(result->hdl); }
-    static CMPIStatus Path(const CMPIResult *result, const CMPIObjectPath *) {
+    static CMPIStatus Path(const CMPIResult *result, const CMPIObjectPath *path) {
         ++Of(result).returned;
+        Of(result).nameSpaces.emplace_back(TextOf(path->ft->getNameSpace(path, nullptr)));
         return kOk;
     }
     static CMPIStatus Instance(const CMPIResult *result, const CMPIInstance *) {
@@ -55,6 +56,7 @@ struct ResultSink {
     }
 
     int returned = 0, done = 0;
+    std::vector<std::string> nameSpaces; // of paths
     CMPIResultFT table = {100, nullptr, nullptr, nullptr, Instance, Path, Done};
     CMPIResult result = {this, &table};
 };
@@ -216,6 +218,32 @@ TEST(Identifiers, AreCutAt255BytesAndThenLeadNowhere) {
     EXPECT_THAT(bench.Identifiers(kExtent), ElementsAre(whole.substr(0, 255)));
     EXPECT_EQ(bench.Get(kExtent, whole.substr(0, 255)).status.rc, CMPI_RC_ERR_NOT_FOUND);
     EXPECT_TRUE(bench.Get(kExtent, whole).Ok());
+}
+
+TEST(Identifiers, OfControllersAreCutAsWellAndAllAreToldApartByCase) {
+    const std::string longest(300, 'c');
+    LinkedBench bench(Named(longest, "dB"));
+    bench.Start();
+    EXPECT_THAT(bench.Identifiers(kController), ElementsAre(("zbrController" + longest).substr(0, 255)));
+    EXPECT_THAT(bench.Identifiers(kSoftware), ElementsAre(("zembra:ControllerSoftware" + longest).substr(0, 255)));
+    EXPECT_TRUE(bench.Get(kPort, "zbrPort" + longest + "_dB").Ok());
+    EXPECT_EQ(bench.Get(kPort, "zbrPort" + longest + "_Db").status.rc, CMPI_RC_ERR_NOT_FOUND);
+}
+
+TEST(Requests, AreAnsweredInTheirOwnNamespaceWithEveryMatch) {
+    LinkedBench bench(Hardware().WithController("c1").WithPort("p").WithPort("p", {{"duplicate", true}}));
+    bench.Start();
+    const Invocation call(bench);
+    CMPIInstanceMI *mi = QuarnelProvider_Create_InstanceMI(bench.Broker().Handle(), call.Context(), nullptr);
+    CMPIObjectPath *path = call.Path(kPort, {{"DeviceID", Text("zbrPortc1_p")}});
+    path->ft->setNameSpace(path, "root/elsewhere");
+    ResultSink sink;
+    EXPECT_EQ(mi->ft->enumerateInstanceNames(mi, call.Context(), &sink.result, path).rc, CMPI_RC_OK);
+    EXPECT_THAT(sink.nameSpaces, ElementsAre("root/elsewhere", "root/elsewhere"));
+    sink.returned = 0;
+    EXPECT_EQ(mi->ft->getInstance(mi, call.Context(), &sink.result, path, nullptr).rc, CMPI_RC_OK);
+    EXPECT_EQ(sink.returned, 2); // the walk goes on: a server takes what it wants of it
+    EXPECT_EQ(mi->ft->cleanup(mi, call.Context(), 1).rc, CMPI_RC_OK);
 }
 
 TEST(Requests, ForUnservedClassesOrWithoutAPathAreAnsweredWithoutTheModel) {
