@@ -91,6 +91,34 @@ TEST(AllocationSweep, WithoutMemoryForItsIndexAListIsWalked) {
     EXPECT_NE(ctrl->DiskIndex.Slots, nullptr);
 }
 
+TEST(AllocationSweep, ATextThatCannotBeCopiedIsWarnedOf) {
+    LogCapture::Clear();
+    allocations.Set(0);
+    EXPECT_EQ(StringClone("c0"), nullptr);
+    allocations.Unset();
+    EXPECT_TRUE(LoggedTimes(1, LOG_WARNING, "strdup() failed to duplicate string c0\n"));
+}
+
+TEST(AllocationSweep, ADiscoveryThatEndsWithoutMemoryListsNoController) {
+    const LogMask quiet(LOG_UPTO(LOG_INFO));
+    LinkedBench bench(SmallServer());
+    int ended = 0; // at the first controller, and at the second
+    for (std::uint64_t point = 0; ended < 2 && point < 1'000; ++point) {
+        LogCapture::Clear();
+        allocations.Set(point);
+        bench.Load();
+        allocations.Unset();
+        if (LogCapture::Count(LOG_ERR, "BuildControllerInfo, failed to allocate memory for RaidController_t\n") != 0) {
+            ended += 1;
+            EXPECT_TRUE(bench.Identifiers(kController).empty());
+        }
+        ASSERT_TRUE(WorkersIdle());
+        TestClock::Advance(600);
+        ASSERT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_OK);
+    }
+    EXPECT_EQ(ended, 2);
+}
+
 TEST(AllocationSweep, EachFailsOnceWithNobodyListening) {
     Story story(SmallServer());
     SweepTrap(story, "allocations, unlogged", allocations, kSilent);

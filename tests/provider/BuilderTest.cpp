@@ -143,6 +143,7 @@ TEST(ChassisBuilder, DerivesTheShortTagFromTheTag) {
         ASSERT_NE(chassis, nullptr) << test.tag;
         EXPECT_STREQ(Shown(chassis->InternalTag), test.expected) << test.tag;
     }
+    EXPECT_EQ(TheController()->ChassisUpdateTime, kStart);
     EXPECT_TRUE(Logged(LOG_DEBUG, "\nChassisOp: *\n\tTag               - C0\n\tInternalTag       - NULL\n"
                                   "\tOperationalStatus - 2\n"));
 }
