@@ -106,9 +106,10 @@ int Record(const RecordOptions &options) {
     }
 
     std::string about = "Recorded by quarnel " QUARNEL_VERSION;
+    LeftTexts left;
     if (options.anonymise) {
-        Anonymise(&model, HostsOf(*server, options.server.url));
-        about += "; serial numbers, WWNs and host names are made up";
+        left = Anonymise(&model, HostsOf(*server, options.server.url));
+        about += "; texts that tell whose hardware it is are made up";
     } else {
         about += " from " + options.server.url;
     }
@@ -116,13 +117,23 @@ int Record(const RecordOptions &options) {
     if (description.leftOut > 0) {
         Say(Counted(description.leftOut, "value has", "values have") + " no form in a description: left out");
     }
-    if (!WriteWhole(options.file, description.text)) {
-        return Fail(kExitFailed, options.file + ": cannot be written: " + std::generic_category().message(errno));
+    const bool piped = options.file == "-";
+    if (piped ? !Print(description.text) : !WriteWhole(options.file, description.text)) {
+        return Fail(kExitFailed, (piped ? "standard output" : options.file) +
+                                     ": cannot be written: " + std::generic_category().message(errno));
     }
-    Print(fmt::format(
-        "{}: {}, {}, {} from {}\n", options.file, Counted(progress.controllers, "controller", "controllers"),
-        Counted(progress.devices, "disk or volume", "disks and volumes"),
-        Counted(progress.objects, "object", "objects"), Counted(progress.requests, "request", "requests")));
+    for (const auto &[property, count] : left) {
+        Say(fmt::format("left as it was: {}, {}", property, Counted(count, "value", "values")));
+    }
+    const std::string summary =
+        fmt::format("{}, {}, {} from {}", Counted(progress.controllers, "controller", "controllers"),
+                    Counted(progress.devices, "disk or volume", "disks and volumes"),
+                    Counted(progress.objects, "object", "objects"), Counted(progress.requests, "request", "requests"));
+    if (piped) {
+        Say(summary);
+    } else {
+        Print(fmt::format("{}: {}\n", options.file, summary));
+    }
     return kExitOk;
 }
 
@@ -138,10 +149,12 @@ void AddRecord(CLI::App &program, Run &run) {
                      "where the server registers profiles (default: root/interop)")
         ->type_name("NAMESPACE");
     command->add_flag("--anonymise", options->anonymise,
-                      "replace serial numbers, WWNs and host names, the same by the same");
+                      "replace texts that tell whose hardware it is, the same by the same, and list what is left");
     command->add_flag("--skip-refused", options->walk.skipRefused,
                       "leave out what the server answers with a CIM error, and say so, instead of stopping there");
-    command->add_option("-o,--output", options->file, "the description to write, once it is complete")
+    command
+        ->add_option("-o,--output", options->file,
+                     "the description to write, once it is complete; - for standard output")
         ->type_name("FILE")
         ->required();
     command->footer(

@@ -40,4 +40,13 @@ std::vector<std::string> Served(Connection &server) {
     return lines;
 }
 
+VendorModel ModelOf(Connection &server, const WalkOptions &options) {
+    VendorModel model;
+    WalkProgress progress;
+    const Status status = Walk(server, options, &model, &progress, [](const WalkProgress &) {});
+    EXPECT_TRUE(status.Ok()) << status.message;
+    EXPECT_EQ(progress.devices, progress.devicesKnown);
+    return model;
+}
+
 } // namespace cim

@@ -4,6 +4,7 @@
 #include "cim/client/Client.h"
 #include "cim/host/Hosting.h"
 #include "cim/host/Inventory.h"
+#include "cim/host/VendorModel.h"
 #include "cim/wbem/Handle.h"
 #include "tests/client/Answering.h"
 
@@ -77,5 +78,8 @@ inline std::unique_ptr<Connection> ConnectTo(const std::string &url) {
 // What is served, one line an instance, sorted. Disks are built on several threads, so that the order of a volume's
 // drives in its caption is not the same each time.
 std::vector<std::string> Served(Connection &server);
+
+// The vendor's model behind it, whole.
+VendorModel ModelOf(Connection &server, const WalkOptions &options = {});
 
 } // namespace cim
