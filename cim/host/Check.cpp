@@ -37,13 +37,16 @@ void Expect(const std::string &text, CheckRules &rules) {
 }
 
 CheckResult ResultOf(const CheckOptions &options) {
+    if (!options.source.IsNamed()) return CannotCheck("nothing to check: --url, --hardware or --sample must name it");
     Trouble trouble = Trouble::None;
     std::string error;
     const auto source = Source::Open(options.source, &trouble, &error);
     if (source == nullptr) return CannotCheck(error);
     auto instances = source->Read();
     if (!instances.Ok()) return CannotCheck(instances.status.message);
-    return Check(Describe(std::move(instances.value)), options.rules, source->Unread());
+    CheckRules rules = options.rules;
+    rules.sample = options.source.IsSample();
+    return Check(Describe(std::move(instances.value)), rules, source->Unread());
 }
 
 int Tell(const CheckResult &result) {
@@ -87,8 +90,9 @@ void AddCheck(CLI::App &program, Run &run) {
     command->footer(
         "The output is one line, VERDICT: TEXT | PERFORMANCE DATA, and then a line for each thing that is\n"
         "not fine or was overlooked. The exit status is 0 for OK, 1 for WARNING, 2 for CRITICAL and 3 for\n"
-        "UNKNOWN; the worst decides. UNKNOWN is a server that does not answer, one without controllers, and\n"
-        "a controller whose devices have not been read yet. Missing what --expect says is CRITICAL.\n\n" +
+        "UNKNOWN; the worst decides. UNKNOWN is a command line that names neither a server nor hardware, a\n"
+        "server that does not answer, one without controllers, and a controller whose devices have not been\n"
+        "read yet. Missing what --expect says is CRITICAL.\n\n" +
         StateTable());
     command->callback([&run, options] { run = [options] { return Tell(ResultOf(*options)); }; });
 }

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 
 namespace cim {
 
@@ -21,6 +22,11 @@ int LevelOf(const std::string &text) {
         "--log", fmt::format("unknown level {}; there are {}, or 0 to 7", text, fmt::join(kLevels, ", ")));
 }
 
+// What an unset variable of a script or of a monitoring system leaves.
+CLI::Validator NotEmpty() {
+    return {[](const std::string &value) { return value.empty() ? "the value is empty" : std::string(); }, ""};
+}
+
 std::string UnknownClass(const std::string &name) {
     std::string known;
     for (const auto &served : kServedClasses) known += fmt::format("{}{}", known.empty() ? "" : ", ", served.name);
@@ -30,9 +36,23 @@ std::string UnknownClass(const std::string &name) {
 } // namespace
 
 void AddHostingOptions(CLI::App &command, HostingOptions &options) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is one thread yet.
+    if (const char *named = std::getenv("SIM_HHRC_HARDWARE")) options.hardwareFile = named;
+    CLI::Option *hardware =
+        command
+            .add_option("--hardware", options.hardwareFile,
+                        "hardware description (default: what SIM_HHRC_HARDWARE names, else the sample)")
+            ->check(NotEmpty())
+            ->type_name("FILE");
     command
-        .add_option("--hardware", options.hardwareFile, "hardware description (default: the sample rack-server.json)")
-        ->type_name("FILE");
+        .add_flag_callback(
+            "--sample",
+            [&options] {
+                options.hardwareFile.clear();
+                options.sampleNamed = true;
+            },
+            "the sample hardware that comes with the program, rack-server.json")
+        ->excludes(hardware);
     command
         .add_option_function<std::string>(
             "--log", [&options](const std::string &level) { options.logLevel = LevelOf(level); },
@@ -50,8 +70,9 @@ void AddHostingOptions(CLI::App &command, HostingOptions &options) {
 }
 
 CLI::Option *AddServerOptions(CLI::App &command, ClientOptions &options) {
-    CLI::Option *url =
-        command.add_option("--url", options.url, "ask this CIM server: http(s)://host[:port]")->type_name("URL");
+    CLI::Option *url = command.add_option("--url", options.url, "ask this CIM server: http(s)://host[:port]")
+                           ->check(NotEmpty())
+                           ->type_name("URL");
     command
         .add_option("--cacert", options.caFile,
                     "trust the certificates of these authorities, in PEM (default: the system's)")
@@ -74,7 +95,8 @@ CLI::Option *AddServerOptions(CLI::App &command, ClientOptions &options) {
 void AddSourceOptions(CLI::App &command, SourceOptions &options) {
     AddHostingOptions(command, options.hosting);
     CLI::Option *url = AddServerOptions(command, options.server);
-    for (const char *hosting : {"--hardware", "--log", "--wait"}) url->excludes(command.get_option(hosting));
+    for (const char *hosting : {"--hardware", "--sample", "--log", "--wait"})
+        url->excludes(command.get_option(hosting));
 }
 
 void AddClassOption(CLI::App &command, const ServedClass *&only) {

@@ -27,7 +27,8 @@ void AddServe(CLI::App &program, Run &run);
 // What keeps `check` from checking is told in the way of its answers. The exit status.
 int CheckMisused(const std::string &error);
 
-// --hardware FILE, --log LEVEL (a syslog name or a number from 0 to 7) and --wait SECONDS.
+// --hardware FILE, which SIM_HHRC_HARDWARE stands in for, --sample, --log LEVEL (a syslog name or a number from 0 to 7)
+// and --wait SECONDS.
 void AddHostingOptions(CLI::App &command, HostingOptions &options);
 
 // --url URL, --cacert FILE and --timeout SECONDS. Answers the first of them.

@@ -210,7 +210,8 @@ private:
     }
 
     std::string FirstLine() const {
-        std::string line = findings.empty() ? fmt::format("{}", fmt::join(counts, ", ")) : NamesOf(findings);
+        std::string line = rules.sample ? fmt::format("{}: ", kSampleHardware) : "";
+        line += findings.empty() ? fmt::format("{}", fmt::join(counts, ", ")) : NamesOf(findings);
         if (!overlooked.empty()) {
             line += " (ignored: " + NamesOf(overlooked) + ")";
         } else if (ignored > 0) {

@@ -18,6 +18,7 @@ struct CheckRules {
     std::vector<std::string> ignored;  // shell patterns for names ("disk c0/252:4"), keys and captions
     std::array<std::optional<std::size_t>, kServedClasses.size()> expected; // as many at least
     Verdict rebuild = Verdict::Warning;
+    bool sample = false; // say that this is the sample hardware
 };
 
 struct CheckResult {

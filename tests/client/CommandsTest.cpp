@@ -91,6 +91,26 @@ TEST(CheckCommand, WhatCannotBeCheckedOrUnderstoodIsUnknown) {
     }
 }
 
+TEST(CheckCommand, NothingIsCheckedThatNobodyNamed) {
+    Outcome outcome = Quarnel({"check"});
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_EQ(outcome.out, "UNKNOWN: nothing to check: --url, --hardware or --sample must name it\n");
+    for (const char *option : {"--url", "--hardware"}) {
+        outcome = Quarnel({"check", option, ""});
+        EXPECT_EQ(outcome.status, 3);
+        EXPECT_EQ(outcome.out, std::string("UNKNOWN: ") + option + ": the value is empty\n");
+    }
+    outcome = Quarnel({"check", "--sample"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(FirstPart(outcome.out), "OK: sample hardware: 1 controller, 2 volumes, 8 disks, 8 ports, 1 battery");
+
+    const Server server(SmallServerWith("disks", "failed"));
+    Process::Options options;
+    options.environment["SIM_HHRC_HARDWARE"] = server.File();
+    Process check(BinFolder() + "/quarnel", {"check"}, options);
+    EXPECT_EQ(check.Wait(), 2) << check.Out();
+}
+
 TEST(UrlOption, ShowsWhatTheServerHasAsWbemcliDoes) {
     const HostedServer server(SampleHardware("storage-node.json"));
     const auto instances = ReadInstances(*server.broker);
