@@ -40,8 +40,10 @@ inline constexpr std::array<ServedClass, 6> kServedClasses{{
 // served.
 const ServedClass *FindServedClass(std::string_view name);
 
-// Instances by class, in kServedClasses' order.
+// Instances by class, in kServedClasses' order. As read they are ordered by their paths, and the drives in volumes'
+// captions by their places: the provider's own order differs from one start to the next.
 using Instances = std::array<std::vector<Instance>, kServedClasses.size()>;
+void PutInOrder(Instances &instances);
 Answer<Instances> ReadInstances(Connection &server);
 Answer<Instances> ReadInstances(Broker &broker);
 

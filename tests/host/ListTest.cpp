@@ -74,6 +74,13 @@ TEST(List, AsJson) {
     }
 }
 
+TEST(List, SaysTheSameEachTime) {
+    const std::vector<std::string> arguments{"list", "--json", "--hardware",
+                                             BinFolder() + "/../share/quarnel/hardware/storage-node.json"};
+    const Outcome first = RunToEnd(kProgram, arguments);
+    for (int run = 0; run < 5; ++run) EXPECT_TRUE(RunToEnd(kProgram, arguments).out == first.out);
+}
+
 TEST(List, OneClass) {
     const Server server(SmallServer());
     Process list(kProgram, {"list", "--class", "zembra_quarnelbattery", "--json", "--hardware", server.File()});
