@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -25,6 +26,44 @@ int LevelOf(const std::string &text) {
 // What an unset variable of a script or of a monitoring system leaves.
 CLI::Validator NotEmpty() {
     return {[](const std::string &value) { return value.empty() ? "the value is empty" : std::string(); }, ""};
+}
+
+// "db7" as https://db7, "::1" as https://[::1].
+CLI::Validator HostAsUrl() {
+    return {[](std::string &value) {
+                if (value.empty() || value.find("://") != std::string::npos) return std::string();
+                const bool v6 = std::count(value.begin(), value.end(), ':') > 1 && value.front() != '[';
+                value = fmt::format(v6 ? "https://[{}]" : "https://{}", value);
+                return std::string();
+            },
+            ""};
+}
+
+using Milliseconds = std::chrono::milliseconds;
+
+CLI::Option *AddTimeout(CLI::App &command, const char *names, const char *help,
+                        const std::function<void(Milliseconds)> &set) {
+    return command
+        .add_option_function<double>(
+            names, [set](double seconds) { set(Milliseconds(static_cast<long long>(seconds * 1000))); }, help)
+        ->check(CLI::Range(0.001, 86400.0).description(""))
+        ->type_name("SECONDS");
+}
+
+CLI::Option *AddUrl(CLI::App &command, ClientOptions &options, const char *names, const char *help) {
+    CLI::Option *url = command.add_option(names, options.url, help)->check(NotEmpty())->type_name("URL");
+    command
+        .add_option("--cacert", options.caFile,
+                    "trust the certificates of these authorities, in PEM (default: the system's)")
+        ->check(CLI::ExistingFile.description(""))
+        ->type_name("FILE")
+        ->needs(url);
+    return url;
+}
+
+void ExcludeHosting(CLI::App &command, CLI::Option *url) {
+    for (const char *hosting : {"--hardware", "--sample", "--log", "--wait"})
+        url->excludes(command.get_option(hosting));
 }
 
 std::string UnknownClass(const std::string &name) {
@@ -70,33 +109,32 @@ void AddHostingOptions(CLI::App &command, HostingOptions &options) {
 }
 
 CLI::Option *AddServerOptions(CLI::App &command, ClientOptions &options) {
-    CLI::Option *url = command.add_option("--url", options.url, "ask this CIM server: http(s)://host[:port]")
-                           ->check(NotEmpty())
-                           ->type_name("URL");
-    command
-        .add_option("--cacert", options.caFile,
-                    "trust the certificates of these authorities, in PEM (default: the system's)")
-        ->check(CLI::ExistingFile.description(""))
-        ->type_name("FILE")
-        ->needs(url);
-    command
-        .add_option_function<double>(
-            "--timeout",
-            [&options](double seconds) {
-                options.timeout = std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
-            },
-            "wait at most so long for each answer (default: 10)")
-        ->check(CLI::Range(0.001, 86400.0).description(""))
-        ->type_name("SECONDS")
-        ->needs(url);
+    CLI::Option *url = AddUrl(command, options, "--url", "ask this CIM server: http(s)://host[:port]");
+    AddTimeout(command, "--timeout", "wait at most so long for each answer (default: 10)", [&options](auto time) {
+        options.timeout = time;
+    })->needs(url);
     return url;
 }
 
 void AddSourceOptions(CLI::App &command, SourceOptions &options) {
     AddHostingOptions(command, options.hosting);
-    CLI::Option *url = AddServerOptions(command, options.server);
-    for (const char *hosting : {"--hardware", "--sample", "--log", "--wait"})
-        url->excludes(command.get_option(hosting));
+    ExcludeHosting(command, AddServerOptions(command, options.server));
+}
+
+void AddPlugInSourceOptions(CLI::App &command, SourceOptions &options) {
+    AddHostingOptions(command, options.hosting);
+    command.get_option("--hardware")->description("hardware description (default: what SIM_HHRC_HARDWARE names)");
+    CLI::Option *url = AddUrl(command, options.server, "-H,--url,--hostname",
+                              "ask this CIM server: http(s)://host[:port]; a host alone is for https://host");
+    url->transform(HostAsUrl());
+    ExcludeHosting(command, url);
+    options.server.total = options.server.timeout;
+    AddTimeout(command, "-t,--timeout", "be done after so long at most (default: 10; with --hardware what --wait says)",
+               [&options](auto time) {
+                   options.server.timeout = time;
+                   options.server.total = time;
+                   options.hosting.buildLimit = std::min(options.hosting.buildLimit, time);
+               });
 }
 
 void AddClassOption(CLI::App &command, const ServedClass *&only) {

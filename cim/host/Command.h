@@ -24,6 +24,8 @@ void AddRecord(CLI::App &program, Run &run);
 void AddWatch(CLI::App &program, Run &run);
 void AddServe(CLI::App &program, Run &run);
 
+// That nothing was checked: plug-ins for monitoring systems end so after --help and --version, too.
+constexpr int kCheckNothing = 3;
 // What keeps `check` from checking is told in the way of its answers. The exit status.
 int CheckMisused(const std::string &error);
 
@@ -36,6 +38,10 @@ CLI::Option *AddServerOptions(CLI::App &command, ClientOptions &options);
 
 // Both, one excluding the other.
 void AddSourceOptions(CLI::App &command, SourceOptions &options);
+
+// The same by the rules for plug-ins of monitoring systems: the URL is also -H, --hostname, where a host will do, and
+// -t, --timeout is for all answers together, or limits --wait.
+void AddPlugInSourceOptions(CLI::App &command, SourceOptions &options);
 
 // --class NAME, one of the served classes; null without the option.
 void AddClassOption(CLI::App &command, const ServedClass *&only);

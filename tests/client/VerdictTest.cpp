@@ -200,6 +200,20 @@ TEST(Verdict, OneClassAlone) {
     EXPECT_EQ(seen.Check(rules).output, "OK: 1 volume | volumes=1;;;0 warning=0;0;;0 critical=0;;0;0 ignored=0;;;0\n");
 }
 
+TEST(Verdict, WhatIsFineIsListedWhenAskedFor) {
+    Seen seen;
+    seen.volumes = {Volume("DEGRADED", kDegraded)};
+    CheckRules rules;
+    rules.verbose = true;
+    EXPECT_EQ(LinesBelow(seen.Check(rules)),
+              "WARNING volume c0/0 DEGRADED: RAID1 boot Logical Volume 0 on controller c0, Drives(0e252,1e252) - "
+              "DEGRADED\n"
+              "OK controller c0 OK: Controller c0 (Acme)\n"
+              "OK disk c0/252:0 ONLINE: Drive 0 in enclosure 252 on controller c0 Fw: N0A4 - ONLINE\n"
+              "OK port c0/0 OK: Port 0 on Controller c0\n"
+              "OK battery c0/bbu OK: Battery\n");
+}
+
 TEST(Verdict, TextsFromVendorsCannotBreakTheLine) {
     Seen seen;
     seen.disks = {SampleDisk("c0_a|b\nc", "Drive |\n0 on controller c0 Fw: \x1b[1m - FAILED", kError, 30)};
