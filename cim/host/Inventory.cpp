@@ -134,6 +134,17 @@ Item ItemOf(const ServedClass &served, Instance instance, const std::vector<std:
     return item;
 }
 
+// The state word of a volume's caption, which may be cut off it. It follows from the operational status, as the
+// provider makes it.
+std::string VolumeStateOf(const std::uint64_t *status, const std::string &inCaption) {
+    if (status == nullptr) return inCaption;
+    const std::string word = *status == 2   ? "OPTIMAL"
+                             : *status == 3 ? "DEGRADED"
+                             : *status == 6 ? "OFFLINE"
+                                            : "UNDEFINED";
+    return word.compare(0, inCaption.size(), inCaption) == 0 ? word : inCaption;
+}
+
 void ReadFacts(Item &item) {
     const Instance &instance = item.instance;
     const std::string &caption = TextIn(instance, "Caption");
@@ -156,7 +167,7 @@ void ReadFacts(Item &item) {
         item.drives = JoinSlots(facts.drives);
         item.driveList = std::move(facts.drives);
         item.size = SizeOf(instance);
-        if (!facts.state.empty()) item.state = std::move(facts.state);
+        item.state = VolumeStateOf(NumberIn(instance, "OperationalStatus"), facts.state);
         break;
     }
     case kDisk: {

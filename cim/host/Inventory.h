@@ -64,8 +64,8 @@ struct Item {
     std::string id;                 // the identifying key's value
     std::string controller;         // controller's ID
     std::string device;             // the device's own ID
-    std::string state;              // the state word of the caption, or the operational status in words
-    std::string status;             // the operational status in words
+    std::string state;  // the state word of the caption, also where it is cut off a volume's, or the operational status
+    std::string status; // the operational status in words
     std::string healthWord;
     std::string name, model, package, firmware; // package: the software bundle's version
     std::string level, size, drives;            // of volumes; disks have a size, too
