@@ -14,7 +14,7 @@ namespace cim {
 
 constexpr const char *kServedNameSpace = "root/cimv2";
 
-// What every view calls the hardware that comes with the program and is shown when no other is named.
+// What the views call the hardware that comes with the program and is shown when no other is named.
 constexpr const char *kSampleHardware = "sample hardware";
 
 enum ClassIndex : std::size_t { kController, kSoftware, kVolume, kDisk, kPort, kBattery };
