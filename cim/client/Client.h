@@ -6,6 +6,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,9 +14,10 @@
 namespace cim {
 
 struct ClientOptions {
-    std::string url;                          // http(s)://host[:port]
-    std::string caFile;                       // whose certificates are trusted, in PEM; empty: the system's
-    std::chrono::milliseconds timeout{10000}; // for each answer
+    std::string url;                                // http(s)://host[:port]
+    std::string caFile;                             // whose certificates are trusted, in PEM; empty: the system's
+    std::chrono::milliseconds timeout{10000};       // for each answer
+    std::optional<std::chrono::milliseconds> total; // for all of them, counted from Connect
 };
 
 // Does not ask the server anything yet. The user and the password are the environment's QUARNEL_USER and

@@ -106,7 +106,10 @@ std::string Seconds(std::chrono::milliseconds time) {
 } // namespace
 
 struct Http::Impl {
+    using Clock = std::chrono::steady_clock;
+
     ClientOptions options;
+    Clock::time_point deadline = Clock::time_point::max();
     CurlHandle curl;
     Response reply;
     char details[CURL_ERROR_SIZE] = {};
@@ -121,6 +124,7 @@ struct Http::Impl {
     }
 
     void SetUp(const std::string &url);
+    void LimitTime();
     void SetUpCredentials();
     void SettleAuthentication();
     [[noreturn]] void FailToConnect(CURLcode code) const;
@@ -133,7 +137,6 @@ void Http::Impl::SetUp(const std::string &url) {
     Set(CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
     Set(CURLOPT_USERAGENT, kUserAgent);
     Set(CURLOPT_NOSIGNAL, 1L);
-    Set(CURLOPT_TIMEOUT_MS, static_cast<long>(options.timeout.count()));
     Set(CURLOPT_ERRORBUFFER, details);
     Set(CURLOPT_HEADERFUNCTION, TakeHeader);
     Set(CURLOPT_HEADERDATA, &reply);
@@ -144,6 +147,17 @@ void Http::Impl::SetUp(const std::string &url) {
         Set(CURLOPT_CAPATH, nullptr);
     }
     SetUpCredentials();
+}
+
+// Of the next answer. 0 would be without a limit.
+void Http::Impl::LimitTime() {
+    auto limit = options.timeout;
+    if (options.total) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        if (left.count() <= 0) FailToConnect(CURLE_OPERATION_TIMEDOUT);
+        limit = std::min(limit, left);
+    }
+    Set(CURLOPT_TIMEOUT_MS, static_cast<long>(limit.count()));
 }
 
 void Http::Impl::SetUpCredentials() {
@@ -176,7 +190,7 @@ void Http::Impl::FailToConnect(CURLcode code) const {
                       (error != 0 ? std::generic_category().message(static_cast<int>(error)) : reason));
     }
     case CURLE_OPERATION_TIMEDOUT:
-        throw Failure("timed out after " + Seconds(options.timeout));
+        throw Failure("timed out after " + Seconds(Clock::now() < deadline ? options.timeout : *options.total));
     case CURLE_PEER_FAILED_VERIFICATION:
         throw Failure("its certificate is not accepted: " + reason);
     case CURLE_SSL_CACERT_BADFILE:
@@ -214,6 +228,7 @@ Http::Http(const ClientOptions &options) : impl(std::make_unique<Impl>()) {
     static const CURLcode started = curl_global_init(CURL_GLOBAL_DEFAULT);
     const std::string url = RequestUrl(options.url);
     impl->options = options;
+    if (options.total) impl->deadline = Impl::Clock::now() + *options.total;
     impl->curl.reset(started == CURLE_OK ? curl_easy_init() : nullptr);
     if (impl->curl == nullptr) throw std::bad_alloc();
     impl->SetUp(url);
@@ -234,6 +249,7 @@ std::string Http::Post(const HeaderFields &headers, const std::string &body) {
     impl->Set(CURLOPT_POSTFIELDS, body.data());
     impl->reply = {};
     *impl->details = '\0';
+    impl->LimitTime();
     const CURLcode code = curl_easy_perform(impl->curl.get());
     impl->Set(CURLOPT_HTTPHEADER, static_cast<curl_slist *>(nullptr));
     if (code != CURLE_OK) impl->FailToConnect(code);

@@ -44,11 +44,34 @@ struct Drive {
     std::string_view text, enclosure;
     unsigned slot = 0;
     bool placed = false; // slot and enclosure are known
+    bool cut = false;    // by the caption's limit: none of it is
 };
+
+constexpr std::string_view kDrivesStart = ", Drives(", kCut = "...";
+
+bool EndsWith(std::string_view text, std::string_view end) {
+    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
+
+std::string MiddleOf(const std::string &controller, const std::string &device) {
+    return "Logical Volume " + device + " on controller " + controller;
+}
+
+// Where the list ends that a volume's caption begins with: an enclosure's tag may hold a ")", so at the last one before
+// the state, whole or cut.
+std::size_t EndOfDrives(std::string_view text) {
+    if (const auto end = text.rfind(") - "); end != kNone) return end;
+    for (const std::string_view end : {") -", ") ", ")"}) {
+        if (EndsWith(text, end)) return text.size() - end.size();
+    }
+    return kNone;
+}
 
 Drive ReadDrive(std::string_view text) {
     Drive drive;
     drive.text = text;
+    drive.cut = EndsWith(text, kCut);
+    if (drive.cut) return drive;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), drive.slot);
     const auto digits = static_cast<std::size_t>(end - text.data());
     if (error == std::errc() && digits + 1 < text.size() && *end == 'e') {
@@ -56,6 +79,21 @@ Drive ReadDrive(std::string_view text) {
         drive.enclosure = text.substr(digits + 1);
     }
     return drive;
+}
+
+bool Before(const Drive &a, const Drive &b) {
+    if (a.cut != b.cut) return b.cut;
+    if (a.placed != b.placed) return a.placed;
+    if (!a.placed) return NaturallyBefore(a.text, b.text);
+    if (a.enclosure != b.enclosure) return NaturallyBefore(a.enclosure, b.enclosure);
+    return a.slot < b.slot;
+}
+
+std::vector<Drive> InOrder(std::string_view drives) {
+    std::vector<Drive> list;
+    for (const auto drive : SplitDrives(drives)) list.push_back(ReadDrive(drive));
+    std::stable_sort(list.begin(), list.end(), Before);
+    return list;
 }
 
 bool Follows(const Drive &drive, const Drive &before) {
@@ -84,7 +122,7 @@ Versions VersionsIn(std::string_view versionString) {
 }
 
 VolumeCaption ReadVolumeCaption(std::string_view caption, const std::string &controller, const std::string &device) {
-    const std::string middle = "Logical Volume " + device + " on controller " + controller;
+    const std::string middle = MiddleOf(controller, device);
     VolumeCaption facts;
     const auto start = caption.rfind(middle);
     if (start == kNone) return facts;
@@ -94,19 +132,27 @@ VolumeCaption ReadVolumeCaption(std::string_view caption, const std::string &con
     facts.level = front.substr(0, level);
     facts.name = Trimmed(front.substr(std::min(front.size(), level > 0 ? level + 1 : 0)));
 
-    constexpr std::string_view drivesStart = ", Drives(";
     auto rest = caption.substr(start + middle.size());
-    if (StartsWith(rest, drivesStart)) {
-        rest.remove_prefix(drivesStart.size());
-        // An enclosure's tag may hold a ")": the list ends where the state begins.
-        const auto end = std::min(rest.rfind(") - "), rest.size());
-        const bool cut = end == rest.size() && (rest.empty() || rest.back() != ')');
-        facts.drives = rest.substr(0, end == rest.size() && !cut ? end - 1 : end);
-        if (cut) facts.drives += "...";
-        rest.remove_prefix(end);
+    if (StartsWith(rest, kDrivesStart)) {
+        rest.remove_prefix(kDrivesStart.size());
+        const auto end = EndOfDrives(rest);
+        facts.drives = rest.substr(0, end);
+        if (end == kNone) facts.drives += kCut;
+        rest.remove_prefix(std::min(end, rest.size()));
     }
     facts.state = StateAtEndOf(rest);
     return facts;
+}
+
+std::string WithDrivesInOrder(std::string_view caption, const std::string &controller, const std::string &device) {
+    const std::string drives = ReadVolumeCaption(caption, controller, device).drives;
+    std::string list;
+    for (const Drive &drive : InOrder(drives)) list.append(list.empty() ? "" : ",").append(drive.text);
+    if (EndsWith(list, kCut)) list.resize(list.size() - kCut.size());
+    std::string ordered(caption);
+    if (list.empty()) return ordered;
+    const std::string front = MiddleOf(controller, device);
+    return ordered.replace(ordered.rfind(front) + front.size() + kDrivesStart.size(), list.size(), list);
 }
 
 DiskCaption ReadDiskCaption(std::string_view caption, const std::string &controller) {
@@ -143,15 +189,7 @@ std::vector<std::string_view> SplitDrives(std::string_view drives) {
 }
 
 std::string JoinSlots(std::string_view drives) {
-    std::vector<Drive> list;
-    for (const auto drive : SplitDrives(drives)) list.push_back(ReadDrive(drive));
-    // The provider lists drives in the order in which it came to know them.
-    std::stable_sort(list.begin(), list.end(), [](const Drive &a, const Drive &b) {
-        if (a.placed != b.placed) return a.placed;
-        if (!a.placed) return false;
-        if (a.enclosure != b.enclosure) return NaturallyBefore(a.enclosure, b.enclosure);
-        return a.slot < b.slot;
-    });
+    const std::vector<Drive> list = InOrder(drives);
     std::string joined;
     for (std::size_t first = 0; first < list.size();) {
         std::size_t last = first;

@@ -23,6 +23,10 @@ struct VolumeCaption {
 };
 VolumeCaption ReadVolumeCaption(std::string_view caption, const std::string &controller, const std::string &device);
 
+// A volume's caption with its drives in JoinSlots' order: the provider lists them in the order in which it came to know
+// them. A drive that the caption's limit cut in two stays the last; those behind it are not there to be put in order.
+std::string WithDrivesInOrder(std::string_view caption, const std::string &controller, const std::string &device);
+
 // "Drive 4 in enclosure 252 on controller c1 Fw: 0102 - ONLINE"
 struct DiskCaption {
     std::string slot, enclosure, firmware, state;
@@ -37,7 +41,8 @@ std::string PortNameIn(std::string_view caption, const std::string &controller);
 std::vector<std::string_view> SplitDrives(std::string_view drives);
 
 // A volume's drives by enclosure and slot, with runs of slots joined: "6e252,4e252,5e252,8e252" becomes
-// "4-6e252,8e252". Drives without a slot follow in the order given.
+// "4-6e252,8e252". Drives without a slot follow, and a piece that the
+// caption cut comes last.
 std::string JoinSlots(std::string_view drives);
 
 } // namespace cim

@@ -3,8 +3,10 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 
 namespace cim {
 
@@ -21,6 +23,49 @@ int LevelOf(const std::string &text) {
         "--log", fmt::format("unknown level {}; there are {}, or 0 to 7", text, fmt::join(kLevels, ", ")));
 }
 
+// What an unset variable of a script or of a monitoring system leaves.
+CLI::Validator NotEmpty() {
+    return {[](const std::string &value) { return value.empty() ? "the value is empty" : std::string(); }, ""};
+}
+
+// "db7" as https://db7, "::1" as https://[::1].
+CLI::Validator HostAsUrl() {
+    return {[](std::string &value) {
+                if (value.empty() || value.find("://") != std::string::npos) return std::string();
+                const bool v6 = std::count(value.begin(), value.end(), ':') > 1 && value.front() != '[';
+                value = fmt::format(v6 ? "https://[{}]" : "https://{}", value);
+                return std::string();
+            },
+            ""};
+}
+
+using Milliseconds = std::chrono::milliseconds;
+
+CLI::Option *AddTimeout(CLI::App &command, const char *names, const char *help,
+                        const std::function<void(Milliseconds)> &set) {
+    return command
+        .add_option_function<double>(
+            names, [set](double seconds) { set(Milliseconds(static_cast<long long>(seconds * 1000))); }, help)
+        ->check(CLI::Range(0.001, 86400.0).description(""))
+        ->type_name("SECONDS");
+}
+
+CLI::Option *AddUrl(CLI::App &command, ClientOptions &options, const char *names, const char *help) {
+    CLI::Option *url = command.add_option(names, options.url, help)->check(NotEmpty())->type_name("URL");
+    command
+        .add_option("--cacert", options.caFile,
+                    "trust the certificates of these authorities, in PEM (default: the system's)")
+        ->check(CLI::ExistingFile.description(""))
+        ->type_name("FILE")
+        ->needs(url);
+    return url;
+}
+
+void ExcludeHosting(CLI::App &command, CLI::Option *url) {
+    for (const char *hosting : {"--hardware", "--sample", "--log", "--wait"})
+        url->excludes(command.get_option(hosting));
+}
+
 std::string UnknownClass(const std::string &name) {
     std::string known;
     for (const auto &served : kServedClasses) known += fmt::format("{}{}", known.empty() ? "" : ", ", served.name);
@@ -30,9 +75,23 @@ std::string UnknownClass(const std::string &name) {
 } // namespace
 
 void AddHostingOptions(CLI::App &command, HostingOptions &options) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is one thread yet.
+    if (const char *named = std::getenv("SIM_HHRC_HARDWARE")) options.hardwareFile = named;
+    CLI::Option *hardware =
+        command
+            .add_option("--hardware", options.hardwareFile,
+                        "hardware description (default: what SIM_HHRC_HARDWARE names, else the sample)")
+            ->check(NotEmpty())
+            ->type_name("FILE");
     command
-        .add_option("--hardware", options.hardwareFile, "hardware description (default: the sample rack-server.json)")
-        ->type_name("FILE");
+        .add_flag_callback(
+            "--sample",
+            [&options] {
+                options.hardwareFile.clear();
+                options.sampleNamed = true;
+            },
+            "the sample hardware that comes with the program, rack-server.json")
+        ->excludes(hardware);
     command
         .add_option_function<std::string>(
             "--log", [&options](const std::string &level) { options.logLevel = LevelOf(level); },
@@ -50,31 +109,32 @@ void AddHostingOptions(CLI::App &command, HostingOptions &options) {
 }
 
 CLI::Option *AddServerOptions(CLI::App &command, ClientOptions &options) {
-    CLI::Option *url =
-        command.add_option("--url", options.url, "ask this CIM server: http(s)://host[:port]")->type_name("URL");
-    command
-        .add_option("--cacert", options.caFile,
-                    "trust the certificates of these authorities, in PEM (default: the system's)")
-        ->check(CLI::ExistingFile.description(""))
-        ->type_name("FILE")
-        ->needs(url);
-    command
-        .add_option_function<double>(
-            "--timeout",
-            [&options](double seconds) {
-                options.timeout = std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
-            },
-            "wait at most so long for each answer (default: 10)")
-        ->check(CLI::Range(0.001, 86400.0).description(""))
-        ->type_name("SECONDS")
-        ->needs(url);
+    CLI::Option *url = AddUrl(command, options, "--url", "ask this CIM server: http(s)://host[:port]");
+    AddTimeout(command, "--timeout", "wait at most so long for each answer (default: 10)", [&options](auto time) {
+        options.timeout = time;
+    })->needs(url);
     return url;
 }
 
 void AddSourceOptions(CLI::App &command, SourceOptions &options) {
     AddHostingOptions(command, options.hosting);
-    CLI::Option *url = AddServerOptions(command, options.server);
-    for (const char *hosting : {"--hardware", "--log", "--wait"}) url->excludes(command.get_option(hosting));
+    ExcludeHosting(command, AddServerOptions(command, options.server));
+}
+
+void AddPlugInSourceOptions(CLI::App &command, SourceOptions &options) {
+    AddHostingOptions(command, options.hosting);
+    command.get_option("--hardware")->description("hardware description (default: what SIM_HHRC_HARDWARE names)");
+    CLI::Option *url = AddUrl(command, options.server, "-H,--url,--hostname",
+                              "ask this CIM server: http(s)://host[:port]; a host alone is for https://host");
+    url->transform(HostAsUrl());
+    ExcludeHosting(command, url);
+    options.server.total = options.server.timeout;
+    AddTimeout(command, "-t,--timeout", "be done after so long at most (default: 10; with --hardware what --wait says)",
+               [&options](auto time) {
+                   options.server.timeout = time;
+                   options.server.total = time;
+                   options.hosting.buildLimit = std::min(options.hosting.buildLimit, time);
+               });
 }
 
 void AddClassOption(CLI::App &command, const ServedClass *&only) {

@@ -24,10 +24,13 @@ void AddRecord(CLI::App &program, Run &run);
 void AddWatch(CLI::App &program, Run &run);
 void AddServe(CLI::App &program, Run &run);
 
+// That nothing was checked: plug-ins for monitoring systems end so after --help and --version, too.
+constexpr int kCheckNothing = 3;
 // What keeps `check` from checking is told in the way of its answers. The exit status.
 int CheckMisused(const std::string &error);
 
-// --hardware FILE, --log LEVEL (a syslog name or a number from 0 to 7) and --wait SECONDS.
+// --hardware FILE, which SIM_HHRC_HARDWARE stands in for, --sample, --log LEVEL (a syslog name or a number from 0 to 7)
+// and --wait SECONDS.
 void AddHostingOptions(CLI::App &command, HostingOptions &options);
 
 // --url URL, --cacert FILE and --timeout SECONDS. Answers the first of them.
@@ -35,6 +38,10 @@ CLI::Option *AddServerOptions(CLI::App &command, ClientOptions &options);
 
 // Both, one excluding the other.
 void AddSourceOptions(CLI::App &command, SourceOptions &options);
+
+// The same by the rules for plug-ins of monitoring systems: the URL is also -H, --hostname, where a host will do, and
+// -t, --timeout is for all answers together, or limits --wait.
+void AddPlugInSourceOptions(CLI::App &command, SourceOptions &options);
 
 // --class NAME, one of the served classes; null without the option.
 void AddClassOption(CLI::App &command, const ServedClass *&only);

@@ -49,8 +49,7 @@ std::string SampleHardware(const std::string &name) {
 }
 
 std::unique_ptr<Broker> StartHosting(const HostingOptions &options, std::string *error) {
-    const std::string hardware =
-        options.hardwareFile.empty() ? SampleHardware("rack-server.json") : options.hardwareFile;
+    const std::string hardware = options.IsSample() ? SampleHardware("rack-server.json") : options.hardwareFile;
     sim::Description description;
     if (!sim::LoadDescription(hardware, &description, error)) return nullptr;
 

@@ -13,9 +13,12 @@ namespace cim {
 
 struct HostingOptions {
     std::string hardwareFile; // empty: the sample rack-server.json
+    bool sampleNamed = false; // the sample is what was asked for
     MemoryRules memory = kFreedAtDetach;
     int logLevel = -1; // the providers' lines up to this syslog priority also go to standard error; -1: none do
     std::chrono::milliseconds buildLimit{30000}; // how long WaitForFirstBuild waits at most
+
+    bool IsSample() const { return hardwareFile.empty(); }
 };
 
 // Where the files are: beside the program's folder in the build tree and in an installation alike.

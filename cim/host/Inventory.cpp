@@ -125,6 +125,26 @@ void Identify(Item &item, const std::vector<std::string> &controllers) {
     if (item.controller.size() < ids.size()) item.device = ids.substr(item.controller.size() + 1);
 }
 
+Item ItemOf(const ServedClass &served, Instance instance, const std::vector<std::string> &controllers) {
+    Item item;
+    item.served = &served;
+    item.instance = std::move(instance);
+    item.path = item.instance.path->ToString();
+    Identify(item, controllers);
+    return item;
+}
+
+// The state word of a volume's caption, which may be cut off it. It follows from the operational status, as the
+// provider makes it.
+std::string VolumeStateOf(const std::uint64_t *status, const std::string &inCaption) {
+    if (status == nullptr) return inCaption;
+    const std::string word = *status == 2   ? "OPTIMAL"
+                             : *status == 3 ? "DEGRADED"
+                             : *status == 6 ? "OFFLINE"
+                                            : "UNDEFINED";
+    return word.compare(0, inCaption.size(), inCaption) == 0 ? word : inCaption;
+}
+
 void ReadFacts(Item &item) {
     const Instance &instance = item.instance;
     const std::string &caption = TextIn(instance, "Caption");
@@ -147,7 +167,7 @@ void ReadFacts(Item &item) {
         item.drives = JoinSlots(facts.drives);
         item.driveList = std::move(facts.drives);
         item.size = SizeOf(instance);
-        if (!facts.state.empty()) item.state = std::move(facts.state);
+        item.state = VolumeStateOf(NumberIn(instance, "OperationalStatus"), facts.state);
         break;
     }
     case kDisk: {
@@ -168,6 +188,19 @@ void ReadFacts(Item &item) {
         item.charge = WordFor(kBatteryStatus, NumberIn(instance, "BatteryStatus"));
         break;
     }
+}
+
+void SortByPath(std::vector<Instance> &instances) {
+    std::vector<std::pair<std::string, Instance>> paths;
+    for (auto &instance : instances) {
+        std::string path = instance.path->ToString(); // before what it is made of is moved
+        paths.emplace_back(std::move(path), std::move(instance));
+    }
+    std::stable_sort(paths.begin(), paths.end(), [](const auto &a, const auto &b) {
+        if (NaturallyBefore(a.first, b.first)) return true;
+        return !NaturallyBefore(b.first, a.first) && a.first < b.first; // "01" and "1"
+    });
+    for (std::size_t i = 0; i < paths.size(); ++i) instances[i] = std::move(paths[i].second);
 }
 
 bool ShownBefore(const Item &a, const Item &b) {
@@ -194,6 +227,22 @@ const ServedClass *FindServedClass(std::string_view name) {
     return served != kServedClasses.end() ? &*served : nullptr;
 }
 
+void PutInOrder(Instances &instances) {
+    for (auto &some : instances) SortByPath(some);
+    std::vector<std::string> controllers;
+    for (const auto &controller : instances[kController]) {
+        controllers.push_back(ItemOf(kServedClasses[kController], controller, {}).controller);
+    }
+    for (auto &volume : instances[kVolume]) {
+        const Item item = ItemOf(kServedClasses[kVolume], volume, controllers);
+        for (auto &property : volume.properties) {
+            if (!SameName(property.name, "Caption") && !SameName(property.name, "ElementName")) continue;
+            const auto *text = property.value.As<std::string>();
+            if (text != nullptr) property.value = Value::Text(WithDrivesInOrder(*text, item.controller, item.device));
+        }
+    }
+}
+
 Answer<Instances> ReadInstances(Connection &server) {
     Answer<Instances> all;
     for (std::size_t i = 0; i < kServedClasses.size(); ++i) {
@@ -204,6 +253,7 @@ Answer<Instances> ReadInstances(Connection &server) {
         }
         all.value[i] = std::move(answer.value);
     }
+    PutInOrder(all.value);
     return all;
 }
 
@@ -214,11 +264,7 @@ Inventory Describe(Instances instances) {
     std::vector<std::string> controllers;
     for (std::size_t i = 0; i < kServedClasses.size(); ++i) {
         for (auto &instance : instances[i]) {
-            Item item;
-            item.served = &kServedClasses[i];
-            item.instance = std::move(instance);
-            item.path = item.instance.path->ToString();
-            Identify(item, controllers);
+            Item item = ItemOf(kServedClasses[i], std::move(instance), controllers);
             if (i == kController) controllers.push_back(item.controller);
             if (const auto *health = NumberIn(item.instance, "HealthState")) {
                 item.health = &HealthOf(*health);

@@ -14,6 +14,9 @@ namespace cim {
 
 constexpr const char *kServedNameSpace = "root/cimv2";
 
+// What the views call the hardware that comes with the program and is shown when no other is named.
+constexpr const char *kSampleHardware = "sample hardware";
+
 enum ClassIndex : std::size_t { kController, kSoftware, kVolume, kDisk, kPort, kBattery };
 struct ServedClass {
     ClassIndex index; // in kServedClasses
@@ -37,8 +40,10 @@ inline constexpr std::array<ServedClass, 6> kServedClasses{{
 // served.
 const ServedClass *FindServedClass(std::string_view name);
 
-// Instances by class, in kServedClasses' order.
+// Instances by class, in kServedClasses' order. As read they are ordered by their paths, and the drives in volumes'
+// captions by their places: the provider's own order differs from one start to the next.
 using Instances = std::array<std::vector<Instance>, kServedClasses.size()>;
+void PutInOrder(Instances &instances);
 Answer<Instances> ReadInstances(Connection &server);
 Answer<Instances> ReadInstances(Broker &broker);
 
@@ -59,8 +64,8 @@ struct Item {
     std::string id;                 // the identifying key's value
     std::string controller;         // controller's ID
     std::string device;             // the device's own ID
-    std::string state;              // the state word of the caption, or the operational status in words
-    std::string status;             // the operational status in words
+    std::string state;  // the state word of the caption, also where it is cut off a volume's, or the operational status
+    std::string status; // the operational status in words
     std::string healthWord;
     std::string name, model, package, firmware; // package: the software bundle's version
     std::string level, size, drives;            // of volumes; disks have a size, too

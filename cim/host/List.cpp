@@ -42,9 +42,13 @@ int List(const ListOptions &options) {
     }
     std::string text;
     if (options.json) {
-        text = Dump(ToJson(instances.value, options.only), 2) + "\n";
+        Json json = Json::object();
+        if (options.source.IsSample()) json["source"] = kSampleHardware;
+        json.update(ToJson(instances.value, options.only));
+        text = Dump(json, 2) + "\n";
     } else {
         TablesOptions tables;
+        tables.sample = options.source.IsSample();
         tables.only = options.only;
         tables.text.colour = WantsColour();
         text = RenderTables(Describe(std::move(instances.value)), tables);
@@ -63,7 +67,8 @@ void AddList(CLI::App &program, Run &run) {
     AddSourceOptions(*command, options->source);
     AddClassOption(*command, options->only);
     command->add_flag("--json", options->json,
-                      "one JSON object: for each served class an array of {\"path\": ..., \"properties\": {...}}");
+                      "one JSON object: for each served class an array of {\"path\": ..., \"properties\": {...}}; "
+                      "\"source\" when it is the sample");
     command->add_flag("--stats", options->stats, "also count up-calls and live objects, on standard error")
         ->excludes("--url");
     command->callback([&run, options] { run = [options] { return List(*options); }; });

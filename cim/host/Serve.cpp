@@ -61,6 +61,7 @@ int Serve(const ServeOptions &options) {
     const auto server = wbem::Server::Start(options.server, handler, &error);
     if (server == nullptr) return Fail(kExitFailed, error);
     const bool v6 = options.server.address.find(':') != std::string::npos;
+    if (options.hosting.IsSample()) Say(fmt::format("serving {}, not this machine's", kSampleHardware));
     Print(fmt::format(
         "serving CIM-XML at http://{}{}{}:{}, classes in root/cimv2, and to browsers a picture; Ctrl-C ends\n",
         v6 ? "[" : "", options.server.address, v6 ? "]" : "", server->Port()));

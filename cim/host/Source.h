@@ -13,6 +13,10 @@ namespace cim {
 struct SourceOptions {
     HostingOptions hosting;
     ClientOptions server; // without a URL the providers are hosted
+
+    bool IsSample() const { return server.url.empty() && hosting.IsSample(); }
+    // False: nobody has said what is to be looked at.
+    bool IsNamed() const { return !IsSample() || hosting.sampleNamed; }
 };
 
 enum class Trouble { None, Usage, Provider, Server };

@@ -122,7 +122,9 @@ void Fit(std::vector<Section> &sections, std::size_t height) {
     }
 }
 
-std::string CountLine(const std::vector<Section> &sections) {
+constexpr const char *kSampleNotice = "Sample hardware, not this machine's: --hardware FILE or --url URL shows other";
+
+std::string CountLine(const std::vector<Section> &sections, bool sample) {
     std::map<int, std::pair<const char *, std::size_t>, std::greater<>> counts; // worst first
     std::size_t total = 0;
     for (const auto &section : sections) {
@@ -135,6 +137,7 @@ std::string CountLine(const std::vector<Section> &sections) {
         }
     }
     std::string line = fmt::format("{} instance{}", total, total == 1 ? "" : "s");
+    if (sample) line += fmt::format(" of {}", kSampleHardware);
     const char *separator = ": ";
     for (const auto &[severity, count] : counts) {
         line += fmt::format("{}{} {}", separator, count.second, count.first);
@@ -153,9 +156,15 @@ std::string RenderTables(const Inventory &inventory, const TablesOptions &option
         const bool wanted = options.only != nullptr ? options.only == &kServedClasses[i] : kTables[i].always;
         if (wanted) sections.push_back({&kTables[i], &inventory[i], inventory[i].size()});
     }
-    Fit(sections, options.height);
-
     std::string text;
+    std::size_t height = options.height;
+    if (options.sample) {
+        const std::size_t width = options.text.width != 0 ? options.text.width : std::string::npos;
+        text = Styled(std::string(kSampleNotice).substr(0, width), kYellow, options.text) + "\n\n";
+        if (height != 0) height = std::max<std::size_t>(height, 3) - 2;
+    }
+    Fit(sections, height);
+
     for (const auto &[table, items, shown] : sections) {
         if (items->empty()) {
             text += Styled(table->title, kBold, options.text) + ": none\n\n";
@@ -169,7 +178,7 @@ std::string RenderTables(const Inventory &inventory, const TablesOptions &option
         }
         text += "\n";
     }
-    return text + CountLine(sections);
+    return text + CountLine(sections, options.sample);
 }
 
 } // namespace cim

@@ -18,6 +18,7 @@ struct ItemColumn {
 const std::vector<ItemColumn> &ColumnsOf(const ServedClass &served);
 
 struct TablesOptions {
+    bool sample = false;               // say that this is the sample hardware
     const ServedClass *only = nullptr; // null: all; software identities are then the controllers' firmware columns
     TextOptions text;
     std::size_t height = 0; // lines that there is room for; the healthiest rows give way. 0: any number

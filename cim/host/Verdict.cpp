@@ -153,7 +153,8 @@ private:
         const std::string text = NameOf(item) + " " + StateOf(item);
         const std::string *pattern = PatternFor(item, rules);
         if (pattern == nullptr) {
-            if (verdict != Verdict::Ok) findings.push_back({verdict, text, CaptionOf(item)});
+            auto &some = verdict != Verdict::Ok ? findings : fine;
+            some.push_back({verdict, text, CaptionOf(item)});
             return;
         }
         ++ignored;
@@ -210,7 +211,8 @@ private:
     }
 
     std::string FirstLine() const {
-        std::string line = findings.empty() ? fmt::format("{}", fmt::join(counts, ", ")) : NamesOf(findings);
+        std::string line = rules.sample ? fmt::format("{}: ", kSampleHardware) : "";
+        line += findings.empty() ? fmt::format("{}", fmt::join(counts, ", ")) : NamesOf(findings);
         if (!overlooked.empty()) {
             line += " (ignored: " + NamesOf(overlooked) + ")";
         } else if (ignored > 0) {
@@ -240,6 +242,8 @@ private:
         };
         for (const Finding &finding : findings) add(cim::NameOf(finding.verdict), finding);
         for (const Finding &finding : overlooked) add("ignored", finding);
+        if (rules.verbose)
+            for (const Finding &finding : fine) add(cim::NameOf(finding.verdict), finding);
         for (std::size_t i = 0; i < matches.size(); ++i) {
             lines.push_back(fmt::format("--ignore '{}' matches {}", rules.ignored[i],
                                         matches[i] == 0   ? "nothing"
@@ -267,7 +271,7 @@ private:
     const CheckRules &rules;
     const std::string &unread;
     std::vector<std::string> counts;
-    std::vector<Finding> findings, overlooked;
+    std::vector<Finding> findings, overlooked, fine;
     std::vector<std::size_t> matches; // of each pattern
     std::size_t total = 0, ignored = 0;
     bool building = false;
@@ -296,8 +300,8 @@ CheckResult Check(const Inventory &inventory, const CheckRules &rules, const std
     return Checker(inventory, rules, unread).Run();
 }
 
-CheckResult CannotCheck(const std::string &reason) {
-    return {Verdict::Unknown, fmt::format("{}: {}\n", NameOf(Verdict::Unknown), Plain(reason))};
+CheckResult CannotCheck(const std::string &reason, Verdict verdict) {
+    return {verdict, fmt::format("{}: {}\n", NameOf(verdict), Plain(reason))};
 }
 
 std::string StateTable() {

@@ -18,6 +18,8 @@ struct CheckRules {
     std::vector<std::string> ignored;  // shell patterns for names ("disk c0/252:4"), keys and captions
     std::array<std::optional<std::size_t>, kServedClasses.size()> expected; // as many at least
     Verdict rebuild = Verdict::Warning;
+    bool sample = false;  // say that this is the sample hardware
+    bool verbose = false; // list what is fine, too
 };
 
 struct CheckResult {
@@ -29,7 +31,7 @@ struct CheckResult {
 CheckResult Check(const Inventory &inventory, const CheckRules &rules, const std::string &unread);
 
 // When there is no inventory to check.
-CheckResult CannotCheck(const std::string &reason);
+CheckResult CannotCheck(const std::string &reason, Verdict verdict = Verdict::Unknown);
 
 // Which state is which verdict, as lines for people.
 std::string StateTable();

@@ -43,6 +43,10 @@ private:
     // What has changed since the last look. Null when the provider cannot be asked; then `failure` is set.
     bool Look();
     void Draw(Screen &screen) const;
+    Json Marked(Json change) const {
+        if (options.source.IsSample()) change["source"] = kSampleHardware;
+        return change;
+    }
     int Failed() const { return Fail(source.TroubleInReading(), failure); }
 
     Source &source;
@@ -76,10 +80,13 @@ int Watcher::PrintChanges() {
     bool first = true;
     for (auto next = Clock::now();;) {
         if (!Look()) return Failed();
-        if (std::exchange(first, false)) Say(fmt::format("watching; {}", kAge));
+        if (std::exchange(first, false)) {
+            Say(fmt::format("watching{}; {}", options.source.IsSample() ? fmt::format(" {}", kSampleHardware) : "",
+                            kAge));
+        }
         std::string text;
         for (const auto &change : changes) {
-            text += options.json ? Dump(ToJson(change, time), -1) + "\n" : ToText(change, time);
+            text += options.json ? Dump(Marked(ToJson(change, time)), -1) + "\n" : ToText(change, time);
         }
         if (!Print(text)) return kExitFailed;
         next += interval;
@@ -95,6 +102,7 @@ int Watcher::PrintChanges() {
 void Watcher::Draw(Screen &screen) const {
     const TerminalSize size = SizeOfTerminal();
     TablesOptions tables;
+    tables.sample = options.source.IsSample();
     tables.only = options.only;
     tables.text = {WantsColour(), size.width};
     std::set<std::string> changed;

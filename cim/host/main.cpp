@@ -23,7 +23,10 @@ int Main(int argc, char **argv) {
         if (!run) return cim::Fail(cim::kExitUsage, "a subcommand is missing; quarnel --help lists them");
         return run();
     } catch (const CLI::ParseError &error) {
-        if (error.get_exit_code() == 0) return program.exit(error); // --help, --version
+        if (error.get_exit_code() == 0) { // --help, --version
+            const int status = program.exit(error);
+            return program.got_subcommand("check") ? cim::kCheckNothing : status;
+        }
         return Refuse(program, cim::kExitUsage, error.what());
     } catch (const std::exception &error) {
         return Refuse(program, cim::kExitFailed, error.what());

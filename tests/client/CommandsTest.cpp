@@ -91,6 +91,58 @@ TEST(CheckCommand, WhatCannotBeCheckedOrUnderstoodIsUnknown) {
     }
 }
 
+TEST(CheckCommand, NothingIsCheckedThatNobodyNamed) {
+    Outcome outcome = Quarnel({"check"});
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_EQ(outcome.out, "UNKNOWN: nothing to check: --url, --hardware or --sample must name it\n");
+    for (const char *option : {"--url", "--hardware"}) {
+        outcome = Quarnel({"check", option, ""});
+        EXPECT_EQ(outcome.status, 3);
+        EXPECT_EQ(outcome.out, std::string("UNKNOWN: ") + option + ": the value is empty\n");
+    }
+    outcome = Quarnel({"check", "--sample"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(FirstPart(outcome.out), "OK: sample hardware: 1 controller, 2 volumes, 8 disks, 8 ports, 1 battery");
+
+    const Server server(SmallServerWith("disks", "failed"));
+    Process::Options options;
+    options.environment["SIM_HHRC_HARDWARE"] = server.File();
+    Process check(BinFolder() + "/quarnel", {"check"}, options);
+    EXPECT_EQ(check.Wait(), 2) << check.Out();
+}
+
+TEST(CheckCommand, FollowsTheRulesForPlugIns) {
+    for (const char *option : {"-h", "--help", "-V", "--version"}) {
+        const Outcome outcome = Quarnel({"check", option});
+        EXPECT_EQ(outcome.status, 3) << option;
+        EXPECT_FALSE(outcome.out.empty()) << option;
+    }
+    EXPECT_EQ(Quarnel({"check", "-V"}).out, Quarnel({"--version"}).out);
+
+    const std::string url = Nobody(), address = url.substr(url.find("//") + 2);
+    EXPECT_EQ(Quarnel({"check", "-t", "5", "-H", address}).out,
+              "UNKNOWN: https://" + address + ": connection refused\n");
+    EXPECT_EQ(Quarnel({"check", "-H", "::1:2"}).out.rfind("UNKNOWN: https://[::1:2]: ", 0), 0u);
+    EXPECT_EQ(Quarnel({"check", "-H", ""}).status, 3);
+    const Outcome gone = Quarnel({"check", "--unreachable", "critical", "--url", url});
+    EXPECT_EQ(gone.status, 2);
+    EXPECT_EQ(gone.out, "CRITICAL: " + url + ": connection refused\n");
+    // It is there and says what is wrong with it.
+    const Answering refusing(CimAnswer("<ERROR CODE=\"5\"/>"));
+    EXPECT_EQ(Quarnel({"check", "--unreachable", "critical", "--url", refusing.Url()}).status, 3);
+
+    Server server(SmallServerWith("volumes", "optimal"));
+    const Outcome verbose = Quarnel({"check", "-v", "--expect", "volumes=1, disks = 3 ", "--hardware", server.File()});
+    EXPECT_EQ(verbose.status, 0) << verbose.out;
+    EXPECT_NE(verbose.out.find("\nOK volume c1/0 OPTIMAL: "), std::string::npos) << verbose.out;
+
+    server.description["behaviour"] = {{{"class", "CIM_SystemDevice"}, {"latency", 3000}}};
+    server.Save();
+    const Outcome slow = Quarnel({"check", "-t", "0.5", "--hardware", server.File()});
+    EXPECT_EQ(slow.status, 3);
+    EXPECT_NE(slow.out.find("the hardware is still being read after 0.5 s"), std::string::npos) << slow.out;
+}
+
 TEST(UrlOption, ShowsWhatTheServerHasAsWbemcliDoes) {
     const HostedServer server(SampleHardware("storage-node.json"));
     const auto instances = ReadInstances(*server.broker);

@@ -11,6 +11,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 namespace cim {
 namespace {
@@ -101,6 +102,24 @@ TEST(ClientFailures, AServerThatDoesNotAnswerInTime) {
     ClientOptions options = OptionsFor(server.Url());
     options.timeout = std::chrono::milliseconds(250);
     EXPECT_EQ(Ask(options).message, server.Url() + ": timed out after 0.25 s");
+
+    // All answers together: the first comes, the second does not, and there is no time left to ask for a third.
+    bool first = true;
+    const Answering once([&](const wbem::HttpRequest &) {
+        std::unique_lock lock(mutex);
+        if (!std::exchange(first, false)) changed.wait(lock, [&] { return over; });
+        return CimAnswer("<IRETURNVALUE></IRETURNVALUE>");
+    });
+    options.url = once.Url();
+    options.timeout = std::chrono::hours(1);
+    options.total = std::chrono::milliseconds(500);
+    std::string error;
+    const auto connection = Connect(options, &error);
+    EXPECT_EQ(connection->EnumerateInstances("root/cimv2", "CIM_Thing").status.message, "");
+    for (int more = 0; more < 2; ++more) {
+        EXPECT_EQ(connection->EnumerateInstances("root/cimv2", "CIM_Thing").status.message,
+                  once.Url() + ": timed out after 0.5 s");
+    }
     const std::lock_guard lock(mutex);
     over = true;
     changed.notify_all();

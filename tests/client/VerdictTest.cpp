@@ -61,6 +61,11 @@ TEST(Verdict, OfEveryState) {
         seen.volumes = {Volume(state, status)};
         return seen;
     };
+    const auto cutVolume = [](std::uint64_t status) { // at the caption's limit, before the state
+        Seen seen;
+        seen.volumes = {SampleVolume("c0_0", "Logical Volume 0 on controller c0, Drives(0e252,1e25", status, 5)};
+        return seen;
+    };
     const auto port = [](std::uint64_t status) {
         Seen seen;
         seen.ports = {Port(status)};
@@ -77,7 +82,7 @@ TEST(Verdict, OfEveryState) {
         return seen;
     };
     const char *fine = "OK: 1 controller, 1 volume, 2 disks, 1 port, 1 battery";
-    const char *fineBattery = "OK: 1 controller, 1 volume, 1 disk, 1 port, 1 battery";
+    const char *fineOneDisk = "OK: 1 controller, 1 volume, 1 disk, 1 port, 1 battery";
     const Case cases[] = {
         {fine, Verdict::Ok, disk("ONLINE", kOk)},
         {fine, Verdict::Ok, disk("HOT SPARE", kOk)},
@@ -94,11 +99,13 @@ TEST(Verdict, OfEveryState) {
         {"CRITICAL: volume c0/0 OFFLINE", Verdict::Critical, volume("OFFLINE", kError)},
         {"WARNING: volume c0/0 UNDEFINED (Dormant)", Verdict::Warning, volume("UNDEFINED", kDormant)},
         {"CRITICAL: volume c0/0 UNDEFINED (No contact)", Verdict::Critical, volume("UNDEFINED", kNoContact)},
+        {"WARNING: volume c0/0 DEGRADED", Verdict::Warning, cutVolume(kDegraded)},
+        {fineOneDisk, Verdict::Ok, cutVolume(kOk)},
         {"CRITICAL: port c0/0 Error", Verdict::Critical, port(kError)},
         {"WARNING: port c0/0 Stopped", Verdict::Warning, port(kStopped)},
         {"WARNING: port c0/0 99", Verdict::Warning, port(99)},
-        {fineBattery, Verdict::Ok, battery(3, kDormant)},
-        {fineBattery, Verdict::Ok, battery(9, kOk)}, // charging and critical: it is being taken care of
+        {fineOneDisk, Verdict::Ok, battery(3, kDormant)},
+        {fineOneDisk, Verdict::Ok, battery(9, kOk)}, // charging and critical: it is being taken care of
         {"WARNING: battery c0/bbu OK, charge Critical", Verdict::Warning, battery(5, kOk)},
         {"CRITICAL: battery c0/bbu No contact", Verdict::Critical, battery(3, kNoContact)},
         {"WARNING: controller c0 Degraded", Verdict::Warning, controller(kDegraded)},
@@ -198,6 +205,20 @@ TEST(Verdict, OneClassAlone) {
     CheckRules rules;
     rules.only = FindServedClass("volume");
     EXPECT_EQ(seen.Check(rules).output, "OK: 1 volume | volumes=1;;;0 warning=0;0;;0 critical=0;;0;0 ignored=0;;;0\n");
+}
+
+TEST(Verdict, WhatIsFineIsListedWhenAskedFor) {
+    Seen seen;
+    seen.volumes = {Volume("DEGRADED", kDegraded)};
+    CheckRules rules;
+    rules.verbose = true;
+    EXPECT_EQ(LinesBelow(seen.Check(rules)),
+              "WARNING volume c0/0 DEGRADED: RAID1 boot Logical Volume 0 on controller c0, Drives(0e252,1e252) - "
+              "DEGRADED\n"
+              "OK controller c0 OK: Controller c0 (Acme)\n"
+              "OK disk c0/252:0 ONLINE: Drive 0 in enclosure 252 on controller c0 Fw: N0A4 - ONLINE\n"
+              "OK port c0/0 OK: Port 0 on Controller c0\n"
+              "OK battery c0/bbu OK: Battery\n");
 }
 
 TEST(Verdict, TextsFromVendorsCannotBreakTheLine) {

@@ -23,6 +23,7 @@ TEST(Captions, VolumesAreToldApartIntoLevelNameDrivesAndState) {
         // Cut at the caption's limit: in the list, behind it, before it.
         {"RAID6 big Logical Volume 1 on controller c1, Drives(0e8,1e8,2", "RAID6", "big", "0e8,1e8,2...", ""},
         {"RAID6 big Logical Volume 1 on controller c1, Drives(0e8)", "RAID6", "big", "0e8", ""},
+        {"RAID6 big Logical Volume 1 on controller c1, Drives(0e8) -", "RAID6", "big", "0e8", ""},
         {"RAID6 big Logical Volume 1 on contr", "", "", "", ""},
         {"", "", "", "", ""},
     };
@@ -34,6 +35,25 @@ TEST(Captions, VolumesAreToldApartIntoLevelNameDrivesAndState) {
         EXPECT_EQ(facts.drives, drives);
         EXPECT_EQ(facts.state, state);
     }
+}
+
+TEST(Captions, AVolumesDrivesArePutInOrder) {
+    const struct {
+        const char *before, *after;
+    } cases[] = {
+        {"a (2e1,1e1) Logical Volume 1 on controller c1, Drives(10e252,d1,9e252,2e34) - OPTIMAL",
+         "a (2e1,1e1) Logical Volume 1 on controller c1, Drives(2e34,9e252,10e252,d1) - OPTIMAL"},
+        {"Logical Volume 1 on controller c1, Drives(3e252,2e252,1e25", // cut in a drive
+         "Logical Volume 1 on controller c1, Drives(2e252,3e252,1e25"},
+        {"Logical Volume 1 on controller c1, Drives(3e252,2e252) - DEG",
+         "Logical Volume 1 on controller c1, Drives(2e252,3e252) - DEG"},
+        {"Logical Volume 1 on controller c1, Drives() - DEGRADED",
+         "Logical Volume 1 on controller c1, Drives() - DEGRADED"},
+        {"Logical Volume 1 on controller c1, Drives(", "Logical Volume 1 on controller c1, Drives("},
+        {"Logical Volume 1 on controller c1 - UNDEFINED", "Logical Volume 1 on controller c1 - UNDEFINED"},
+        {"Drives(2e1,1e1)", "Drives(2e1,1e1)"},
+    };
+    for (const auto &[before, after] : cases) EXPECT_EQ(WithDrivesInOrder(before, "c1", "1"), after);
 }
 
 TEST(Captions, DisksAreToldApartIntoSlotEnclosureFirmwareAndState) {
@@ -76,8 +96,8 @@ TEST(Captions, RunsOfSlotsAreJoined) {
     EXPECT_EQ(JoinSlots("4e252,5e252"), "4e252,5e252");
     EXPECT_EQ(JoinSlots("0ea,1ea,2ea,3eb,4eb,5eb"), "0-2ea,3-5eb");
     EXPECT_EQ(JoinSlots("d1,d2,d3"), "d1,d2,d3");
-    EXPECT_EQ(JoinSlots("d9,11e2,9e2,10e10,10e2,d1"), "9-11e2,10e10,d9,d1");
-    EXPECT_EQ(JoinSlots("1e8,2e8,3..."), "1e8,2e8,3...");
+    EXPECT_EQ(JoinSlots("d9,11e2,9e2,10e10,10e2,d1"), "9-11e2,10e10,d1,d9");
+    EXPECT_EQ(JoinSlots("d1,2e8,1e8,0e..."), "1e8,2e8,d1,0e...");
     EXPECT_EQ(JoinSlots(""), "");
 }
 

@@ -58,5 +58,22 @@ TEST(Json, AnObjectWithAnArrayForEachServedClass) {
     EXPECT_EQ(Dump(ToJson(server, &kServedClasses[kPort]), -1), R"({"Zembra_QuarnelSASSATAPort":[]})");
 }
 
+TEST(Json, WhateverOrderTheProviderHasTheTextIsTheSame) {
+    const auto text = [](const std::vector<const char *> &disks, const char *drives) {
+        Instances server;
+        for (const char *disk : disks) server[kDisk].push_back(SampleDisk(disk, "", 2, 5));
+        server[kController] = {SampleController("c1_0", "R8i"), SampleController("c1", "R8i")};
+        const std::string caption =
+            std::string("Logical Volume 7 on controller c1_0, Drives(") + drives + ") - OPTIMAL";
+        server[kVolume] = {SampleVolume("c1_0_7", caption, 2, 5)};
+        PutInOrder(server);
+        return Dump(ToJson(server, nullptr), -1);
+    };
+    const std::string one = text({"c1_2", "c1_10", "c1_02"}, "1e8,2e8,10e8");
+    EXPECT_EQ(text({"c1_10", "c1_02", "c1_2"}, "10e8,1e8,2e8"), one);
+    EXPECT_LT(one.find("Extc1_2"), one.find("Extc1_10"));
+    EXPECT_NE(one.find("Drives(1e8,2e8,10e8)"), std::string::npos) << one;
+}
+
 } // namespace
 } // namespace cim

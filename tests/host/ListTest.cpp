@@ -74,6 +74,13 @@ TEST(List, AsJson) {
     }
 }
 
+TEST(List, SaysTheSameEachTime) {
+    const std::vector<std::string> arguments{"list", "--json", "--hardware",
+                                             BinFolder() + "/../share/quarnel/hardware/storage-node.json"};
+    const Outcome first = RunToEnd(kProgram, arguments);
+    for (int run = 0; run < 5; ++run) EXPECT_TRUE(RunToEnd(kProgram, arguments).out == first.out);
+}
+
 TEST(List, OneClass) {
     const Server server(SmallServer());
     Process list(kProgram, {"list", "--class", "zembra_quarnelbattery", "--json", "--hardware", server.File()});
@@ -98,8 +105,9 @@ TEST(List, TheSamplesAreShownWhole) {
         const char *instances; // controllers, volumes, disks, ports, batteries
     };
     const std::string storageNode = BinFolder() + "/../share/quarnel/hardware/storage-node.json";
-    const Sample samples[] = {{{"list"}, "\n20 instances: "}, // 1 + 2 + 8 + 8 + 1; the rack server is the default
-                              {{"list", "--hardware", storageNode}, "\n115 instances: "}}; // 2 + 7 + 84 + 20 + 2
+    const Sample samples[] = {
+        {{"list"}, "\n20 instances of sample hardware: "}, // 1 + 2 + 8 + 8 + 1; the rack server is the default
+        {{"list", "--hardware", storageNode}, "\n115 instances: "}}; // 2 + 7 + 84 + 20 + 2
     for (const auto &[arguments, instances] : samples) {
         Process list(kProgram, arguments);
         EXPECT_EQ(list.Wait(), 0);
@@ -120,6 +128,9 @@ TEST(List, MistakesAreSaidInOneLine) {
         {{"show"}, {"show"}},
         {{"list", "--bogus"}, {"--bogus"}},
         {{"list", "--hardware"}, {"--hardware"}},
+        {{"list", "--hardware", ""}, {"--hardware: the value is empty"}},
+        {{"watch", "--url", ""}, {"--url: the value is empty"}},
+        {{"serve", "--sample", "--hardware", broken.File()}, {"--sample", "--hardware"}},
         {{"list", "--hardware", "/no/such.json"}, {"/no/such.json: ", "No such file"}},
         {{"list", "--hardware", broken.File()}, {broken.File() + ":", "slot"}},
         {{"list", "--class", "CIM_Battery"}, {"CIM_Battery", "Zembra_QuarnelBattery"}},
@@ -199,6 +210,28 @@ TEST(List, SlowHardwareIsShownAsFarAsItIsRead) {
     EXPECT_EQ(list.Err(), "quarnel: the hardware is still being read after 0.5 s\n");
     EXPECT_NE(list.Out().find("Acme R2i"), std::string::npos) << list.Out();
     EXPECT_NE(list.Out().find("Disks: none\n"), std::string::npos) << list.Out();
+}
+
+TEST(List, TheEnvironmentNamesHardwareWhereNoOptionDoes) {
+    const Server server(SmallServer()), other(SmallServer());
+    const auto listed = [](const std::vector<std::string> &arguments, const std::string &named) {
+        Process::Options options;
+        options.environment["SIM_HHRC_HARDWARE"] = named;
+        Process list(kProgram, arguments, options);
+        list.Wait();
+        return list.Out() + list.Err();
+    };
+    EXPECT_NE(listed({"list"}, server.File()).find("\n7 instances: "), std::string::npos);
+    EXPECT_NE(listed({"list", "--hardware", other.File()}, "/no/such.json").find("\n7 instances: "), std::string::npos);
+    EXPECT_NE(listed({"list"}, "/no/such.json").find("quarnel: /no/such.json: "), std::string::npos);
+    for (const auto &text : {listed({"list"}, ""), listed({"list", "--sample"}, server.File())}) {
+        EXPECT_EQ(text.rfind("Sample hardware, not this machine's: ", 0), 0u) << text;
+        EXPECT_NE(text.find("\n20 instances of sample hardware: "), std::string::npos) << text;
+    }
+    const Json json = Json::parse(listed({"list", "--json"}, ""));
+    EXPECT_EQ(json.begin().key(), "source");
+    EXPECT_EQ(json.at("source"), "sample hardware");
+    EXPECT_FALSE(Json::parse(listed({"list", "--json"}, server.File())).contains("source"));
 }
 
 TEST(List, NothingFoundIsSaid) {

@@ -49,7 +49,7 @@ Process::Process(const std::string &program, const std::vector<std::string> &arg
     pid = fork();
     if (pid == 0) {
         setsid();
-        unsetenv("NO_COLOR");
+        for (const char *ours : {"NO_COLOR", "SIM_HHRC_HARDWARE"}) unsetenv(ours);
         setenv("TERM", "xterm", 1);
         for (const auto &[name, value] : options.environment) setenv(name.c_str(), value.c_str(), 1);
         if (options.terminal) ioctl(outPipe[1], TIOCSCTTY, 0);

@@ -18,7 +18,7 @@ public:
     struct Options {
         bool terminal = false; // standard output and input are a terminal of 100 by 40
         std::map<std::string, std::string>
-            environment;    // on top of the test's own; NO_COLOR and TERM have no other value
+            environment;    // on top of the test's own; NO_COLOR, SIM_HHRC_HARDWARE and TERM have no other value
         std::string output; // a file to write to instead of a pipe
     };
     // A program without a slash in its name is looked for on the path.

@@ -167,6 +167,26 @@ TEST(Inventory, StateWordsComeFromTheCaptionElseFromTheStatus) {
     EXPECT_EQ(inventory[kBattery][0].charge, "Low");
 }
 
+TEST(Inventory, AVolumesStateWordIsWholeWhereItsCaptionIsCut) {
+    const struct {
+        const char *end; // of the caption
+        std::uint64_t status;
+        const char *state;
+    } cases[] = {
+        {"1e8) - DEGRADED", 3, "DEGRADED"}, {"1e8) - DEG", 3, "DEGRADED"},
+        {"1e8) -", 6, "OFFLINE"},           {"1e8,2", 2, "OPTIMAL"},
+        {"1e8,2", 3, "DEGRADED"},           {"1e8,2", 12, "UNDEFINED"},
+        {"1e8) - OPTIMAL", 3, "OPTIMAL"}, // what the caption says whole is what it says
+    };
+    for (const auto &[end, status, state] : cases) {
+        Instances server;
+        server[kController] = {SampleController("c1", "R8i")};
+        server[kVolume] = {
+            SampleVolume("c1_0", std::string("Logical Volume 0 on controller c1, Drives(") + end, status, 5)};
+        EXPECT_EQ(Describe(server)[kVolume].at(0).state, state) << end;
+    }
+}
+
 TEST(Inventory, ClassesAreFoundByNameAndByKind) {
     EXPECT_EQ(FindServedClass("zembra_quarnelBATTERY"), &kServedClasses[kBattery]);
     EXPECT_EQ(FindServedClass("Disk"), &kServedClasses[kDisk]);

@@ -78,6 +78,19 @@ TEST(Watch, PrintsJsonLines) {
     EXPECT_EQ(change.at("changes"), Json::parse(R"({"BatteryStatus": {"from": 6, "to": 4}})"));
 }
 
+TEST(Watch, SaysThatItShowsTheSample) {
+    Process pipe(kQuick, {"watch"});
+    EXPECT_TRUE(pipe.WaitForError("quarnel: watching sample hardware; ")) << pipe.Err();
+    Process::Options options;
+    options.terminal = true;
+    Process screen(kQuick, {"watch"}, options);
+    EXPECT_TRUE(screen.WaitFor("Sample hardware, not this machine's: ")) << screen.Out();
+    for (Process *watch : {&pipe, &screen}) {
+        watch->Signal(SIGTERM);
+        EXPECT_EQ(watch->Wait(), 0);
+    }
+}
+
 // The last screen: all of them would be long to read.
 std::string Last(const Process &watch) {
     const auto start = watch.Out().rfind("\033[H");
