@@ -30,11 +30,12 @@ std::string SystemOf(const Inventory &inventory) {
 
 } // namespace
 
-Json InventoryDocument(const Observation &observation) {
+Json InventoryDocument(const Observation &observation, bool sample) {
     Json document = {{"time", TimeText(observation.time)},
                      {"age", observation.age.count()},
                      {"watchedSince", TimeText(observation.since)},
                      {"system", SystemOf(observation.inventory)}};
+    if (sample) document["source"] = kSampleHardware;
     for (const auto &served : kServedClasses) {
         Json &items = document[served.name] = Json::array();
         for (const auto &item : observation.inventory[served.index]) {

@@ -62,7 +62,8 @@ std::string NewLife() {
 
 } // namespace
 
-Picture::Picture(Observer::Read read, const Pace &pace) : life(NewLife()), observer(std::move(read), pace) {}
+Picture::Picture(Observer::Read read, bool isSample, const Pace &pace)
+    : life(NewLife()), sample(isSample), observer(std::move(read), pace) {}
 
 std::optional<HttpAnswer> Picture::Answer(const HttpRequest &request) {
     if (request.method != "GET" && request.method != "HEAD") return {};
@@ -85,7 +86,7 @@ HttpAnswer Picture::AnswerInventory(const HttpRequest &request) {
         if (HeaderOf(request, "If-None-Match") == tag) {
             answer = Reply(304, "application/json", "");
         } else {
-            answer = Reply(200, "application/json", Dump(InventoryDocument(observation), -1) + "\n");
+            answer = Reply(200, "application/json", Dump(InventoryDocument(observation, sample), -1) + "\n");
         }
         answer.headers.emplace_back("ETag", tag);
         answer.headers.emplace_back("Inventory-Age", fmt::format("{:.3f}", observation.age.count()));

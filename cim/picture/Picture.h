@@ -11,7 +11,8 @@ namespace cim::picture {
 
 class Picture {
 public:
-    explicit Picture(Observer::Read read, const Pace &pace = {});
+    // `sample`: what is read is the sample hardware, and the picture says so.
+    explicit Picture(Observer::Read read, bool sample = false, const Pace &pace = {});
 
     // Answers GET and HEAD. None for other methods: these are somebody else's. Any number of threads may call it.
     std::optional<wbem::HttpAnswer> Answer(const wbem::HttpRequest &request);
@@ -20,6 +21,7 @@ private:
     wbem::HttpAnswer AnswerInventory(const wbem::HttpRequest &request);
 
     const std::string life; // tells this server's versions from those of an earlier one
+    const bool sample;
     Observer observer;
 };
 

@@ -17,7 +17,7 @@ function show(name, description, look, options) {
 // What is to be seen of each, part by part.
 const texts = (page, selector) => page.locator(selector).evaluateAll((nodes) => nodes.map((node) => {
     const parts = node.children.length > 0 ? [...node.children] : [node];
-    const seen = parts.filter((part) => !part.matches('.unseen'));
+    const seen = parts.filter((part) => !part.matches('.unseen') && part.checkVisibility());
     return seen.map((part) => part.innerText).filter((text) => text).join(' ');
 }));
 
@@ -107,9 +107,53 @@ show('odd hardware is drawn as far as it is known', sample('rack-server'), async
     assert.deepEqual(await texts(page, '.loose'), ['R nvme2', 'O nvme10']);
     assert.deepEqual(await texts(page, '.volume'), [
         '● 0 cut OPTIMAL 2 disks: slot 3 of enclosure E, disk nvme2 and more, which its caption has no room for',
-        '● 1 OPTIMAL no disks known',
+        '▲ 1 OPTIMAL no disks known',
         '● 2 twice OPTIMAL 3 disks: slots 3, 5 of enclosure E']);
 }, {prepare: (page) => page.route('**/api/inventory', (route) => route.fulfill({json: odd}))});
+
+show('what is missing needs a look', sample('rack-server'), async (page) => {
+    assert.deepEqual(await texts(page, '.finding'), [
+        'F Disk in slot 5 of enclosure E on c0 FAILED',
+        '? Disk in slot -7 of enclosure odd on c0 No contact',
+        '▲ Controller c10 OK, no devices known',
+        '▲ Controller c2 OK, no devices known',
+        '▲ Volume 1 on c0 OPTIMAL, no disks known',
+        '▲ Controller lost not in the answer, only its devices are']);
+    assert.deepEqual(await texts(page, '#counts > li'), ['1 Failed', '1 Major failure', '4 Incomplete', '10 OK']);
+    await page.getByRole('button', {name: /^Controller lost/}).click();
+    assert.equal(await page.evaluate(() => document.activeElement.innerText.split('\n')[0]), 'Controller lost');
+}, {prepare: (page) => page.route('**/api/inventory', (route) => route.fulfill({json: odd}))});
+
+// The provider keeps a controller that no longer answers.
+show('a controller that loses all devices needs a look', sample('rack-server'), async (page, server) => {
+    await server.change((description) => {
+        description.controllers = [];
+    });
+    await eventually(page, () => document.querySelectorAll('.finding, .device, .bay').length, 1);
+    assert.deepEqual(await texts(page, '.finding'), ['▲ Controller c0 OK, no devices known']);
+    assert.deepEqual(await texts(page, '#counts > li'), ['1 Incomplete']);
+});
+
+show('a server without controllers is not well', {controllers: []}, async (page) => {
+    assert.match(await page.locator('#attention').innerText(), /^Needs a look\s+No controller is there\.$/);
+    assert.deepEqual(await texts(page, '#counts > li'), ['0 controllers']);
+    assert.match(await page.title(), /^\(1\) /);
+}, {first: '#no-controller'});
+
+const sampled = {...inventoryWith({}), source: 'sample hardware'};
+
+show('sample hardware is called that wherever the page is scrolled to', sample('storage-node'), async (page) => {
+    assert.equal(await page.locator('#source').isVisible(), false); // it is a file's
+    const source = page.getByText('This is sample hardware, not this machine’s');
+    await page.route('**/api/inventory', (route) => route.fulfill({json: sampled}));
+    await source.waitFor();
+    assert.match(await page.title(), /sample hardware$/);
+    await page.setViewportSize({width: 500, height: 300});
+    await page.evaluate(() => window.scrollTo(0, document.body.scrollHeight));
+    await page.evaluate(() => new Promise((resolve) => requestAnimationFrame(resolve)));
+    const {top, bottom} = await source.evaluate((node) => node.getBoundingClientRect());
+    assert.ok(top >= 0 && bottom <= 300, `${top} to ${bottom}`);
+});
 
 const script = '<script>document.title="taken"</script>';
 const image = '<img src=x onerror=alert(1)>';

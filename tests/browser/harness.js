@@ -79,7 +79,7 @@ export function openBrowser() {
 
 // A page that shows the server's picture. Its `complaints` are what must never happen: scripts that fail or do not
 // belong there, dialogs, requests to anybody else, violations of the content policy.
-export async function openPage(browser, server, {path = '', prepare = async () => {}, ...options} = {}) {
+export async function openPage(browser, server, {path = '', first = '.controller', prepare = async () => {}, ...options} = {}) {
     const context = await browser.newContext({viewport: {width: 1400, height: 900}, ...options});
     const page = await context.newPage();
     page.complaints = [];
@@ -100,7 +100,7 @@ export async function openPage(browser, server, {path = '', prepare = async () =
     });
     await prepare(page);
     await page.goto(server.url + path);
-    await page.locator('.controller').first().waitFor();
+    await page.locator(first).first().waitFor();
     return page;
 }
 

@@ -68,6 +68,11 @@ for (const [name, shelves] of cases) {
                 await page.setViewportSize({width, height: 900});
                 assert.deepEqual(await page.evaluate(faults), [], `${width} pixels wide`);
             }
+            await page.emulateMedia({media: 'print'});
+            for (const width of [500, 703, 1000]) { // A5, A4 and A3
+                await page.setViewportSize({width, height: 900});
+                assert.deepEqual(await page.evaluate(faults), [], `${width} pixels of paper`);
+            }
         });
     });
 }

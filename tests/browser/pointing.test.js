@@ -119,7 +119,17 @@ point('accessibility rules hold', async (page) => {
     assert.deepEqual(await findingsOf(page, 'html', kRules), []);
 }, {reducedMotion: 'reduce'});
 
+const nothing = {time: '2026-01-05T10:02:11', watchedSince: '2026-01-05T10:00:00', system: '', source: 'sample hardware'};
+
 for (const colorScheme of ['light', 'dark']) {
+    point(`accessibility rules hold without controllers, in ${colorScheme}`, async (page) => {
+        assert.deepEqual(await findingsOf(page, 'html', kRules), []);
+    }, {
+        colorScheme,
+        reducedMotion: 'reduce',
+        first: '#no-controller',
+        prepare: (page) => page.route('**/api/inventory', (route) => route.fulfill({json: nothing})),
+    });
     point(`texts have contrast in ${colorScheme}, also when the server is gone`, async (page) => {
         await page.route('**/api/inventory', (route) => route.abort());
         await page.locator('#notice').waitFor();

@@ -108,7 +108,7 @@ TEST(Document, HasTheShapeOfListAndMore) {
     server[kVolume][0].path = path;
     observation.inventory = Describe(server);
     observation.age = std::chrono::milliseconds(1500);
-    Json document = InventoryDocument(observation);
+    Json document = InventoryDocument(observation, false);
 
     EXPECT_EQ(document["age"], 1.5);
     EXPECT_EQ(document["system"], "host.example");

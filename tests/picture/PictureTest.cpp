@@ -26,7 +26,7 @@ protected:
     }
 
     ScriptedHardware hardware{"ONLINE", 2, 5};
-    Picture picture{hardware.Reader(), kLookEachTime};
+    Picture picture{hardware.Reader(), false, kLookEachTime};
 };
 
 std::string HeaderIn(const HttpAnswer &answer, const char *name) {
@@ -114,12 +114,21 @@ TEST_F(PictureTest, TheInventoryIsSentAgainOnlyWhenItChanged) {
     EXPECT_EQ(Json::parse(other.body)["changes"].size(), 1u);
 
     // Another server's version 1 is another one.
-    Picture restarted(hardware.Reader(), kLookEachTime);
+    Picture restarted(hardware.Reader(), false, kLookEachTime);
     HttpRequest request;
     request.method = "GET";
     request.path = "/api/inventory";
     request.headers = known;
     EXPECT_EQ(restarted.Answer(request)->status, 200u);
+}
+
+TEST_F(PictureTest, OnlySampleHardwareIsCalledThat) {
+    EXPECT_EQ(Json::parse(Get("/api/inventory").body).count("source"), 0u);
+    Picture sample(hardware.Reader(), true, kLookEachTime);
+    HttpRequest request;
+    request.method = "GET";
+    request.path = "/api/inventory";
+    EXPECT_EQ(Json::parse(sample.Answer(request)->body)["source"], "sample hardware");
 }
 
 TEST_F(PictureTest, WhatCannotBeReadIsSaid) {

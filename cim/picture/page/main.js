@@ -6,7 +6,7 @@ import {Live} from './live.js';
 import {KnownSlots, modelOf} from './model.js';
 import {controllerView, findingView} from './views.js';
 import {goTo, restoreStops, walkIn} from './walk.js';
-import {agoOf, diskStates, toneOfHealth} from './words.js';
+import {agoOf, clockOf, diskStates} from './words.js';
 
 const kMostFindings = 12;
 
@@ -20,9 +20,9 @@ function countView() {
     const node = element('li', '');
     return {
         node,
-        update([health, count]) {
-            setText(node, `${count} ${health}`);
-            setAttribute(node, 'data-tone', toneOfHealth(health));
+        update({count, what, tone}) {
+            setText(node, `${count} ${what}`);
+            setAttribute(node, 'data-tone', tone);
         },
     };
 }
@@ -38,23 +38,36 @@ function drawLegend() {
 
 function draw(inventory) {
     const model = modelOf(inventory, knownSlots);
-    const troubles = model.findings.length;
-    document.title = `${troubles > 0 ? `(${troubles}) ` : ''}${model.host ? `${model.host} – ` : ''}Quarnel`;
+    const findings = model.findings.map((thing, index) => ({thing, beyond: index >= kMostFindings}));
+    const troubles = findings.length + (model.noController ? 1 : 0);
+    document.title = [`${troubles > 0 ? `(${troubles}) ` : ''}${model.host || 'Quarnel'}`, model.host && 'Quarnel',
+        model.source].filter((part) => part).join(' – ');
     setText(at('host'), model.host);
-    keep(at('counts'), model.counts, ([health]) => health, countView);
+    setShown(at('source'), model.source !== '');
+    setText(at('source'), `This is ${model.source}, not this machine’s`);
+    keep(at('counts'), model.counts, ({what}) => what, countView);
     setShown(at('attention'), troubles > 0);
-    keep(at('findings'), model.findings.slice(0, kMostFindings), (thing) => thing.path, findingView);
-    setText(at('more-findings'), troubles > kMostFindings ? `and ${troubles - kMostFindings} more` : '');
+    setShown(at('no-controller'), model.noController);
+    keep(at('findings'), findings, ({thing}) => thing.path, findingView);
+    setText(at('more-findings'), findings.length > kMostFindings ? `and ${findings.length - kMostFindings} more` : '');
     keep(at('controllers'), model.controllers, (controller) => controller.id, controllerView);
     changes.update(model);
     restoreStops(root);
     light.update(model);
 }
 
+let serverClock = null; // ms from performance.now() to the server's local time
+
+// When the server read what is shown, as its times are written.
+const readTime = () => new Date(serverClock + performance.now() - live.age * 1000).toISOString().slice(0, 19);
+
 let silentSince = null; // the page's clock when the server first failed to answer
 
 const live = new Live({
-    inventory: draw,
+    inventory(inventory) {
+        serverClock = Date.parse(`${inventory.time}Z`) + live.age * 1000 - performance.now();
+        draw(inventory);
+    },
     answered() {
         silentSince = null;
         setShown(at('notice'), false);
@@ -76,6 +89,11 @@ function drawAge() {
     if (live.age !== null) setText(at('age'), `Read ${agoOf(live.age)} ago`);
     else if (silentSince !== null) setText(at('age'), 'Nothing read yet');
 }
+
+// How long ago is nothing to read on paper.
+window.addEventListener('beforeprint', () => {
+    setText(at('read-at'), serverClock === null ? 'Nothing read yet' : `Read at ${clockOf(readTime())}`);
+});
 
 root.addEventListener('click', (event) => {
     const path = event.target.closest('[data-leads-to]')?.dataset.leadsTo;

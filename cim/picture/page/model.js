@@ -1,5 +1,5 @@
 // From /api/inventory's document to what is drawn: controllers with enclosures, bays and devices. Touches no page.
-import {healthWords} from './words.js';
+import {gradeOf, gradeWords, toneOfGrade} from './words.js';
 
 const kinds = [
     ['controller', 'Zembra_QuarnelController'],
@@ -27,11 +27,16 @@ function grouped(items, keyOf) {
     return groups;
 }
 
+// `lack` says what is missing from it, in words.
+const thingOf = (kind, {path, facts}, lack = '') => ({kind, path, facts, lack, members: [], volumes: []});
+
 function thingsOf(inventory) {
-    return kinds.flatMap(([kind, className]) => (inventory[className] ?? []).map((item) => {
-        return {kind, path: item.path, facts: item.facts, members: [], volumes: []};
-    }));
+    return kinds.flatMap(([kind, className]) => (inventory[className] ?? []).map((item) => thingOf(kind, item)));
 }
+
+// Stands for a controller of which only devices are there.
+const absentController = (id) => thingOf('controller', {path: `absent ${id}`, facts: {controller: id}},
+    'not in the answer, only its devices are');
 
 // Slots are numbers wherever a caption could be read; -1 otherwise.
 const slotOf = (disk) => (/^\d{1,9}$/.test(disk.facts.slot) ? Number(disk.facts.slot) : -1);
@@ -76,7 +81,7 @@ function controllerWith(id, things, knownSlots) {
     const disks = own('disk');
     return {
         id,
-        thing: own('controller')[0] ?? null, // null: its devices are there, it is not
+        thing: own('controller')[0] ?? absentController(id),
         enclosures: enclosuresOf(disks, id, knownSlots),
         loose: disks.filter((disk) => disk.facts.enclosure === undefined),
         volumes: own('volume'),
@@ -92,17 +97,29 @@ export function modelOf(inventory, knownSlots) {
     for (const volume of things.filter((thing) => thing.kind === 'volume')) {
         volume.members = volume.facts.members.map((path) => byPath.get(path)).filter((disk) => disk !== undefined);
         for (const disk of volume.members) disk.volumes.push(volume);
+        if (volume.members.length === 0) volume.lack = 'no disks known';
     }
-    const graded = things.filter((thing) => thing.facts.health !== undefined);
+    const controllers = [...byController.keys()].sort(natural)
+        .map((id) => controllerWith(id, byController.get(id), knownSlots));
+    for (const {id, thing} of controllers) {
+        if (byController.get(id).every(({kind}) => kind === 'controller')) thing.lack = 'no devices known';
+    }
+    const absent = controllers.map(({thing}) => thing).filter((thing) => !byPath.has(thing.path));
+    const byGrade = grouped([...things, ...absent], gradeOf);
+    const graded = (grade) => byGrade.get(grade) ?? [];
+    const noController = absent.length === controllers.length;
     return {
         host: inventory.system,
         byPath,
-        controllers: [...byController.keys()].sort(natural)
-            .map((id) => controllerWith(id, byController.get(id), knownSlots)),
-        counts: healthWords.map((health) => [health, graded.filter((thing) => thing.facts.health === health).length])
-            .filter(([, count]) => count > 0),
-        findings: healthWords.filter((health) => health !== 'OK')
-            .flatMap((health) => graded.filter((thing) => thing.facts.health === health)),
+        source: inventory.source ?? '',
+        controllers,
+        noController,
+        counts: [
+            ...(noController ? [{count: 0, what: 'controllers', tone: 'bad'}] : []),
+            ...gradeWords.map((grade) => ({count: graded(grade).length, what: grade, tone: toneOfGrade(grade)}))
+                .filter(({count}) => count > 0),
+        ],
+        findings: gradeWords.filter((grade) => grade !== 'OK').flatMap(graded),
         changes: inventory.changes ?? [],
         watchedSince: inventory.watchedSince,
     };

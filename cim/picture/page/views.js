@@ -1,6 +1,6 @@
 // How each thing is drawn. A view is {node, update(thing)}; the elements that stand for a thing carry its path.
 import {element, keep, setAttribute, setShown, setText} from './dom.js';
-import {counted, lookOf, lookOfDisk, nameOf, placesOf} from './words.js';
+import {counted, lookOf, nameOf, placesOf} from './words.js';
 
 const pathOf = (thing) => thing.path;
 
@@ -45,6 +45,8 @@ function stateText({state, health}) {
     return sentence([state, news && health]);
 }
 
+const wordOf = ({facts}) => facts.state || facts.health || 'unknown';
+
 function labelOfDisk({facts, volumes}) {
     const place = facts.slot === undefined ? `Disk ${facts.device}` : `Slot ${facts.slot}`;
     return sentence([place, stateText(facts), facts.size, volumesText(volumes)]);
@@ -55,8 +57,8 @@ function labelOfVolume(volume) {
     return sentence([nameOf(volume), facts.level, facts.size, stateText(facts), membersText(volume)]);
 }
 
-function membersText({members, facts}) {
-    if (members.length === 0) return 'no disks known';
+function membersText({members, facts, lack}) {
+    if (members.length === 0) return lack;
     const more = facts.membersCut ? ' and more, which its caption has no room for' : '';
     return `${counted(members.length, 'disk', 'disks')}: ${placesOf(members)}${more}`;
 }
@@ -77,7 +79,8 @@ function bayView() {
     const slot = element('span', 'slot');
     const letter = element('span', 'letter');
     const size = element('span', 'size');
-    const button = thingButton('bay', slot, letter, size);
+    const word = element('span', 'word');
+    const button = thingButton('bay', slot, letter, word, size);
     return {
         node: element('li', '', button.node),
         update(bay) {
@@ -85,13 +88,15 @@ function bayView() {
             button.node.classList.toggle('empty', bay.disk === null);
             if (bay.disk === null) {
                 setText(letter, '');
+                setText(word, 'empty');
                 setText(size, '');
                 for (const name of ['data-path', 'data-tone', 'aria-pressed']) setAttribute(button.node, name, null);
                 button.say(`Slot ${bay.slot}, empty`);
                 return;
             }
-            const look = lookOfDisk(bay.disk.facts);
+            const look = lookOf(bay.disk);
             setText(letter, look.letter);
+            setText(word, wordOf(bay.disk));
             setText(size, bay.disk.facts.size ?? '');
             standFor(button.node, bay.disk, look);
             button.say(labelOfDisk(bay.disk));
@@ -132,12 +137,14 @@ function looseView() {
     const letter = element('span', 'letter');
     const name = element('span', 'name');
     const size = element('span', 'size');
-    const button = thingButton('loose', letter, name, size);
+    const word = element('span', 'word');
+    const button = thingButton('loose', letter, name, word, size);
     return {
         node: element('li', '', button.node),
         update(disk) {
-            const look = lookOfDisk(disk.facts);
+            const look = lookOf(disk);
             setText(letter, look.letter);
+            setText(word, wordOf(disk));
             setText(name, disk.facts.device);
             setText(size, disk.facts.size ?? '');
             standFor(button.node, disk, look);
@@ -156,7 +163,7 @@ function volumeView() {
     return {
         node: element('li', '', button.node),
         update(volume) {
-            const look = lookOf(volume.facts);
+            const look = lookOf(volume);
             const {device, level, size} = volume.facts;
             setText(mark, look.letter);
             setText(name, volume.facts.name ? `${device} ${volume.facts.name}` : device);
@@ -180,7 +187,7 @@ function deviceView() {
     return {
         node,
         update(device) {
-            const look = lookOf(device.facts);
+            const look = lookOf(device);
             setText(mark, look.letter);
             setText(name, device.facts.name || device.facts.device);
             setText(facts, sentence([device.facts.type, device.facts.charge]));
@@ -225,11 +232,10 @@ export function controllerView() {
         update(controller) {
             const {thing} = controller;
             setText(name, `Controller ${controller.id}`);
-            setText(facts, thing === null ? 'not in the answer, only its devices are' : sentence([thing.facts.model,
-                thing.facts.package && `package ${thing.facts.package}`,
+            setText(facts, sentence([thing.facts.model, thing.facts.package && `package ${thing.facts.package}`,
                 thing.facts.firmware && `firmware ${thing.facts.firmware}`]));
-            setText(state, thing?.facts.state ?? '');
-            if (thing !== null) standFor(heading, thing, lookOf(thing.facts));
+            setText(state, sentence([thing.facts.state, thing.lack]));
+            standFor(heading, thing, lookOf(thing));
             keep(enclosures, controller.enclosures, (enclosure) => enclosure.id, enclosureView);
             loose.update(controller.loose, controller.id);
             for (const [list, view] of side) view.update(controller[list], controller.id);
@@ -238,18 +244,21 @@ export function controllerView() {
 }
 
 // What needs a look, worst first. The button leads to the thing.
+// Those beyond the most that are shown at first are for paper, where all are.
 export function findingView() {
     const mark = markElement();
     const name = element('span', 'name');
     const state = element('span', 'state');
     const button = makeButton('finding', mark, name, state);
+    const node = element('li', '', button);
     return {
-        node: element('li', '', button),
-        update(thing) {
-            const look = thing.kind === 'disk' ? lookOfDisk(thing.facts) : lookOf(thing.facts);
+        node,
+        update({thing, beyond}) {
+            node.classList.toggle('beyond', beyond);
+            const look = lookOf(thing);
             setText(mark, look.letter);
             setText(name, nameOf(thing));
-            setText(state, sentence([thing.facts.state, thing.facts.charge]));
+            setText(state, sentence([thing.facts.state, thing.facts.charge, thing.lack]));
             setAttribute(button, 'data-tone', look.tone);
             setAttribute(button, 'data-leads-to', thing.path);
         },

@@ -13,27 +13,30 @@ export const diskStates = new Map([
     ['UNDEFINED', {letter: '?', tone: 'odd'}],
 ]);
 
-// Worst first.
-const healths = new Map([
+// What a thing is counted and ranked by, worst first: its health, or that something is missing from it.
+const kIncomplete = 'Incomplete';
+const grades = new Map([
     ['Failed', 'bad'],
     ['Critical', 'bad'],
     ['Major failure', 'bad'],
     ['Minor failure', 'warn'],
     ['Warning', 'warn'],
+    [kIncomplete, 'warn'],
     ['Unknown', 'odd'],
     ['OK', 'good'],
 ]);
-export const healthWords = [...healths.keys()];
+export const gradeWords = [...grades.keys()];
 
-export const toneOfHealth = (health) => healths.get(health) ?? 'odd';
+export const gradeOf = ({facts, lack}) => (lack && (facts.health ?? 'OK') === 'OK' ? kIncomplete : facts.health);
+export const toneOfGrade = (grade) => grades.get(grade) ?? 'odd';
 
-// How a disk is drawn. A state that no caption told is shown by the disk's health.
-export const lookOfDisk = (facts) => diskStates.get(facts.state) ?? {letter: '?', tone: toneOfHealth(facts.health)};
-
-// How anything else's state is marked; the mark tells it without colour.
+// How a state is marked; the mark tells it without colour.
 const marks = {good: '●', warn: '▲', bad: '✖', odd: '?'};
-export const lookOf = (facts) => {
-    const tone = toneOfHealth(facts.health);
+
+// How a thing is drawn. A disk's state that no caption told is shown by the disk's health.
+export const lookOf = (thing) => {
+    const tone = toneOfGrade(gradeOf(thing));
+    if (thing.kind === 'disk') return diskStates.get(thing.facts.state) ?? {letter: '?', tone};
     return {letter: marks[tone], tone};
 };
 
