@@ -53,7 +53,7 @@ int Serve(const ServeOptions &options) {
     if (build == FirstBuild::Running) Say(error);
 
     Signals signals;
-    picture::Picture picture([&broker] { return ReadInstances(*broker); });
+    picture::Picture picture([&broker] { return ReadInstances(*broker); }, options.hosting.IsSample());
     const auto handler = [&broker, &picture](const wbem::HttpRequest &request) {
         auto answer = picture.Answer(request);
         return answer ? *std::move(answer) : wbem::Handle(*broker, request);
