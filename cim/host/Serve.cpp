@@ -81,7 +81,9 @@ void AddServe(CLI::App &program, Run &run) {
     CLI::App *command = program.add_subcommand(
         "serve", "Answer WBEM clients on this machine over CIM-XML, as a CIM server does, and browsers with a picture");
     AddHostingOptions(*command, options->hosting);
-    command->add_option("--port", options->server.port, "TCP port (default: 5988); 0 takes any that is free")
+    AddNumber<std::uint16_t>(
+        *command, "--port", 0, 65535, [options](std::uint16_t port) { options->server.port = port; },
+        "TCP port (default: 5988); 0 takes any that is free")
         ->type_name("PORT");
     command
         ->add_option_function<std::string>(

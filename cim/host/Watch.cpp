@@ -166,8 +166,9 @@ void AddWatch(CLI::App &program, Run &run) {
         program.add_subcommand("watch", "Show the same again and again: tables on a terminal, changes into a pipe");
     AddSourceOptions(*command, options->source);
     AddClassOption(*command, options->only);
-    command->add_option("--interval", options->interval, "time between two looks (default: 2)")
-        ->check(CLI::Range(0.05, 86400.0).description(""))
+    AddNumber<double>(
+        *command, "--interval", 0.05, 86400, [options](double seconds) { options->interval = seconds; },
+        "time between two looks (default: 2)")
         ->type_name("SECONDS");
     command->add_flag("--json", options->json, "print each change as one line of JSON");
     command->footer(fmt::format("Note: {}, however short the interval.", kAge));
