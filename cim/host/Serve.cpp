@@ -1,5 +1,6 @@
 // quarnel serve: a CIM server for the WBEM clients of this machine, and a picture of the hardware for its browsers.
 #include "Command.h"
+#include "HardwareFile.h"
 #include "Signals.h"
 #include "Terminal.h"
 
@@ -25,9 +26,10 @@ struct ServeOptions {
 };
 
 // Until SIGINT, SIGTERM or SIGHUP comes.
-void WaitForTheEnd(Signals &signals) {
+void WaitForTheEnd(Signals &signals, HardwareFile hardware) {
     for (;;) {
-        const int signal = signals.Wait(std::chrono::steady_clock::time_point::max());
+        const int signal = signals.Wait(std::chrono::steady_clock::now() + std::chrono::seconds(1));
+        if (const auto news = hardware.Look()) Say(news->reason);
         if (signal == SIGTSTP) {
             raise(SIGSTOP);
         } else if (signal != 0 && signal != SIGWINCH) {
@@ -65,7 +67,7 @@ int Serve(const ServeOptions &options) {
     Print(fmt::format(
         "serving CIM-XML at http://{}{}{}:{}, classes in root/cimv2, and to browsers a picture; Ctrl-C ends\n",
         v6 ? "[" : "", options.server.address, v6 ? "]" : "", server->Port()));
-    WaitForTheEnd(signals);
+    WaitForTheEnd(signals, HardwareFile(HardwareOf(options.hosting)));
     return kExitOk;
 }
 
