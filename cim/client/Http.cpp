@@ -221,6 +221,11 @@ void Http::Impl::Refused(long status) const {
         const std::string_view line = body.substr(0, std::min(body.find('\n'), kReasonShown));
         if (!line.empty()) text += ": " + std::string(line);
     }
+    // A CIM server has this path and takes this method.
+    const bool html = reply.contentType.rfind("text/html", 0) == 0;
+    if (html && reply.cimError.empty() && (status == 404 || status == 405)) {
+        text += " in HTML: is this the port of a CIM server?";
+    }
     throw Failure(text);
 }
 

@@ -5,6 +5,7 @@
 #include "cim/wbem/Objects.h"
 
 #include <algorithm>
+#include <cctype>
 
 namespace cim::client {
 
@@ -36,6 +37,17 @@ pugi::xml_node Need(const pugi::xml_node &parent, const char *name) {
     throw Failure(std::string("answered XML that is no CIM answer: no ") + name);
 }
 
+// Also with a byte order mark or white space before it.
+bool IsHtml(std::string_view body) {
+    const std::string_view start = body.substr(std::min(body.find('<'), body.size()));
+    const auto beginsWith = [start](std::string_view tag) {
+        return start.size() >= tag.size() && std::equal(tag.begin(), tag.end(), start.begin(), [](char a, char b) {
+                   return a == std::tolower(static_cast<unsigned char>(b));
+               });
+    };
+    return beginsWith("<!doctype html") || beginsWith("<html");
+}
+
 } // namespace
 
 std::string TextOf(const MethodCall &call) {
@@ -56,6 +68,7 @@ std::string TextOf(const MethodCall &call) {
 }
 
 void ReadReply(std::string_view body, Reply *reply) {
+    if (IsHtml(body)) throw Failure("answered HTML, not CIM-XML: is this the port of a CIM server?");
     // White space is a value where it is all that a VALUE has. Texts may be of any bytes: vendors' are.
     constexpr unsigned options = pugi::parse_default | pugi::parse_ws_pcdata_single;
     const auto result = reply->document.load_buffer(body.data(), body.size(), options);

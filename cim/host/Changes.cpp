@@ -59,6 +59,11 @@ std::vector<Change> Compare(const Inventory &before, const Inventory &after, con
 
 std::string TimeText(std::time_t time) { return fmt::format("{:%Y-%m-%dT%H:%M:%S}", fmt::localtime(time)); }
 
+std::string TimeWithOffset(std::time_t time) {
+    std::string offset = fmt::format("{:%z}", fmt::localtime(time)); // +0100
+    return TimeText(time) + offset.insert(offset.size() - 2, ":");
+}
+
 std::string ToText(const Change &change, const std::string &time) {
     const Item &item = change.Subject();
     const std::string start = fmt::format("{} {} {} ", time, item.served->kind, Printable(item.id));

@@ -22,12 +22,14 @@ std::vector<Change> Compare(const Inventory &before, const Inventory &after, con
 
 // Local time: 2026-01-05T10:02:11.
 std::string TimeText(std::time_t time);
+// With its distance from UTC: 2026-01-05T10:02:11+01:00.
+std::string TimeWithOffset(std::time_t time);
 
 // A line for each column whose text changed, the state first:
-//     2026-01-05T10:02:11 disk zbrStorageExtc0_12 ONLINE -> FAILED
-//     2026-01-05T10:02:11 volume zbrStorageVolumec0_1 name data -> archive
-//     2026-01-05T10:02:11 disk zbrStorageExtc0_13 appeared: ONLINE
-//     2026-01-05T10:02:11 disk zbrStorageExtc0_13 removed: ONLINE
+//     2026-01-05T10:02:11+01:00 disk zbrStorageExtc0_12 ONLINE -> FAILED
+//     2026-01-05T10:02:11+01:00 volume zbrStorageVolumec0_1 name data -> archive
+//     2026-01-05T10:02:11+01:00 disk zbrStorageExtc0_13 appeared: ONLINE
+//     2026-01-05T10:02:11+01:00 disk zbrStorageExtc0_13 removed: ONLINE
 // Each ends in a line feed.
 std::string ToText(const Change &change, const std::string &time);
 

@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
+#include <type_traits>
 
 namespace cim {
 
@@ -41,12 +43,12 @@ CLI::Validator HostAsUrl() {
 
 using Milliseconds = std::chrono::milliseconds;
 
-CLI::Option *AddTimeout(CLI::App &command, const char *names, const char *help,
-                        const std::function<void(Milliseconds)> &set) {
-    return command
-        .add_option_function<double>(
-            names, [set](double seconds) { set(Milliseconds(static_cast<long long>(seconds * 1000))); }, help)
-        ->check(CLI::Range(0.001, 86400.0).description(""))
+Milliseconds InMilliseconds(double seconds) { return Milliseconds(static_cast<long long>(seconds * 1000)); }
+
+CLI::Option *AddTime(CLI::App &command, const char *names, double shortest, const char *help,
+                     const std::function<void(Milliseconds)> &set) {
+    return AddNumber<double>(
+               command, names, shortest, 86400, [set](double seconds) { set(InMilliseconds(seconds)); }, help)
         ->type_name("SECONDS");
 }
 
@@ -54,14 +56,16 @@ CLI::Option *AddUrl(CLI::App &command, ClientOptions &options, const char *names
     CLI::Option *url = command.add_option(names, options.url, help)->check(NotEmpty())->type_name("URL");
     command
         .add_option("--cacert", options.caFile,
-                    "trust the certificates of these authorities, in PEM (default: the system's)")
+                    "with --url: trust the certificates of these authorities, in PEM (default: the system's)")
         ->check(CLI::ExistingFile.description(""))
         ->type_name("FILE")
         ->needs(url);
     return url;
 }
 
+// Where a server elsewhere may be asked instead of hosting the providers.
 void ExcludeHosting(CLI::App &command, CLI::Option *url) {
+    url->description(url->get_description() + "; not with --hardware, --sample, --log or --wait");
     for (const char *hosting : {"--hardware", "--sample", "--log", "--wait"})
         url->excludes(command.get_option(hosting));
 }
@@ -97,22 +101,15 @@ void AddHostingOptions(CLI::App &command, HostingOptions &options) {
             "--log", [&options](const std::string &level) { options.logLevel = LevelOf(level); },
             "show the providers' log lines up to LEVEL (debug, info, ..., or 0 to 7) on standard error")
         ->type_name("LEVEL");
-    command
-        .add_option_function<double>(
-            "--wait",
-            [&options](double seconds) {
-                options.buildLimit = std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
-            },
-            "wait at most so long for the hardware to be read (default: 30)")
-        ->check(CLI::Range(0.0, 86400.0).description(""))
-        ->type_name("SECONDS");
+    AddTime(command, "--wait", 0, "wait at most so long for the hardware to be read (default: 30)",
+            [&options](auto time) { options.buildLimit = time; });
 }
 
 CLI::Option *AddServerOptions(CLI::App &command, ClientOptions &options) {
     CLI::Option *url = AddUrl(command, options, "--url", "ask this CIM server: http(s)://host[:port]");
-    AddTimeout(command, "--timeout", "wait at most so long for each answer (default: 10)", [&options](auto time) {
-        options.timeout = time;
-    })->needs(url);
+    AddTime(command, "--timeout", 0.001, "with --url: wait at most so long for each answer (default: 10)",
+            [&options](auto time) { options.timeout = time; })
+        ->needs(url);
     return url;
 }
 
@@ -129,12 +126,12 @@ void AddPlugInSourceOptions(CLI::App &command, SourceOptions &options) {
     url->transform(HostAsUrl());
     ExcludeHosting(command, url);
     options.server.total = options.server.timeout;
-    AddTimeout(command, "-t,--timeout", "be done after so long at most (default: 10; with --hardware what --wait says)",
-               [&options](auto time) {
-                   options.server.timeout = time;
-                   options.server.total = time;
-                   options.hosting.buildLimit = std::min(options.hosting.buildLimit, time);
-               });
+    AddTime(command, "-t,--timeout", 0.001,
+            "be done after so long at most (default: 10; with --hardware what --wait says)", [&options](auto time) {
+                options.server.timeout = time;
+                options.server.total = time;
+                options.hosting.buildLimit = std::min(options.hosting.buildLimit, time);
+            });
 }
 
 void AddClassOption(CLI::App &command, const ServedClass *&only) {
@@ -148,6 +145,29 @@ void AddClassOption(CLI::App &command, const ServedClass *&only) {
             "only this served class, by its name or as controller, software, volume, disk, port or battery")
         ->type_name("NAME");
 }
+
+template <class Number>
+CLI::Option *AddNumber(CLI::App &command, const std::string &names, Number first, Number last,
+                       const std::function<void(Number)> &set, const std::string &help) {
+    const std::string name = names.substr(names.find("--"));
+    const auto read = [=](const std::string &text) {
+        Number number{};
+        const char *end = text.data() + text.size();
+        const auto [stopped, error] = std::from_chars(text.data(), end, number);
+        // The comparisons fail for what is not a number, too.
+        if (error != std::errc() || stopped != end || !(number >= first && number <= last)) {
+            constexpr const char *kind = std::is_integral_v<Number> ? "whole number" : "number";
+            throw CLI::ValidationError(name, fmt::format("{} is not a {} from {} to {}", text, kind, first, last));
+        }
+        set(number);
+    };
+    return command.add_option_function<std::string>(names, read, help)->check(NotEmpty());
+}
+
+template CLI::Option *AddNumber(CLI::App &, const std::string &, std::uint16_t, std::uint16_t,
+                                const std::function<void(std::uint16_t)> &, const std::string &);
+template CLI::Option *AddNumber(CLI::App &, const std::string &, double, double, const std::function<void(double)> &,
+                                const std::string &);
 
 void Say(const std::string &message) { std::fputs(fmt::format("quarnel: {}\n", message).c_str(), stderr); }
 

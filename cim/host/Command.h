@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -19,6 +20,7 @@ using Run = std::function<int()>;
 using Command = void (*)(CLI::App &program, Run &run);
 
 void AddCheck(CLI::App &program, Run &run);
+void AddHelp(CLI::App &program, Run &run);
 void AddList(CLI::App &program, Run &run);
 void AddRecord(CLI::App &program, Run &run);
 void AddWatch(CLI::App &program, Run &run);
@@ -45,6 +47,11 @@ void AddPlugInSourceOptions(CLI::App &command, SourceOptions &options);
 
 // --class NAME, one of the served classes; null without the option.
 void AddClassOption(CLI::App &command, const ServedClass *&only);
+
+// An option whose value is a decimal number from `first` to `last`: std::uint16_t for whole ones, or double.
+template <class Number>
+CLI::Option *AddNumber(CLI::App &command, const std::string &names, Number first, Number last,
+                       const std::function<void(Number)> &set, const std::string &help);
 
 // Prints "quarnel: MESSAGE" on standard error.
 void Say(const std::string &message);

@@ -48,8 +48,12 @@ std::string SampleHardware(const std::string &name) {
     return (fs::path(FindFolders().share) / "hardware" / name).string();
 }
 
+std::string HardwareOf(const HostingOptions &options) {
+    return options.IsSample() ? SampleHardware("rack-server.json") : options.hardwareFile;
+}
+
 std::unique_ptr<Broker> StartHosting(const HostingOptions &options, std::string *error) {
-    const std::string hardware = options.IsSample() ? SampleHardware("rack-server.json") : options.hardwareFile;
+    const std::string hardware = HardwareOf(options);
     sim::Description description;
     if (!sim::LoadDescription(hardware, &description, error)) return nullptr;
 

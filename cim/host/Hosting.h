@@ -31,6 +31,9 @@ Folders FindFolders();
 // The sample description of that name ("rack-server.json").
 std::string SampleHardware(const std::string &name);
 
+// The description that is to be served.
+std::string HardwareOf(const HostingOptions &options);
+
 // Checks the hardware description, sets SIM_HHRC_HARDWARE and syslog's mask and identity, which belong to the process,
 // and makes a broker with every class and registration of the project. Providers are loaded at the first request. Null,
 // with one line that names the place and the reason in `error`, when a file is missing or broken.

@@ -69,7 +69,8 @@ void AddList(CLI::App &program, Run &run) {
     command->add_flag("--json", options->json,
                       "one JSON object: for each served class an array of {\"path\": ..., \"properties\": {...}}; "
                       "\"source\" when it is the sample");
-    command->add_flag("--stats", options->stats, "also count up-calls and live objects, on standard error")
+    command
+        ->add_flag("--stats", options->stats, "also count up-calls and live objects, on standard error; not with --url")
         ->excludes("--url");
     command->callback([&run, options] { run = [options] { return List(*options); }; });
 }

@@ -1,5 +1,6 @@
 // quarnel serve: a CIM server for the WBEM clients of this machine, and a picture of the hardware for its browsers.
 #include "Command.h"
+#include "HardwareFile.h"
 #include "Signals.h"
 #include "Terminal.h"
 
@@ -25,9 +26,10 @@ struct ServeOptions {
 };
 
 // Until SIGINT, SIGTERM or SIGHUP comes.
-void WaitForTheEnd(Signals &signals) {
+void WaitForTheEnd(Signals &signals, HardwareFile hardware) {
     for (;;) {
-        const int signal = signals.Wait(std::chrono::steady_clock::time_point::max());
+        const int signal = signals.Wait(std::chrono::steady_clock::now() + std::chrono::seconds(1));
+        if (const auto news = hardware.Look()) Say(news->reason);
         if (signal == SIGTSTP) {
             raise(SIGSTOP);
         } else if (signal != 0 && signal != SIGWINCH) {
@@ -65,7 +67,7 @@ int Serve(const ServeOptions &options) {
     Print(fmt::format(
         "serving CIM-XML at http://{}{}{}:{}, classes in root/cimv2, and to browsers a picture; Ctrl-C ends\n",
         v6 ? "[" : "", options.server.address, v6 ? "]" : "", server->Port()));
-    WaitForTheEnd(signals);
+    WaitForTheEnd(signals, HardwareFile(HardwareOf(options.hosting)));
     return kExitOk;
 }
 
@@ -81,7 +83,9 @@ void AddServe(CLI::App &program, Run &run) {
     CLI::App *command = program.add_subcommand(
         "serve", "Answer WBEM clients on this machine over CIM-XML, as a CIM server does, and browsers with a picture");
     AddHostingOptions(*command, options->hosting);
-    command->add_option("--port", options->server.port, "TCP port (default: 5988); 0 takes any that is free")
+    AddNumber<std::uint16_t>(
+        *command, "--port", 0, 65535, [options](std::uint16_t port) { options->server.port = port; },
+        "TCP port (default: 5988); 0 takes any that is free")
         ->type_name("PORT");
     command
         ->add_option_function<std::string>(

@@ -1,16 +1,19 @@
 // quarnel watch: what a client sees, again and again. On a terminal the tables, into a pipe the changes.
 #include "Changes.h"
 #include "Command.h"
+#include "HardwareFile.h"
 #include "Signals.h"
 #include "Tables.h"
 #include "Terminal.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace cim {
@@ -33,7 +36,9 @@ class Watcher {
 public:
     Watcher(Source &watched, const WatchOptions &given)
         : source(watched), options(given),
-          interval(std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(given.interval))) {}
+          interval(std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(given.interval))) {
+        if (source.Hosts() != nullptr) hardware.emplace(HardwareOf(options.source.hosting));
+    }
 
     // Both run until a signal ends them; the answer is the exit status.
     int PrintChanges();
@@ -42,6 +47,10 @@ public:
 private:
     // What has changed since the last look. Null when the provider cannot be asked; then `failure` is set.
     bool Look();
+    std::optional<HardwareFile::News> LookAtFile() {
+        return hardware ? hardware->Look() : std::optional<HardwareFile::News>();
+    }
+    std::string Line(const HardwareFile::News &news) const;
     void Draw(Screen &screen) const;
     Json Marked(Json change) const {
         if (options.source.IsSample()) change["source"] = kSampleHardware;
@@ -53,10 +62,13 @@ private:
     const WatchOptions &options;
     const Clock::duration interval;
 
+    std::optional<HardwareFile> hardware; // none: a server elsewhere
+
     Inventory before, now;
     std::vector<Change> changes; // from `before` to `now`
     std::string time;            // of the look
     std::deque<std::string> removed;
+    std::string notice; // of the hardware file, on the screen
     std::string failure;
     bool looked = false;
 };
@@ -69,10 +81,21 @@ bool Watcher::Look() {
     }
     before = std::move(now);
     now = Describe(std::move(instances.value));
-    time = TimeText(std::time(nullptr));
+    time = TimeWithOffset(std::time(nullptr));
     changes = looked ? Compare(before, now, options.only) : std::vector<Change>();
     looked = true;
     return true;
+}
+
+std::string Watcher::Line(const HardwareFile::News &news) const {
+    const char *event = news.rejected ? "rejected" : "accepted";
+    if (!options.json) {
+        return fmt::format("{} hardware {}: {}\n", time, event,
+                           Printable(news.rejected ? news.reason : hardware->Name()));
+    }
+    Json line = {{"time", time}, {"event", event}, {"file", hardware->Name()}};
+    if (news.rejected) line["reason"] = news.reason;
+    return Dump(Marked(std::move(line)), -1) + "\n";
 }
 
 int Watcher::PrintChanges() {
@@ -85,6 +108,10 @@ int Watcher::PrintChanges() {
                             kAge));
         }
         std::string text;
+        if (const auto news = LookAtFile()) {
+            Say(news->reason);
+            text = Line(*news);
+        }
         for (const auto &change : changes) {
             text += options.json ? Dump(Marked(ToJson(change, time)), -1) + "\n" : ToText(change, time);
         }
@@ -116,18 +143,28 @@ void Watcher::Draw(Screen &screen) const {
     const std::size_t linesAbove = 2;
     tables.height = std::max<std::size_t>(size.height, linesAbove + linesBelow + 1) - linesAbove - linesBelow;
 
+    // In the line between; cut, since the rest of a line that wraps would push the last one off the screen.
+    const std::string told = notice.empty() ? "" : Styled(notice.substr(0, size.width), kYellow, tables.text);
     const std::string head =
         fmt::format("{}  shown every {} s; read at most every 20 s; Ctrl-C ends", time, options.interval);
-    screen.Show(head.substr(0, size.width) + "\n\n" + RenderTables(now, tables) + below, size.height);
+    screen.Show(head.substr(0, size.width) + "\n" + told + "\n" + RenderTables(now, tables) + below, size.height);
 }
 
 int Watcher::ShowTables() {
     Signals signals;
     Screen screen;
+    bool noticeStays = false;
     for (auto next = Clock::now();;) {
         if (!Look()) {
             screen.Leave();
             return Failed();
+        }
+        if (const auto news = LookAtFile()) {
+            notice = Printable(news->reason);
+            noticeStays = news->rejected;
+            if (isatty(STDERR_FILENO) == 0) Say(news->reason);
+        } else if (!noticeStays) {
+            notice.clear();
         }
         for (const auto &change : changes) {
             if (change.after == nullptr) removed.push_back(ToText(change, time));
@@ -166,8 +203,9 @@ void AddWatch(CLI::App &program, Run &run) {
         program.add_subcommand("watch", "Show the same again and again: tables on a terminal, changes into a pipe");
     AddSourceOptions(*command, options->source);
     AddClassOption(*command, options->only);
-    command->add_option("--interval", options->interval, "time between two looks (default: 2)")
-        ->check(CLI::Range(0.05, 86400.0).description(""))
+    AddNumber<double>(
+        *command, "--interval", 0.05, 86400, [options](double seconds) { options->interval = seconds; },
+        "time between two looks (default: 2)")
         ->type_name("SECONDS");
     command->add_flag("--json", options->json, "print each change as one line of JSON");
     command->footer(fmt::format("Note: {}, however short the interval.", kAge));

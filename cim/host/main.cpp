@@ -1,12 +1,15 @@
 // quarnel: hosts the provider with the simulated vendor in the embedded broker, for people and programs to look at.
 #include "Command.h"
+#include "CommandLine.h"
 
 #include <cstdio>
 #include <exception>
+#include <memory>
 
 namespace {
 
-const cim::Command kCommands[] = {cim::AddList, cim::AddWatch, cim::AddCheck, cim::AddServe, cim::AddRecord};
+const cim::Command kCommands[] = {cim::AddList,  cim::AddWatch,  cim::AddCheck,
+                                  cim::AddServe, cim::AddRecord, cim::AddHelp};
 
 int Refuse(const CLI::App &program, cim::ExitStatus status, const std::string &error) {
     return program.got_subcommand("check") ? cim::CheckMisused(error) : cim::Fail(status, error);
@@ -14,7 +17,8 @@ int Refuse(const CLI::App &program, cim::ExitStatus status, const std::string &e
 
 int Main(int argc, char **argv) {
     CLI::App program("A uniform view of a server's hardware RAID controllers", "quarnel");
-    program.set_version_flag("--version", "quarnel " QUARNEL_VERSION);
+    program.formatter(std::make_shared<cim::HelpFormatter>());
+    program.set_version_flag("-V,--version", "quarnel " QUARNEL_VERSION);
     program.require_subcommand(0, 1);
     cim::Run run;
     for (const auto add : kCommands) add(program, run);
@@ -27,7 +31,9 @@ int Main(int argc, char **argv) {
             const int status = program.exit(error);
             return program.got_subcommand("check") ? cim::kCheckNothing : status;
         }
-        return Refuse(program, cim::kExitUsage, error.what());
+        // A misspelt option is also one that is missing: the spelling is the mistake.
+        const std::string unexpected = cim::Unexpected(program);
+        return Refuse(program, cim::kExitUsage, unexpected.empty() ? error.what() : unexpected);
     } catch (const std::exception &error) {
         return Refuse(program, cim::kExitFailed, error.what());
     }

@@ -145,7 +145,11 @@ TEST(ClientFailures, AnswersThatAreNoAnswers) {
     } cases[] = {
         {refused, "answered 503 Service Unavailable: too many connections"},
         {cimRefused, "answered 400 Bad Request (request-not-valid)"},
-        {page, "answered what is not XML: line 3: Start-end tags mismatch"},
+        {page, "answered HTML, not CIM-XML: is this the port of a CIM server?"},
+        {{200, {}, "\n<!DOCTYPE HTML>\n<html/>"}, "answered HTML, not CIM-XML: is this the port of a CIM server?"},
+        {{404, {{"Content-Type", "text/html; charset=utf-8"}}, "<html/>"},
+         "answered 404 Not Found in HTML: is this the port of a CIM server?"},
+        {{200, {}, "<CIM>\n<p></CIM>"}, "answered what is not XML: line 2: Start-end tags mismatch"},
         {{200, {}, ""}, "answered what is not XML: line 1: No document element found"},
         {otherXml, "answered XML that is no CIM answer: no CIM"},
         {CimAnswer(deep), "answered XML that nests too deeply"},

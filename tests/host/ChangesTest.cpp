@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <ctime>
+
 namespace cim {
 namespace {
 
@@ -23,6 +26,20 @@ std::string Lines(const Inventory &before, const Inventory &after, const ServedC
     std::string lines;
     for (const auto &change : Compare(before, after, only)) lines += ToText(change, kTime);
     return lines;
+}
+
+TEST(Changes, ATimeTellsItsDistanceFromUtc) {
+    const char *set = std::getenv("TZ");
+    const std::string former = set != nullptr ? set : "";
+    const auto in = [](const char *zone) {
+        setenv("TZ", zone, 1);
+        tzset();
+        return TimeWithOffset(1767607331);
+    };
+    EXPECT_EQ(in("UTC"), "2026-01-05T10:02:11+00:00");
+    EXPECT_EQ(in("XXX+3:30"), "2026-01-05T06:32:11-03:30");
+    set != nullptr ? setenv("TZ", former.c_str(), 1) : unsetenv("TZ");
+    tzset();
 }
 
 TEST(Changes, AStateIsOneLine) {

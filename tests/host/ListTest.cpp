@@ -136,7 +136,19 @@ TEST(List, MistakesAreSaidInOneLine) {
         {{"list", "--class", "CIM_Battery"}, {"CIM_Battery", "Zembra_QuarnelBattery"}},
         {{"list", "--log", "loud"}, {"loud", "debug"}},
         {{"list", "--log", "8"}, {"8"}},
-        {{"watch", "--interval", "0"}, {"--interval"}},
+        {{"watch", "--interval", "0"}, {"--interval: 0 is not a number from 0.05 to 86400\n"}},
+        {{"list", "--wait", "nan"}, {"--wait: nan is not a number from 0 to 86400\n"}},
+        {{"list", "--url", "http://h", "--timeout", "1x"}, {"--timeout: 1x is not a number from 0.001 to 86400\n"}},
+        {{"serve", "--port", "-1"}, {"--port: -1 is not a whole number from 0 to 65535\n"}},
+        {{"serve", "--port", ""}, {"--port: the value is empty\n"}},
+        {{"list", "b", "--a", "c"}, {"not expected: b --a c\n"}},
+        {{"list", "", "x"}, {"not expected:  x\n"}},
+        {{"lits"}, {"not expected: lits; did you mean list?\n"}},
+        {{"--verison"}, {"not expected: --verison; did you mean --version?\n"}},
+        {{"list", "--hardwaer", "x"}, {"not expected: --hardwaer x; did you mean --hardware?\n"}},
+        {{"record", "--ulr=x", "-o", "f"}, {"not expected: --ulr=x; did you mean --url?\n"}},
+        {{"record", "--url", "x", "-o", "f", "--anon"}, {"not expected: --anon; did you mean --anonymise?\n"}},
+        {{"help", "chekc"}, {"help: there is no subcommand chekc; did you mean check?\n"}},
     };
     for (const auto &[arguments, told] : cases) {
         Process run(kProgram, arguments);
@@ -146,6 +158,24 @@ TEST(List, MistakesAreSaidInOneLine) {
         EXPECT_EQ(std::count(run.Err().begin(), run.Err().end(), '\n'), 1) << run.Err();
         for (const auto &text : told) EXPECT_NE(run.Err().find(text), std::string::npos) << run.Err();
     }
+}
+
+TEST(Program, HelpAndVersionInEachWay) {
+    const auto said = [](const std::vector<std::string> &arguments) {
+        const Outcome outcome = RunToEnd(kProgram, arguments);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        return outcome.out;
+    };
+    EXPECT_NE(said({"help"}).find("\nSubcommands:\n"), std::string::npos);
+    EXPECT_EQ(said({"help"}), said({"--help"}));
+    EXPECT_EQ(said({"-V"}), said({"--version"}));
+    for (const char *command : {"list", "watch", "serve", "record", "help"}) {
+        const std::string help = said({"help", command});
+        EXPECT_EQ(help, said({command, "--help"}));
+        EXPECT_EQ(help.find("Excludes:"), std::string::npos) << help;
+        EXPECT_EQ(help.find("Needs:"), std::string::npos) << help;
+    }
+    EXPECT_NE(said({"help", "list"}).find("not with --hardware, --sample, --log or --wait"), std::string::npos);
 }
 
 TEST(List, ColoursAreForTerminals) {

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <regex>
 #include <sstream>
 
@@ -49,7 +51,7 @@ TEST(Watch, PrintsChangesAsLinesIntoAPipe) {
     EXPECT_EQ(watch.Wait(), 0);
     std::vector<std::string> changes;
     for (const auto &line : LinesOf(watch.Out())) {
-        const std::regex stamp(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d (.*))");
+        const std::regex stamp(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d[+-]\d\d:\d\d (.*))");
         std::smatch match;
         ASSERT_TRUE(std::regex_match(line, match, stamp)) << line;
         changes.push_back(match[1]);
@@ -76,6 +78,53 @@ TEST(Watch, PrintsJsonLines) {
     EXPECT_EQ(change.at("event"), "changed");
     EXPECT_EQ(change.at("id"), "zbrControllerBatteryc1_b");
     EXPECT_EQ(change.at("changes"), Json::parse(R"({"BatteryStatus": {"from": 6, "to": 4}})"));
+}
+
+// As the server's description, and back: each in one step.
+void Break(const Server &server) {
+    std::ofstream(server.File() + ".broken") << "{\n\"controllers\": 5}\n";
+    std::filesystem::rename(server.File() + ".broken", server.File());
+}
+
+std::size_t Count(const std::string &text, const std::string &part) {
+    std::size_t count = 0;
+    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+    return count;
+}
+
+TEST(Watch, ABrokenHardwareFileIsToldOnceAndWhenItIsReadAgain) {
+    Server server(SmallServer());
+    const std::string reason = server.File() + ":2: ", again = server.File() + ": read again\n";
+    Process lines(kQuick, Watch(server)), json(kQuick, Watch(server, {"--json"}));
+    Process serve(BinFolder() + "/quarnel", {"serve", "--port", "0", "--hardware", server.File()});
+    Process::Options options;
+    options.terminal = true;
+    Process screen(kQuick, Watch(server), options);
+    for (Process *watch : {&lines, &json}) ASSERT_TRUE(watch->WaitForError("watching")) << watch->Err();
+    ASSERT_TRUE(serve.WaitFor("Ctrl-C")) << serve.Err();
+    ASSERT_TRUE(screen.WaitFor("7 instances")) << screen.Err();
+
+    Break(server);
+    for (Process *each : {&lines, &json, &serve}) EXPECT_TRUE(each->WaitForError("quarnel: " + reason)) << each->Err();
+    EXPECT_TRUE(lines.WaitFor(" hardware rejected: " + reason)) << lines.Out();
+    EXPECT_TRUE(json.WaitFor("\"event\":\"rejected\",\"file\":\"" + server.File() + "\",\"reason\":\"" + reason))
+        << json.Out();
+    // It is still on the screen with the next look.
+    for (int look = 0; look < 2; ++look) EXPECT_TRUE(screen.WaitFor(reason));
+
+    server.Controller()["disks"][0]["status"] = "failed";
+    server.Save();
+    for (Process *each : {&lines, &json, &serve}) EXPECT_TRUE(each->WaitForError("quarnel: " + again)) << each->Err();
+    EXPECT_TRUE(lines.WaitFor(" hardware accepted: " + server.File() + "\n")) << lines.Out();
+    EXPECT_TRUE(lines.WaitFor("ONLINE -> FAILED")) << lines.Out();
+    EXPECT_TRUE(json.WaitFor("\"accepted\"")) << json.Out();
+    EXPECT_TRUE(screen.WaitFor(": read again"));
+    for (Process *each : {&lines, &json, &serve, &screen}) {
+        each->Signal(SIGTERM);
+        EXPECT_EQ(each->Wait(), 0);
+    }
+    for (const Process *each : {&lines, &json, &serve}) EXPECT_EQ(Count(each->Err(), "quarnel: " + reason), 1u);
+    EXPECT_EQ(Count(lines.Out(), "rejected"), 1u);
 }
 
 TEST(Watch, SaysThatItShowsTheSample) {

@@ -369,7 +369,7 @@ TEST(Serve, WhatCannotBeServedIsSaidInOneLine) {
          2,
          "--address: only loopback addresses (127.0.0.1, ::1) can be served, and 0.0.0.0 is none: there is no "
          "authentication"},
-        {{"--port", "65536"}, 2, "Could not convert: --port = 65536"},
+        {{"--port", "65536"}, 2, "--port: 65536 is not a whole number from 0 to 65535"},
         {{"--hardware", "no-such-file"}, 2, "no-such-file: cannot be read: No such file or directory"},
     };
     for (const auto &each : kCases) {
