@@ -1,9 +1,9 @@
 #include "cim/broker/Broker.h"
 
-#include "cim/broker/Dispatcher.h"
-#include "cim/broker/Objects.h"
-#include "cim/broker/Provider.h"
-#include "cim/broker/TextFile.h"
+#include "cim/broker/classes/TextFile.h"
+#include "cim/broker/objects/Objects.h"
+#include "cim/broker/routing/Dispatcher.h"
+#include "cim/broker/routing/Provider.h"
 
 #include <algorithm>
 

@@ -4,9 +4,9 @@
 // say so. All operations may be called from any number of threads at once.
 #pragma once
 
-#include "ClassTree.h"
-#include "Faults.h"
-#include "Value.h"
+#include "cim/broker/classes/ClassTree.h"
+#include "cim/broker/faults/Faults.h"
+#include "cim/broker/objects/Value.h"
 
 #include <cmpift.h>
 

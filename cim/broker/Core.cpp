@@ -1,8 +1,8 @@
 #include "cim/broker/Core.h"
 
-#include "cim/broker/Objects.h"
-#include "cim/broker/Provider.h"
-#include "cim/broker/Tables.h"
+#include "cim/broker/objects/Objects.h"
+#include "cim/broker/objects/Tables.h"
+#include "cim/broker/routing/Provider.h"
 
 namespace cim {
 

@@ -1,13 +1,13 @@
 // The broker's inside: what all its parts share.
 #pragma once
 
-#include "cim/broker/Background.h"
 #include "cim/broker/Broker.h"
-#include "cim/broker/CallLog.h"
-#include "cim/broker/Changes.h"
-#include "cim/broker/Registration.h"
-#include "cim/broker/Scope.h"
-#include "cim/broker/ServerLock.h"
+#include "cim/broker/classes/Registration.h"
+#include "cim/broker/faults/CallLog.h"
+#include "cim/broker/objects/Scope.h"
+#include "cim/broker/routing/Background.h"
+#include "cim/broker/routing/Changes.h"
+#include "cim/broker/routing/ServerLock.h"
 
 #include <atomic>
 #include <memory>

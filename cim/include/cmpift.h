@@ -6,7 +6,7 @@
 #ifndef QUARNEL_CMPIFT_H
 #define QUARNEL_CMPIFT_H
 
-#include "cmpidt.h"
+#include "cim/include/cmpidt.h"
 
 #ifdef __cplusplus
 extern "C" {

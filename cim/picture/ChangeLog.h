@@ -1,8 +1,8 @@
 // What has changed since the server started, as far as anybody will want to read back.
 #pragma once
 
-#include "cim/host/Changes.h"
-#include "cim/host/Json.h"
+#include "cim/inventory/Changes.h"
+#include "cim/inventory/Json.h"
 
 #include <cstdint>
 #include <deque>

@@ -1,7 +1,7 @@
 // The document that the picture is drawn from.
 #pragma once
 
-#include "cim/host/Json.h"
+#include "cim/inventory/Json.h"
 #include "cim/picture/Observer.h"
 
 namespace cim::picture {

@@ -1,6 +1,6 @@
 #include "cim/picture/Facts.h"
 
-#include "cim/host/Captions.h"
+#include "cim/inventory/Captions.h"
 
 #include <unordered_map>
 

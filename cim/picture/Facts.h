@@ -1,8 +1,8 @@
 // The facts of instances, as programs want them: read once, here, and not out of captions by everyone anew.
 #pragma once
 
-#include "cim/host/Inventory.h"
-#include "cim/host/Json.h"
+#include "cim/inventory/Inventory.h"
+#include "cim/inventory/Json.h"
 
 #include <string>
 #include <string_view>

@@ -1,6 +1,6 @@
 #include "cim/picture/Observer.h"
 
-#include "cim/host/Changes.h"
+#include "cim/inventory/Changes.h"
 
 namespace cim::picture {
 

@@ -1,7 +1,7 @@
 // Looks at the hardware on behalf of everybody who wants to see it, and remembers what changed between two looks.
 #pragma once
 
-#include "cim/host/Inventory.h"
+#include "cim/inventory/Inventory.h"
 #include "cim/picture/ChangeLog.h"
 
 #include <chrono>

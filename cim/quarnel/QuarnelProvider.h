@@ -4,12 +4,12 @@
 // Dependencies go one way: QuarnelProviderIfc -> QuarnelProviderCfg -> QuarnelProviderUtil.
 #pragma once
 
-#include "QuarnelProviderUtil/Handles.h"
-#include "QuarnelProviderUtil/KeyIndex.h"
-#include "QuarnelProviderUtil/Lock.h"
-#include "QuarnelProviderUtil/Log.h"
-#include "QuarnelProviderUtil/Read.h"
-#include "QuarnelProviderUtil/Relaxed.h"
+#include "cim/quarnel/QuarnelProviderUtil/Handles.h"
+#include "cim/quarnel/QuarnelProviderUtil/KeyIndex.h"
+#include "cim/quarnel/QuarnelProviderUtil/Lock.h"
+#include "cim/quarnel/QuarnelProviderUtil/Log.h"
+#include "cim/quarnel/QuarnelProviderUtil/Read.h"
+#include "cim/quarnel/QuarnelProviderUtil/Relaxed.h"
 
 #include <cmpift.h>
 

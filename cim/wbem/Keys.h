@@ -1,8 +1,8 @@
 // The keys by which a client names an instance. Providers need not look at all of them, the server does.
 #pragma once
 
-#include "cim/broker/ClassTree.h"
-#include "cim/broker/Value.h"
+#include "cim/broker/classes/ClassTree.h"
+#include "cim/broker/objects/Value.h"
 
 namespace cim::wbem {
 

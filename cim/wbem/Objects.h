@@ -1,8 +1,8 @@
 // Object paths, instances and values as DSP0201's elements, read from messages whose grammar has been checked.
 #pragma once
 
-#include "cim/broker/ClassTree.h"
-#include "cim/broker/Value.h"
+#include "cim/broker/classes/ClassTree.h"
+#include "cim/broker/objects/Value.h"
 
 #include <pugixml.hpp>
 

@@ -1,7 +1,7 @@
 // Qualifiers and their declarations as DSP0201's elements.
 #pragma once
 
-#include "cim/broker/Qualifiers.h"
+#include "cim/broker/classes/Qualifiers.h"
 #include "cim/wbem/XmlWriter.h"
 
 namespace cim::wbem {

@@ -1,6 +1,6 @@
 #include "cim/wbem/Types.h"
 
-#include "cim/broker/Utf8.h"
+#include "cim/broker/objects/Utf8.h"
 #include "cim/wbem/Utf8.h"
 
 #include <charconv>

@@ -1,7 +1,7 @@
 // CIM types by DSP0201's names, and their values as text.
 #pragma once
 
-#include "cim/broker/Value.h"
+#include "cim/broker/objects/Value.h"
 
 #include <optional>
 #include <string>

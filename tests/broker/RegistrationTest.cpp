@@ -1,4 +1,4 @@
-#include "cim/broker/Registration.h"
+#include "cim/broker/classes/Registration.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "cim/broker/Value.h"
+#include "cim/broker/objects/Value.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // `quarnel serve` whose clock a test moves: a line with a number of seconds on standard input moves it on by that much,
 // and is answered with the same line. Ends when standard input does.
-#include "cim/host/Command.h"
+#include "cim/program/Command.h"
 #include "tests/support/TestClock.h"
 
 #include <csignal>

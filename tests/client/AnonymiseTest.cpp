@@ -1,8 +1,8 @@
 // Recordings that tell nobody whose hardware it is, and still replay.
 #include "tests/client/Hosting.h"
 
-#include "cim/host/Anonymise.h"
-#include "cim/host/DescriptionText.h"
+#include "cim/recording/Anonymise.h"
+#include "cim/recording/DescriptionText.h"
 
 #include <gmock/gmock.h>
 

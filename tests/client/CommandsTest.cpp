@@ -1,7 +1,7 @@
 // check, record and --url as a user runs them.
 #include "tests/client/Hosting.h"
 
-#include "cim/host/Json.h"
+#include "cim/inventory/Json.h"
 #include "tests/host/Process.h"
 #include "tests/host/Server.h"
 

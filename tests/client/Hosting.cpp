@@ -1,6 +1,6 @@
 #include "tests/client/Hosting.h"
 
-#include "cim/host/Json.h"
+#include "cim/inventory/Json.h"
 
 #include <algorithm>
 #include <sstream>

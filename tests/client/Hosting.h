@@ -2,9 +2,9 @@
 #pragma once
 
 #include "cim/client/Client.h"
-#include "cim/host/Hosting.h"
-#include "cim/host/Inventory.h"
-#include "cim/host/VendorModel.h"
+#include "cim/inventory/Inventory.h"
+#include "cim/program/Hosting.h"
+#include "cim/recording/VendorModel.h"
 #include "cim/wbem/Handle.h"
 #include "tests/client/Answering.h"
 

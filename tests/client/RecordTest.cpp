@@ -2,7 +2,7 @@
 #include "tests/client/Hosting.h"
 
 #include "cim/client/Hosted.h"
-#include "cim/host/DescriptionText.h"
+#include "cim/recording/DescriptionText.h"
 #include "cim/simhhrc/Description.h"
 #include "tests/host/Process.h"
 

@@ -1,5 +1,5 @@
 // What a monitoring system is told, over a table of what can be seen of a server.
-#include "cim/host/Verdict.h"
+#include "cim/inventory/Verdict.h"
 #include "tests/host/Samples.h"
 
 #include <gtest/gtest.h>

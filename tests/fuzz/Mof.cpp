@@ -1,4 +1,4 @@
-#include "cim/broker/ClassTree.h"
+#include "cim/broker/classes/ClassTree.h"
 #include "tests/fuzz/Fuzz.h"
 
 namespace {

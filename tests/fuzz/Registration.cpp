@@ -1,4 +1,4 @@
-#include "cim/broker/Registration.h"
+#include "cim/broker/classes/Registration.h"
 #include "tests/fuzz/Fuzz.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "cim/host/Captions.h"
+#include "cim/inventory/Captions.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "cim/host/Changes.h"
+#include "cim/inventory/Changes.h"
 
 #include "tests/host/Samples.h"
 

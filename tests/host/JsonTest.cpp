@@ -1,4 +1,4 @@
-#include "cim/host/Json.h"
+#include "cim/inventory/Json.h"
 
 #include "tests/host/Samples.h"
 

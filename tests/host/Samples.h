@@ -1,7 +1,7 @@
 // Instances as the provider renders them, for tests of what the program makes of them.
 #pragma once
 
-#include "cim/host/Inventory.h"
+#include "cim/inventory/Inventory.h"
 
 #include <string>
 

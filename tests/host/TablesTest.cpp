@@ -1,4 +1,4 @@
-#include "cim/host/Tables.h"
+#include "cim/inventory/Tables.h"
 
 #include "tests/host/Samples.h"
 

@@ -1,6 +1,6 @@
 #include "cim/picture/Picture.h"
 
-#include "cim/host/Json.h"
+#include "cim/inventory/Json.h"
 #include "cim/wbem/Headers.h"
 #include "tests/picture/ScriptedHardware.h"
 

@@ -53,7 +53,7 @@ TEST(Library, NeedsTheLanguagesLibrariesOnlyAndIsBoundAndSealedAtLoad) {
     if (kSanitized) GTEST_SKIP() << "the sanitizer needs libraries of its own";
     const std::string readelf = "LC_ALL=C readelf -W ", library = " " + BuildFolder() + "/lib/" + kLibrary;
     for (const std::string &line : LinesOf(readelf + "-d" + library + " | grep NEEDED"))
-        EXPECT_THAT(line, testing::ContainsRegex("\\[(libstdc\\+\\+|libgcc_s|libc|libm)\\.so"));
+        EXPECT_THAT(line, testing::ContainsRegex("\\[(libstdc\\+\\+|libgcc_s|libc|libm|ld-linux[^.]*)\\.so"));
     EXPECT_EQ(LinesOf(readelf + "-d" + library + " | grep 'Flags:.*NOW'").size(), 1u);
     EXPECT_EQ(LinesOf(readelf + "-l" + library + " | grep GNU_RELRO").size(), 1u);
 }

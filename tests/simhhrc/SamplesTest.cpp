@@ -1,7 +1,7 @@
 // The descriptions that the project ships, those in the documentation, and the schema files that all of it stands on.
 #include "tests/simhhrc/Vendor.h"
 
-#include "cim/broker/ClassTree.h"
+#include "cim/broker/classes/ClassTree.h"
 #include "cim/simhhrc/Description.h"
 #include "tests/support/Bench.h"
 #include "tests/support/LogCapture.h"

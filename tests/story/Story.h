@@ -1,8 +1,8 @@
 // A server's bad week in steps: what happens to the hardware, and what a client sees then. Needs the test clock.
 #pragma once
 
-#include "cim/host/Hosting.h"
-#include "cim/host/Inventory.h"
+#include "cim/inventory/Inventory.h"
+#include "cim/program/Hosting.h"
 #include "tests/host/Server.h"
 
 #include <memory>

@@ -1,7 +1,7 @@
 // Tells the story on standard output.
-#include "cim/host/Changes.h"
-#include "cim/host/Tables.h"
-#include "cim/host/Terminal.h"
+#include "cim/inventory/Changes.h"
+#include "cim/inventory/Tables.h"
+#include "cim/program/Terminal.h"
 #include "tests/story/Story.h"
 
 #include <fmt/format.h>

@@ -2,7 +2,7 @@
 // Rule(Operation::Associators).From("Sim_DiskDrive").Along("CIM_Realizes").Fails().
 #pragma once
 
-#include "cim/broker/Faults.h"
+#include "cim/broker/faults/Faults.h"
 #include "tests/support/Gate.h"
 
 namespace support {

@@ -1,5 +1,5 @@
 // What is done for each kind of device, and what it is done to.
-#include "Cfg.h"
+#include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 const ConfigAction_t actionTable[] = {
     {CFG_ACTION_DISK, CFG_ACTION_POOL, "CIM_SystemDevice", "CIM_DiskDrive", "DeviceID", GetDiskOp, BuildDiskInfo,

@@ -1,5 +1,5 @@
 // A vendor's CIM_Battery becomes a battery record.
-#include "Builder.h"
+#include "cim/quarnel/QuarnelProviderCfg/Builder.h"
 
 namespace {
 

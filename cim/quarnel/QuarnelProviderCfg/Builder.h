@@ -9,7 +9,7 @@
 // and whatever it does otherwise than the defaults.
 #pragma once
 
-#include "Cfg.h"
+#include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 // A property of a vendor's instance and the field that takes it.
 template <class Record> struct PropertyRow_t {

@@ -1,5 +1,5 @@
 // A vendor's CIM_Chassis becomes a chassis record.
-#include "Builder.h"
+#include "cim/quarnel/QuarnelProviderCfg/Builder.h"
 
 #include <array>
 #include <string.h>

@@ -1,6 +1,6 @@
 // Pairing a cached list of devices with a fresh enumeration of them. Nothing is changed or copied: paths, instances and
 // texts stay whose they are.
-#include "Cfg.h"
+#include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 #include <string.h>
 

@@ -1,7 +1,7 @@
 // A vendor's CIM_DiskDrive becomes a disk record. A disk is more than its drive: a walk along six associations finds
 // its extent, its firmware, the slot and the chassis that hold it, and the pool that its extent belongs to. Extent and
 // pool it must have.
-#include "Builder.h"
+#include "cim/quarnel/QuarnelProviderCfg/Builder.h"
 
 namespace {
 

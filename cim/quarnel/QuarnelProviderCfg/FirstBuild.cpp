@@ -1,6 +1,6 @@
 // The first build: one job that reads every controller's pools and chassis and then, with one further job per device,
 // its logical devices. Pools and chassis come first because disks and volumes link to them by key.
-#include "Cfg.h"
+#include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 #include <string.h>
 

@@ -1,6 +1,6 @@
 // Holding a kind mutex: one pass at a time builds or refreshes one kind of device of one controller. The mutex is tried
 // under the thread mutex, so that a waiter hears of a stop, and gives up on a holder whose up-call does not return.
-#include "Cfg.h"
+#include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The beginning and the end of a life, and who is in it.
-#include "Cfg.h"
+#include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 Life_t *NewLife(const timespec &started) {
     auto *life = Allocate<Life_t>();

@@ -1,5 +1,5 @@
 // Finding records by key, and a pool's membership list. CtrlMutex is held by the caller throughout.
-#include "Cfg.h"
+#include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 #include <string.h>
 

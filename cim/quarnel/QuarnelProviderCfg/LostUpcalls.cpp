@@ -3,7 +3,7 @@
 // one that takes too long: the worker no longer counts, another one takes its place, and what it holds is left alone
 // until it comes back. When kMostLost workers are lost, no refresh is begun any more: beyond them, only those can be
 // lost that were in up-calls already.
-#include "Cfg.h"
+#include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 #include <algorithm>
 

@@ -1,5 +1,5 @@
 // A vendor's CIM_StoragePool becomes a pool record.
-#include "Builder.h"
+#include "cim/quarnel/QuarnelProviderCfg/Builder.h"
 
 namespace {
 

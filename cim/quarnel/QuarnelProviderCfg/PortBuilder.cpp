@@ -1,5 +1,5 @@
 // A vendor's CIM_SASSATAPort becomes a port record.
-#include "Builder.h"
+#include "cim/quarnel/QuarnelProviderCfg/Builder.h"
 
 namespace {
 

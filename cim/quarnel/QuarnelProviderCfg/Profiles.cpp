@@ -1,6 +1,6 @@
 // The registrations of the SMI-S "Host Hardware RAID Controller" profile in the interop namespace: each is the way into
 // one vendor's model.
-#include "Cfg.h"
+#include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 #include <string.h>
 

@@ -1,5 +1,5 @@
 // The queue of jobs as its producers see it, and waiting for it to move.
-#include "Cfg.h"
+#include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // One refresh: a kind of device of one controller, and the kinds that it depends on, are read again from the vendor and
 // the cache is brought in line. Devices that are gone are deleted, those still there are refreshed, new ones are built.
-#include "Cfg.h"
+#include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The life of the cached records: destructors, and the paths that tell records apart.
-#include "Cfg.h"
+#include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // The refresh trigger: lets through at most one refresh per controller and kind in twenty seconds, and none before the
 // first controller's devices have been built. What is let through becomes a job.
-#include "Cfg.h"
+#include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Taking a record out of its controller's list and freeing it.
-#include "Cfg.h"
+#include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 namespace {
 

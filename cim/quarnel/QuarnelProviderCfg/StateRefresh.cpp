@@ -1,7 +1,7 @@
 // Refreshing one cached device: what may change is read from its fresh instance, and the controller's update time of
 // the kind is stamped, which is what throttles the next refresh. Up-calls and reads are made without a lock; every
 // change is made under CtrlMutex, so that a reader sees a status pair, a capacity pair or a name either old or new.
-#include "Cfg.h"
+#include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 #include <string.h>
 

@@ -1,5 +1,5 @@
 // Up-calls into the vendors' providers, with the one place that decides what a failure means.
-#include "Cfg.h"
+#include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // A vendor's CIM_StorageVolume becomes a volume record, with its setting's name as its RAID level and the pool that it
 // is allocated from, which it must have.
-#include "Builder.h"
+#include "cim/quarnel/QuarnelProviderCfg/Builder.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 // Idle workers sleep on QuarnelThreadCond. Whoever waits for the queue or for a kind mutex, on a worker and inside a
 // job, sleeps on QuarnelProgressCond, so that a signal for a worker never reaches a waiter that has no use for it. All
 // signals are given under QuarnelThreadMutex.
-#include "Cfg.h"
+#include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
-#include "../QuarnelProviderUtil/BrokerMemory.h"
+#include "cim/quarnel/QuarnelProviderUtil/BrokerMemory.h"
 
 namespace {
 

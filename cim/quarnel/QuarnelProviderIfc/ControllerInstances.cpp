@@ -1,9 +1,9 @@
 // A controller, and the bundle of firmware that runs on it, as instances. What is read of the record is fixed once the
 // controller is listed: no lock is taken.
-#include "Ifc.h"
+#include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
-#include "../QuarnelProviderUtil/TextBuffer.h"
-#include "Set.h"
+#include "cim/quarnel/QuarnelProviderIfc/Set.h"
+#include "cim/quarnel/QuarnelProviderUtil/TextBuffer.h"
 
 namespace {
 

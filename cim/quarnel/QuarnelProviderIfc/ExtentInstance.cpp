@@ -1,9 +1,9 @@
 // A physical disk as a storage extent instance. Its caption names slot, enclosure, controller, firmware and a state
 // word that is worked out from the disk's status, its extent's status and whether it belongs to a primordial pool.
-#include "Ifc.h"
+#include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
-#include "../QuarnelProviderUtil/TextBuffer.h"
-#include "Set.h"
+#include "cim/quarnel/QuarnelProviderIfc/Set.h"
+#include "cim/quarnel/QuarnelProviderUtil/TextBuffer.h"
 
 namespace {
 

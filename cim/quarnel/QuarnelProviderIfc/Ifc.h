@@ -1,7 +1,7 @@
 // What the files of this module share: lifecycle, object paths, instances, requests.
 #pragma once
 
-#include "../QuarnelProvider.h"
+#include "cim/quarnel/QuarnelProvider.h"
 
 #include <array>
 

@@ -4,9 +4,9 @@
 // lock meanwhile that our own up-calls need. So nothing here waits without a limit: clean-up that need not succeed
 // declines at once, clean-up that must leaves behind what does not end, and a factory call that meets a clean-up waits
 // for its turn.
-#include "Ifc.h"
+#include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
-#include "../QuarnelProviderUtil/BrokerMemory.h"
+#include "cim/quarnel/QuarnelProviderUtil/BrokerMemory.h"
 
 #include <dlfcn.h>
 #include <link.h>

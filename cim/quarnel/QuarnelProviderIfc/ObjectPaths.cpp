@@ -1,8 +1,8 @@
 // The keys of the served classes: identifiers are made of records and taken apart again. This is the one place that
 // knows their form: a prefix of the class, the controller's ID and, for a device, an underscore and the device's ID.
-#include "Ifc.h"
+#include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
-#include "../QuarnelProviderUtil/TextBuffer.h"
+#include "cim/quarnel/QuarnelProviderUtil/TextBuffer.h"
 
 #include <string.h>
 

@@ -1,8 +1,8 @@
 // SAS/SATA ports and batteries as instances.
-#include "Ifc.h"
+#include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
-#include "../QuarnelProviderUtil/TextBuffer.h"
-#include "Set.h"
+#include "cim/quarnel/QuarnelProviderIfc/Set.h"
+#include "cim/quarnel/QuarnelProviderUtil/TextBuffer.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // What the CIM object manager sees first: the factory, the instance MI with its function table, and the operations that
 // are refused.
-#include "Ifc.h"
+#include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
 namespace {
 

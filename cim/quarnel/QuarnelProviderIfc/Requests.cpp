@@ -4,9 +4,9 @@
 // Requests run on the CIM object manager's threads, any number at once, each holding the life that it began in.
 // Controllers are read without a lock; devices under their controller's CtrlMutex, one controller at a time. After each
 // controller's devices its refresh is asked for, which this request does not wait for: the next one sees its result.
-#include "Ifc.h"
+#include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
-#include "Set.h"
+#include "cim/quarnel/QuarnelProviderIfc/Set.h"
 
 #include <string.h>
 

@@ -1,4 +1,4 @@
-#include "Set.h"
+#include "cim/quarnel/QuarnelProviderIfc/Set.h"
 
 CMPIArray *ArrayOf(CMPIUint16 only) {
     CMPIArray *array = Broker->eft->newArray(Broker, 1, CMPI_uint16, nullptr);

@@ -1,7 +1,7 @@
 // Setting properties of a served instance, one typed setter each. What the broker says to it is not looked at.
 #pragma once
 
-#include "../QuarnelProvider.h"
+#include "cim/quarnel/QuarnelProvider.h"
 
 // A text, passed as the characters themselves. A null one leaves the property null.
 inline void SetText(CMPIInstance *inst, const char *name, const char *text) {

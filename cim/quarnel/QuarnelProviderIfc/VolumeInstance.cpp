@@ -1,8 +1,8 @@
 // A logical volume as an instance. Its caption lists the member disks by slot and enclosure and ends with a state word.
-#include "Ifc.h"
+#include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
-#include "../QuarnelProviderUtil/TextBuffer.h"
-#include "Set.h"
+#include "cim/quarnel/QuarnelProviderIfc/Set.h"
+#include "cim/quarnel/QuarnelProviderUtil/TextBuffer.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "BrokerMemory.h"
+#include "cim/quarnel/QuarnelProviderUtil/BrokerMemory.h"
 
-#include "../QuarnelProvider.h"
+#include "cim/quarnel/QuarnelProvider.h"
 
 #ifdef QUARNEL_CONTEXT_FLUSH
-#include "../../include/cmpiflush.h"
+#include "cim/include/cmpiflush.h"
 #endif
 
 namespace {

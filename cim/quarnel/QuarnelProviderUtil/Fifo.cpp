@@ -1,5 +1,5 @@
 // The bounded queue. It never waits and signals nobody: that is the business of its producers and of the workers.
-#include "../QuarnelProvider.h"
+#include "cim/quarnel/QuarnelProvider.h"
 
 int PutItem(Fifo_t *fifo, void *data) {
     const QueueLock lock(fifo->Mutex);

@@ -1,6 +1,6 @@
-#include "KeyIndex.h"
+#include "cim/quarnel/QuarnelProviderUtil/KeyIndex.h"
 
-#include "../QuarnelProvider.h"
+#include "cim/quarnel/QuarnelProvider.h"
 
 #include <string.h>
 

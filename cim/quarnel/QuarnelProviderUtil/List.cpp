@@ -1,5 +1,5 @@
 // The singly linked list. Nodes are the list's, elements the caller's.
-#include "../QuarnelProvider.h"
+#include "cim/quarnel/QuarnelProvider.h"
 
 namespace {
 

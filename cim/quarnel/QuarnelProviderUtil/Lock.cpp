@@ -1,4 +1,4 @@
-#include "Lock.h"
+#include "cim/quarnel/QuarnelProviderUtil/Lock.h"
 
 #ifdef QUARNEL_LOCK_CHECKS
 

@@ -1,4 +1,4 @@
-#include "Log.h"
+#include "cim/quarnel/QuarnelProviderUtil/Log.h"
 
 #include <stdarg.h>
 

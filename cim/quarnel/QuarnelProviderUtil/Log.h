@@ -2,7 +2,7 @@
 // call into the broker, so a masked line must cost nothing.
 #pragma once
 
-#include "Relaxed.h"
+#include "cim/quarnel/QuarnelProviderUtil/Relaxed.h"
 
 #include <syslog.h>
 

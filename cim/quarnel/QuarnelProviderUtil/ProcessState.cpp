@@ -1,5 +1,5 @@
 // What outlives lives: what the factory was given, and which life is there.
-#include "../QuarnelProvider.h"
+#include "cim/quarnel/QuarnelProvider.h"
 
 Relaxed<const CMPIBroker *> Broker;
 Relaxed<time_t> InitCompleteTime;

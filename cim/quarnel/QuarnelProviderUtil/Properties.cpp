@@ -1,5 +1,5 @@
 // Small helpers on CMPI values and texts.
-#include "../QuarnelProvider.h"
+#include "cim/quarnel/QuarnelProvider.h"
 
 #include <string.h>
 

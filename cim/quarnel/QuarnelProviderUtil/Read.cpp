@@ -1,6 +1,6 @@
-#include "Read.h"
+#include "cim/quarnel/QuarnelProviderUtil/Read.h"
 
-#include "Log.h"
+#include "cim/quarnel/QuarnelProviderUtil/Log.h"
 
 CMPIUint64 IntegerIn(const CMPIData &data, CMPIUint64 most) {
     if ((data.state & (CMPI_nullValue | CMPI_badValue | CMPI_notFound)) != 0) return 0;

@@ -2,7 +2,7 @@
 // fit, or one in the null state is absent: null, zero, false. Of an enumeration's elements only type and pointer count.
 #pragma once
 
-#include "TextBuffer.h"
+#include "cim/quarnel/QuarnelProviderUtil/TextBuffer.h"
 
 #include <cmpift.h>
 

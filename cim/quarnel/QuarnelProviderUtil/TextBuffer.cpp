@@ -1,4 +1,4 @@
-#include "TextBuffer.h"
+#include "cim/quarnel/QuarnelProviderUtil/TextBuffer.h"
 
 #include <string.h>
 

@@ -1,0 +1,65 @@
+// The broker's side of fault control: each operation that a rule can hit passes one of these.
+#pragma once
+
+#include "cim/broker/Core.h"
+#include "cim/broker/faults/Faults.h"
+
+#include <cmpidt.h>
+
+#include <memory>
+#include <string_view>
+
+namespace cim {
+
+// What a rule and the call log look at. Lent for the call.
+struct CallFacts {
+    Operation operation;
+    const ObjectPath *path = nullptr;
+    std::string_view associationClass = {};
+    std::string_view resultClass = {};
+    std::string_view className = {}; // of a call without a path
+};
+
+Call Describe(const Core &core, const CallFacts &facts);
+
+class FaultPoint {
+public:
+    // Finds the rule that hits, runs its hook, waits out its delay and, when it has the call lost, for the answer. One
+    // that is `inBackground` does not count as running meanwhile.
+    FaultPoint(Core &broker, const CallFacts &facts, bool inBackground = false);
+
+    // True: the call must not run, and its status is set.
+    bool Stops(CMPIStatus *status) const { return rule != nullptr && Stop(status); }
+    bool WantsEmpty() const { return rule != nullptr && rule->effect == FaultRule::Effect::Empty; }
+    void Rewrite(const char *name, CMPIData *answer, CMPIStatus *status) const;
+
+private:
+    bool Stop(CMPIStatus *status) const;
+    static std::shared_ptr<const FaultRule> FindRule(Core &core, const CallFacts &facts);
+
+    Core &core;
+    std::shared_ptr<const FaultRule> rule; // null: none hit
+};
+
+// An up-call or a thread call, from beginning to end: counted, logged and open to faults.
+class LoggedCall {
+public:
+    enum class Kind { Upcall, ThreadCall };
+    LoggedCall(Core &broker, Kind kind, const CallFacts &facts);
+    ~LoggedCall();
+    LoggedCall(const LoggedCall &) = delete;
+    LoggedCall &operator=(const LoggedCall &) = delete;
+
+    const FaultPoint &Fault() const { return *fault; }
+    void End(CMPIrc answer, std::size_t resultCount = 0) { rc = answer, results = resultCount; }
+
+private:
+    Core &core;
+    std::unique_ptr<Call> call; // null while the log is off
+    bool inBackground = false;
+    CMPIrc rc = CMPI_RC_OK;
+    std::size_t results = 0;
+    std::optional<FaultPoint> fault;
+};
+
+} // namespace cim

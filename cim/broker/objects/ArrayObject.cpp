@@ -1,0 +1,57 @@
+#include "cim/broker/faults/FaultPoint.h"
+#include "cim/broker/objects/Convert.h"
+#include "cim/broker/objects/Objects.h"
+
+namespace cim {
+namespace {
+
+CMPIArray *Clone(const CMPIArray *from, CMPIStatus *status) {
+    const auto &object = ObjectOf<ArrayObject>(from);
+    const FaultPoint fault(object.core, {Operation::Clone});
+    if (fault.Stops(status)) return nullptr;
+    Set(status, CMPI_RC_OK);
+    auto clone = std::make_unique<ArrayObject>(object.core, object.elementType, object.elements);
+    clone->madeOfChars = object.madeOfChars;
+    return Cloned(std::move(clone));
+}
+
+CMPICount GetSize(const CMPIArray *array, CMPIStatus *status) {
+    Set(status, CMPI_RC_OK);
+    return static_cast<CMPICount>(ObjectOf<ArrayObject>(array).elements.size());
+}
+
+CMPIType GetSimpleType(const CMPIArray *array, CMPIStatus *status) {
+    Set(status, CMPI_RC_OK);
+    return ObjectOf<ArrayObject>(array).elementType;
+}
+
+CMPIData GetElementAt(const CMPIArray *array, CMPICount index, CMPIStatus *status) {
+    const auto &object = ObjectOf<ArrayObject>(array);
+    if (index >= object.elements.size()) return Missing(status, CMPI_RC_ERR_NO_SUCH_PROPERTY, CMPI_badValue);
+    Set(status, CMPI_RC_OK);
+    return ToCmpi(object.core, object.elements[index], object.fromUpcall);
+}
+
+CMPIStatus SetElementAt(const CMPIArray *array, CMPICount index, const CMPIValue *value, CMPIType type) {
+    auto &object = ObjectOf<ArrayObject>(array);
+    const FaultPoint fault(object.core, {Operation::SetElementAt});
+    CMPIStatus status{CMPI_RC_OK, nullptr};
+    if (fault.Stops(&status)) return status;
+    if (index >= object.elements.size()) return {CMPI_RC_ERR_NO_SUCH_PROPERTY, nullptr};
+    if (type == CMPI_chars && !object.madeOfChars && object.core.config.unkind.strictArrays)
+        return {CMPI_RC_ERR_TYPE_MISMATCH, nullptr};
+    std::optional<Value> element = FromCmpi(value, type);
+    // An array has one type: unlike a property, its elements take no other width.
+    if (!element || (element->type != object.elementType && element->type != CMPI_null))
+        return {CMPI_RC_ERR_TYPE_MISMATCH, nullptr};
+    element->type = object.elementType;
+    object.elements[index] = *std::move(element);
+    return status;
+}
+
+} // namespace
+
+const CMPIArrayFT kArrayTable = {100,         ReleaseObject<ArrayObject>, Clone, GetSize, GetSimpleType, GetElementAt,
+                                 SetElementAt};
+
+} // namespace cim

@@ -1,0 +1,68 @@
+#include "cim/broker/objects/Scope.h"
+
+#include "cim/broker/Core.h"
+
+namespace cim {
+
+void Object::Release() {
+    switch (life) {
+    case Life::Fixed:
+        return;
+    case Life::Lent:
+        owner->Remove(this);
+        core.counts.lent.fetch_sub(1, std::memory_order_relaxed);
+        break;
+    case Life::Clone: {
+        std::atomic<std::uint64_t> &clones = core.counts.clones;
+        delete this;
+        clones.fetch_sub(1, std::memory_order_release); // the last: who waited for it may end the broker
+        return;
+    }
+    }
+    delete this;
+}
+
+void Scope::Adopt(Object *object) {
+    object->life = Object::Life::Lent;
+    object->owner = this;
+    object->core.counts.lent.fetch_add(1, std::memory_order_relaxed);
+    const std::lock_guard<std::mutex> lock(mutex);
+    object->next = first;
+    if (first != nullptr) first->previous = object;
+    first = object;
+    if (object->fromUpcall) ++upcallObjects;
+}
+
+void Scope::Remove(Object *object) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    (object->previous != nullptr ? object->previous->next : first) = object->next;
+    if (object->next != nullptr) object->next->previous = object->previous;
+    if (object->fromUpcall) --upcallObjects;
+}
+
+void Scope::Free() {
+    Object *object = nullptr;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        std::swap(object, first);
+        upcallObjects = 0;
+    }
+    while (object != nullptr) {
+        Object *following = object->next;
+        object->core.counts.lent.fetch_sub(1, std::memory_order_relaxed);
+        delete object;
+        object = following;
+    }
+}
+
+bool Scope::Empty() const {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return first == nullptr;
+}
+
+std::size_t Scope::UpcallObjects() const {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return upcallObjects;
+}
+
+} // namespace cim

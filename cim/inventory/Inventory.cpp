@@ -1,0 +1,289 @@
+#include "cim/inventory/Inventory.h"
+
+#include "cim/client/Hosted.h"
+#include "cim/inventory/Captions.h"
+#include "cim/inventory/NaturalOrder.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+
+namespace cim {
+
+namespace {
+
+constexpr Health kHealthWords[] = {
+    {0, "Unknown", 1},        {5, "OK", 0},        {10, "Warning", 2}, {15, "Minor failure", 3},
+    {20, "Major failure", 4}, {25, "Critical", 5}, {30, "Failed", 6},
+};
+
+// CIM value maps, from 0 up. "" is a number that the map leaves out.
+constexpr const char *kOperationalStatus[] = {
+    "Unknown",
+    "Other",
+    "OK",
+    "Degraded",
+    "Stressed",
+    "Predictive failure",
+    "Error",
+    "Non-recoverable error",
+    "Starting",
+    "Stopping",
+    "Stopped",
+    "In service",
+    "No contact",
+    "Lost communication",
+    "Aborted",
+    "Dormant",
+    "Supporting entity in error",
+    "Completed",
+    "Power mode",
+};
+constexpr const char *kBatteryStatus[] = {
+    "",
+    "Other",
+    "Unknown",
+    "Fully charged",
+    "Low",
+    "Critical",
+    "Charging",
+    "Charging and high",
+    "Charging and low",
+    "Charging and critical",
+    "Undefined",
+    "Partially charged",
+    "Learning",
+    "Overcharged",
+};
+constexpr const char *kUsageRestriction[] = {"Unknown", "", "Front-end only", "Back-end only", "Not restricted"};
+
+template <std::size_t Count> std::string WordFor(const char *const (&words)[Count], const std::uint64_t *value) {
+    if (value == nullptr) return {};
+    if (*value < Count && *words[*value] != '\0') return words[*value];
+    return std::to_string(*value);
+}
+
+const std::string &TextIn(const Instance &instance, const char *name) {
+    static const std::string none;
+    const Value *value = instance.Property(name);
+    const auto *text = value != nullptr ? value->As<std::string>() : nullptr;
+    return text != nullptr ? *text : none;
+}
+
+// The number, or an array's first; null when there is none.
+const std::uint64_t *NumberIn(const Instance &instance, const char *name) {
+    const Value *value = instance.Property(name);
+    if (value == nullptr) return nullptr;
+    if (const auto *elements = value->As<Value::Elements>()) value = elements->empty() ? nullptr : &elements->front();
+    return value != nullptr ? value->As<std::uint64_t>() : nullptr;
+}
+
+std::string PortTypeIn(const Instance &instance) {
+    const auto *type = NumberIn(instance, "PortType");
+    if (type == nullptr) return {};
+    return *type == 0 ? "Unknown" : *type == 93 ? "SATA" : *type == 94 ? "SAS" : std::to_string(*type);
+}
+
+// Blocks have 512 bytes also where a CIM server does not pass the disks' BlockSize on: it is of another width than the
+// class declares.
+std::string SizeOf(const Instance &instance) {
+    const auto *blocks = NumberIn(instance, "NumberOfBlocks");
+    if (blocks == nullptr) return {};
+    const auto *given = NumberIn(instance, "BlockSize");
+    const std::uint64_t blockSize = given != nullptr ? *given : 512;
+    constexpr const char *units[] = {"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+    double size = static_cast<double>(*blocks) * static_cast<double>(blockSize);
+    std::size_t unit = 0;
+    for (; size >= 1024 && unit + 1 < std::size(units); ++unit) size /= 1024;
+    return fmt::format("{:.{}f} {}", size, unit == 0 ? 0 : 2, units[unit]);
+}
+
+// A controller's ID may hold the underscore that ends it in a device's key, so the known controllers decide; among
+// them the longest, as "c1" begins "c1_0" too.
+void Identify(Item &item, const std::vector<std::string> &controllers) {
+    const ServedClass &served = *item.served;
+    item.id = TextIn(item.instance, served.key);
+    if (item.id.empty()) { // not asked for, or left out: the path has it
+        const Value *key = item.instance.path->Key(served.key);
+        if (key != nullptr && key->As<std::string>() != nullptr) item.id = *key->As<std::string>();
+    }
+    const std::string_view prefix = served.prefix;
+    if (item.id.compare(0, prefix.size(), prefix) != 0) return;
+    const std::string ids = item.id.substr(prefix.size());
+    if (std::string_view(served.key) != "DeviceID") {
+        item.controller = ids;
+        return;
+    }
+    for (const auto &controller : controllers) {
+        if (controller.size() > item.controller.size() &&
+            ids.compare(0, controller.size() + 1, controller + "_") == 0) {
+            item.controller = controller;
+        }
+    }
+    if (item.controller.empty()) item.controller = ids.substr(0, ids.find('_'));
+    if (item.controller.size() < ids.size()) item.device = ids.substr(item.controller.size() + 1);
+}
+
+Item ItemOf(const ServedClass &served, Instance instance, const std::vector<std::string> &controllers) {
+    Item item;
+    item.served = &served;
+    item.instance = std::move(instance);
+    item.path = item.instance.path->ToString();
+    Identify(item, controllers);
+    return item;
+}
+
+// The state word of a volume's caption, which may be cut off it. It follows from the operational status, as the
+// provider makes it.
+std::string VolumeStateOf(const std::uint64_t *status, const std::string &inCaption) {
+    if (status == nullptr) return inCaption;
+    const std::string word = *status == 2   ? "OPTIMAL"
+                             : *status == 3 ? "DEGRADED"
+                             : *status == 6 ? "OFFLINE"
+                                            : "UNDEFINED";
+    return word.compare(0, inCaption.size(), inCaption) == 0 ? word : inCaption;
+}
+
+void ReadFacts(Item &item) {
+    const Instance &instance = item.instance;
+    const std::string &caption = TextIn(instance, "Caption");
+    item.state = item.status = WordFor(kOperationalStatus, NumberIn(instance, "OperationalStatus"));
+    switch (item.served->index) {
+    case kController:
+        item.model = ModelIn(caption, item.controller);
+        break;
+    case kSoftware: {
+        item.model = ModelIn(caption, item.controller);
+        auto versions = VersionsIn(TextIn(instance, "VersionString"));
+        item.package = std::move(versions.package);
+        item.firmware = std::move(versions.firmware);
+        break;
+    }
+    case kVolume: {
+        auto facts = ReadVolumeCaption(caption, item.controller, item.device);
+        item.level = std::move(facts.level);
+        item.name = std::move(facts.name);
+        item.drives = JoinSlots(facts.drives);
+        item.driveList = std::move(facts.drives);
+        item.size = SizeOf(instance);
+        item.state = VolumeStateOf(NumberIn(instance, "OperationalStatus"), facts.state);
+        break;
+    }
+    case kDisk: {
+        auto facts = ReadDiskCaption(caption, item.controller);
+        item.slot = std::move(facts.slot);
+        item.enclosure = std::move(facts.enclosure);
+        item.firmware = std::move(facts.firmware);
+        item.size = SizeOf(instance);
+        if (!facts.state.empty()) item.state = std::move(facts.state);
+        break;
+    }
+    case kPort:
+        item.name = PortNameIn(caption, item.controller);
+        item.portType = PortTypeIn(instance);
+        item.usage = WordFor(kUsageRestriction, NumberIn(instance, "UsageRestriction"));
+        break;
+    case kBattery:
+        item.charge = WordFor(kBatteryStatus, NumberIn(instance, "BatteryStatus"));
+        break;
+    }
+}
+
+void SortByPath(std::vector<Instance> &instances) {
+    std::vector<std::pair<std::string, Instance>> paths;
+    for (auto &instance : instances) {
+        std::string path = instance.path->ToString(); // before what it is made of is moved
+        paths.emplace_back(std::move(path), std::move(instance));
+    }
+    std::stable_sort(paths.begin(), paths.end(), [](const auto &a, const auto &b) {
+        if (NaturallyBefore(a.first, b.first)) return true;
+        return !NaturallyBefore(b.first, a.first) && a.first < b.first; // "01" and "1"
+    });
+    for (std::size_t i = 0; i < paths.size(); ++i) instances[i] = std::move(paths[i].second);
+}
+
+bool ShownBefore(const Item &a, const Item &b) {
+    const int x = a.health != nullptr ? a.health->severity : 0, y = b.health != nullptr ? b.health->severity : 0;
+    if (x != y) return x > y;
+    for (const auto fact : {&Item::controller, &Item::enclosure, &Item::slot, &Item::device}) {
+        if (a.*fact != b.*fact) return NaturallyBefore(a.*fact, b.*fact);
+    }
+    return false;
+}
+
+} // namespace
+
+const Health &HealthOf(std::uint64_t state) {
+    const auto row = std::find_if(std::begin(kHealthWords), std::end(kHealthWords),
+                                  [state](const Health &health) { return health.state == state; });
+    return row != std::end(kHealthWords) ? *row : kHealthWords[0];
+}
+
+const ServedClass *FindServedClass(std::string_view name) {
+    const auto served = std::find_if(kServedClasses.begin(), kServedClasses.end(), [name](const ServedClass &each) {
+        return SameName(name, each.name) || SameName(name, each.kind) || SameName(name, each.kinds);
+    });
+    return served != kServedClasses.end() ? &*served : nullptr;
+}
+
+void PutInOrder(Instances &instances) {
+    for (auto &some : instances) SortByPath(some);
+    std::vector<std::string> controllers;
+    for (const auto &controller : instances[kController]) {
+        controllers.push_back(ItemOf(kServedClasses[kController], controller, {}).controller);
+    }
+    for (auto &volume : instances[kVolume]) {
+        const Item item = ItemOf(kServedClasses[kVolume], volume, controllers);
+        for (auto &property : volume.properties) {
+            if (!SameName(property.name, "Caption") && !SameName(property.name, "ElementName")) continue;
+            const auto *text = property.value.As<std::string>();
+            if (text != nullptr) property.value = Value::Text(WithDrivesInOrder(*text, item.controller, item.device));
+        }
+    }
+}
+
+Answer<Instances> ReadInstances(Connection &server) {
+    Answer<Instances> all;
+    for (std::size_t i = 0; i < kServedClasses.size(); ++i) {
+        auto answer = server.EnumerateInstances(kServedNameSpace, kServedClasses[i].name);
+        if (!answer.Ok()) {
+            all.status = std::move(answer.status);
+            return all;
+        }
+        all.value[i] = std::move(answer.value);
+    }
+    PutInOrder(all.value);
+    return all;
+}
+
+Answer<Instances> ReadInstances(Broker &broker) { return ReadInstances(*Hosted(broker)); }
+
+Inventory Describe(Instances instances) {
+    Inventory inventory;
+    std::vector<std::string> controllers;
+    for (std::size_t i = 0; i < kServedClasses.size(); ++i) {
+        for (auto &instance : instances[i]) {
+            Item item = ItemOf(kServedClasses[i], std::move(instance), controllers);
+            if (i == kController) controllers.push_back(item.controller);
+            if (const auto *health = NumberIn(item.instance, "HealthState")) {
+                item.health = &HealthOf(*health);
+                item.healthWord = item.health->word;
+            }
+            ReadFacts(item);
+            inventory[i].push_back(std::move(item));
+        }
+        std::stable_sort(inventory[i].begin(), inventory[i].end(), ShownBefore);
+    }
+    // The firmware that runs on a controller is an instance of its own.
+    for (auto &controller : inventory[kController]) {
+        for (const auto &software : inventory[kSoftware]) {
+            if (software.controller != controller.controller) continue;
+            controller.package = software.package;
+            controller.firmware = software.firmware;
+        }
+    }
+    return inventory;
+}
+
+} // namespace cim

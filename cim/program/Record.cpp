@@ -1,0 +1,166 @@
+// quarnel record: a real server's hardware as a description that the simulated vendor serves.
+#include "cim/program/Command.h"
+#include "cim/program/Terminal.h"
+#include "cim/recording/Anonymise.h"
+#include "cim/recording/DescriptionText.h"
+
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <system_error>
+
+namespace cim {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct RecordOptions {
+    ClientOptions server;
+    WalkOptions walk;
+    bool anonymise = false;
+    std::string file;
+};
+
+// One line on standard error that is written over; nothing where nobody could see it move.
+class ProgressLine {
+public:
+    void Show(const WalkProgress &progress) {
+        if (!visible || Clock::now() < next) return;
+        next = Clock::now() + std::chrono::milliseconds(100);
+        std::fputs(fmt::format("\r\033[Kquarnel: recording: {} of {} disks and volumes, {} objects, {} requests",
+                               progress.devices, progress.devicesKnown, progress.objects, progress.requests)
+                       .c_str(),
+                   stderr);
+        shown = true;
+    }
+    void Clear() {
+        if (shown) std::fputs("\r\033[K", stderr);
+        shown = false;
+    }
+
+private:
+    const bool visible = isatty(STDERR_FILENO) != 0;
+    bool shown = false;
+    Clock::time_point next = Clock::now();
+};
+
+// In one step: the file is the old one, or none, until the new one is complete. False with errno set.
+bool WriteWhole(const std::string &file, const std::string &text) {
+    std::string temporary = file + ".XXXXXX";
+    const int handle = mkstemp(temporary.data());
+    if (handle < 0) return false;
+    const mode_t mask = umask(0);
+    umask(mask);
+    bool good = fchmod(handle, 0666 & ~mask) == 0;
+    for (std::size_t done = 0; good && done < text.size();) {
+        const ssize_t count = write(handle, text.data() + done, text.size() - done);
+        good = count >= 0 || errno == EINTR;
+        if (count > 0) done += static_cast<std::size_t>(count);
+    }
+    good = good && fsync(handle) == 0;
+    good = close(handle) == 0 && good;
+    good = good && std::rename(temporary.c_str(), file.c_str()) == 0;
+    const int error = errno;
+    if (!good) unlink(temporary.c_str());
+    errno = error;
+    return good;
+}
+
+// The names that the server has for its own machine; none where it has no such class.
+std::vector<std::string> HostsOf(Connection &server, const std::string &url) {
+    std::vector<std::string> hosts{url.substr(url.find("//") + 2)};
+    for (const Instance &system : server.EnumerateInstances("root/cimv2", "OMC_UnitaryComputerSystem").value) {
+        const Value *name = system.Property("Name");
+        if (name != nullptr && name->As<std::string>() != nullptr) hosts.push_back(*name->As<std::string>());
+    }
+    return hosts;
+}
+
+std::string Counted(std::size_t count, const char *one, const char *several) {
+    return fmt::format("{} {}", count, count == 1 ? one : several);
+}
+
+int Record(const RecordOptions &options) {
+    std::string error;
+    const auto server = Connect(options.server, &error);
+    if (server == nullptr) return Fail(kExitUsage, error);
+
+    VendorModel model;
+    WalkProgress progress;
+    ProgressLine line;
+    const Status status =
+        Walk(*server, options.walk, &model, &progress, [&](const WalkProgress &now) { line.Show(now); });
+    line.Clear();
+    for (const std::string &refused : progress.refused) Say("left out: " + refused);
+    if (!status.Ok()) return Fail(kExitNoAnswer, status.message);
+    if (progress.controllers == 0) {
+        return Fail(kExitFailed, fmt::format("{}: no hardware RAID controller is registered in {}", options.server.url,
+                                             options.walk.interop));
+    }
+
+    std::string about = "Recorded by quarnel " QUARNEL_VERSION;
+    LeftTexts left;
+    if (options.anonymise) {
+        left = Anonymise(&model, HostsOf(*server, options.server.url));
+        about += "; texts that tell whose hardware it is are made up";
+    } else {
+        about += " from " + options.server.url;
+    }
+    const DescriptionText description = DescriptionOf(model, options.walk.interop, about);
+    if (description.leftOut > 0) {
+        Say(Counted(description.leftOut, "value has", "values have") + " no form in a description: left out");
+    }
+    const bool piped = options.file == "-";
+    if (piped ? !Print(description.text) : !WriteWhole(options.file, description.text)) {
+        return Fail(kExitFailed, (piped ? "standard output" : options.file) +
+                                     ": cannot be written: " + std::generic_category().message(errno));
+    }
+    for (const auto &[property, count] : left) {
+        Say(fmt::format("left as it was: {}, {}", property, Counted(count, "value", "values")));
+    }
+    const std::string summary =
+        fmt::format("{}, {}, {} from {}", Counted(progress.controllers, "controller", "controllers"),
+                    Counted(progress.devices, "disk or volume", "disks and volumes"),
+                    Counted(progress.objects, "object", "objects"), Counted(progress.requests, "request", "requests"));
+    if (piped) {
+        Say(summary);
+    } else {
+        Print(fmt::format("{}: {}\n", options.file, summary));
+    }
+    return kExitOk;
+}
+
+} // namespace
+
+void AddRecord(CLI::App &program, Run &run) {
+    auto options = std::make_shared<RecordOptions>();
+    CLI::App *command =
+        program.add_subcommand("record", "Write a CIM server's RAID hardware into a description that can be replayed");
+    AddServerOptions(*command, options->server)->required();
+    command
+        ->add_option("--namespace", options->walk.interop,
+                     "where the server registers profiles (default: root/interop)")
+        ->type_name("NAMESPACE");
+    command->add_flag("--anonymise", options->anonymise,
+                      "replace texts that tell whose hardware it is, the same by the same, and list what is left");
+    command->add_flag("--skip-refused", options->walk.skipRefused,
+                      "leave out what the server answers with a CIM error, and say so, instead of stopping there");
+    command
+        ->add_option("-o,--output", options->file,
+                     "the description to write, once it is complete; - for standard output")
+        ->type_name("FILE")
+        ->required();
+    command->footer(
+        "The description is served by `quarnel list --hardware FILE`, and by every other subcommand with that\n"
+        "option, as if the hardware were there.");
+    command->callback([&run, options] { run = [options] { return Record(*options); }; });
+}
+
+} // namespace cim

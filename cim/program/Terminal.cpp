@@ -1,0 +1,65 @@
+#include "cim/program/Terminal.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <string_view>
+
+namespace cim {
+
+namespace {
+
+constexpr const char *kEnter = "\033[?1049h\033[?25l"; // second screen, cursor off
+constexpr const char *kLeave = "\033[?25h\033[?1049l";
+constexpr const char *kHome = "\033[H";
+constexpr const char *kClearLine = "\033[K";
+constexpr const char *kClearBelow = "\033[J";
+
+std::string_view Environment(const char *variable) {
+    const char *text = std::getenv(variable);
+    return text != nullptr ? text : "";
+}
+
+} // namespace
+
+bool OnTerminal() { return isatty(STDOUT_FILENO) == 1 && Environment("TERM") != "dumb"; }
+
+bool WantsColour() { return OnTerminal() && Environment("NO_COLOR").empty(); }
+
+TerminalSize SizeOfTerminal() {
+    winsize size{};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0) return {};
+    return {size.ws_col, size.ws_row};
+}
+
+bool Print(const std::string &text) {
+    std::string_view left = text;
+    while (!left.empty()) {
+        const ssize_t written = write(STDOUT_FILENO, left.data(), left.size());
+        if (written < 0 && errno != EINTR) return false;
+        if (written > 0) left.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+void Screen::Enter() { Print(kEnter); }
+
+void Screen::Leave() { Print(kLeave); }
+
+void Screen::Show(const std::string &text, std::size_t height) {
+    // Line by line over what is there: a cleared screen would flicker.
+    std::string frame = kHome;
+    std::size_t start = 0;
+    for (std::size_t line = 0; line < height && start < text.size(); ++line) {
+        const std::size_t end = std::min(text.find('\n', start), text.size());
+        if (line > 0) frame += "\r\n";
+        frame.append(text, start, end - start).append(kClearLine);
+        start = end + 1;
+    }
+    Print(frame + kClearBelow);
+}
+
+} // namespace cim

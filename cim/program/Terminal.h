@@ -1,0 +1,36 @@
+// The terminal that standard output may be: what it can show, and a screen of our own on it.
+#pragma once
+
+#include "cim/inventory/TextTable.h"
+
+#include <cstddef>
+#include <string>
+
+namespace cim {
+
+bool OnTerminal(); // one that is not "dumb" by TERM
+// Colours on a terminal, unless the environment sets NO_COLOR to something.
+bool WantsColour();
+
+struct TerminalSize {
+    std::size_t width = 80, height = 24;
+};
+TerminalSize SizeOfTerminal();
+
+// Writes all of a text to standard output at once. False when that cannot be written to any more.
+bool Print(const std::string &text);
+
+// A second screen without a cursor. What was on the terminal comes back when it is left, at the latest when this ends.
+class Screen {
+public:
+    Screen() { Enter(); }
+    ~Screen() { Leave(); }
+    Screen(const Screen &) = delete;
+    Screen &operator=(const Screen &) = delete;
+    void Enter();
+    void Leave();
+    // In place of what is shown; what does not fit is left out.
+    void Show(const std::string &text, std::size_t height);
+};
+
+} // namespace cim
