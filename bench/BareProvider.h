@@ -1,7 +1,7 @@
 // A provider that does nothing but hand constants to the broker: what carrying instances costs at least.
 #pragma once
 
-#include "cim/broker/objects/Value.h"
+#include "cim/broker/classes/Value.h"
 
 #include <cmpift.h>
 

@@ -6,7 +6,6 @@
 
 #include "cim/broker/classes/ClassTree.h"
 #include "cim/broker/faults/Faults.h"
-#include "cim/broker/objects/Value.h"
 
 #include <cmpift.h>
 
@@ -80,9 +79,6 @@ template <class T> struct Answer {
     bool Ok() const { return status.Ok(); }
 };
 
-// Null: all properties.
-using PropertyList = const std::vector<std::string> *;
-
 // Objects that are alive. Lent: owned by an invocation, an attached thread or a mark. Clones: owned by providers.
 struct LiveObjects {
     std::uint64_t lent = 0;
@@ -90,6 +86,8 @@ struct LiveObjects {
     std::uint64_t contexts = 0;        // prepared for threads and not yet detached
     std::uint64_t attachedThreads = 0; // one that has detached is done with the broker when it no longer counts
 };
+
+class Core;
 
 class Broker {
 public:
@@ -105,6 +103,7 @@ public:
     Answer<std::vector<Instance>> EnumerateInstances(const std::string &nameSpace, const std::string &className,
                                                      PropertyList properties = nullptr);
     Answer<Instance> GetInstance(const ObjectPath &path, PropertyList properties = nullptr);
+    // A provider's answer to the next four is all there is to them: no provider of the project supports them.
     Answer<ObjectPath> CreateInstance(const std::string &nameSpace, const Instance &instance);
     Status ModifyInstance(const Instance &instance, PropertyList properties = nullptr);
     Status DeleteInstance(const ObjectPath &path);
@@ -162,9 +161,8 @@ public:
     void EndInvocation(const CMPIContext *context);
 
 private:
-    struct Impl;
-    explicit Broker(std::unique_ptr<Impl> impl);
-    std::unique_ptr<Impl> impl;
+    explicit Broker(const BrokerConfig &config);
+    const std::unique_ptr<Core> core;
 };
 
 } // namespace cim

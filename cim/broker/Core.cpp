@@ -1,7 +1,5 @@
 #include "cim/broker/Core.h"
 
-#include "cim/broker/objects/Objects.h"
-#include "cim/broker/objects/Tables.h"
 #include "cim/broker/routing/Provider.h"
 
 namespace cim {
@@ -28,7 +26,7 @@ Core::~Core() {
 
 Provider *Core::Find(const std::string &providerName) const {
     for (const auto &provider : providers)
-        if (provider->Name() == providerName) return provider.get();
+        if (provider->name == providerName) return provider.get();
     return nullptr;
 }
 

@@ -2,12 +2,8 @@
 #pragma once
 
 #include "cim/broker/Broker.h"
+#include "cim/broker/Waiting.h"
 #include "cim/broker/classes/Registration.h"
-#include "cim/broker/faults/CallLog.h"
-#include "cim/broker/objects/Scope.h"
-#include "cim/broker/routing/Background.h"
-#include "cim/broker/routing/Changes.h"
-#include "cim/broker/routing/ServerLock.h"
 
 #include <atomic>
 #include <memory>
@@ -39,7 +35,7 @@ public:
     Faults faults;
     CallLog log;
     Background background;
-    Changes changes;
+    WaitGraph waits;
     ServerLock serverLock; // held over clean-up, where the broker is unkind
     std::atomic<std::uint64_t> loads{0};
 
@@ -71,6 +67,22 @@ private:
     std::set<std::shared_ptr<Layer>> layers; // guarded by mutex, as the next
     std::set<ContextObject *> contexts;
 };
+
+// The tables that a broker's handle leads to, as a new broker copies them.
+extern const CMPIBrokerFT kBrokerTable;
+extern const CMPIBrokerEncFT kEncapsulationTable;
+extern const CMPIBrokerMemFT kMemoryTable;
+
+inline void Set(CMPIStatus *status, CMPIrc rc) {
+    if (status != nullptr) *status = {rc, nullptr};
+}
+
+inline CMPIData Blank(CMPIType type, CMPIValueState state) {
+    CMPIData data = CMPIData(); // all of the union, which {} does not promise
+    data.type = type;
+    data.state = state;
+    return data;
+}
 
 inline Core &CoreOf(const CMPIBroker *broker) { return *static_cast<Core *>(const_cast<void *>(broker->hdl)); }
 

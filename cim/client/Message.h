@@ -1,7 +1,7 @@
 // CIM-XML messages as a client has them: calls of intrinsic methods, and what comes back.
 #pragma once
 
-#include "cim/broker/objects/Value.h"
+#include "cim/broker/classes/Value.h"
 
 #include <pugixml.hpp>
 

@@ -1,6 +1,6 @@
 #include "cim/recording/Anonymise.h"
 
-#include "cim/broker/objects/DateTime.h"
+#include "cim/broker/classes/Value.h"
 #include "cim/recording/Pseudonyms.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "cim/recording/Identifiers.h"
 
-#include "cim/broker/objects/Value.h"
+#include "cim/broker/classes/Value.h"
 #include "cim/recording/Vocabulary.h"
 
 #include <arpa/inet.h>

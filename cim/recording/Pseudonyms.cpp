@@ -1,6 +1,6 @@
 #include "cim/recording/Pseudonyms.h"
 
-#include "cim/broker/objects/Value.h"
+#include "cim/broker/classes/Value.h"
 
 #include <fmt/format.h>
 

@@ -1,6 +1,6 @@
 #include "cim/wbem/Headers.h"
 
-#include "cim/broker/objects/Value.h"
+#include "cim/broker/classes/Value.h"
 #include "cim/wbem/Errors.h"
 
 #include <algorithm>

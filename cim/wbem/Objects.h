@@ -2,7 +2,7 @@
 #pragma once
 
 #include "cim/broker/classes/ClassTree.h"
-#include "cim/broker/objects/Value.h"
+#include "cim/broker/classes/Value.h"
 
 #include <pugixml.hpp>
 

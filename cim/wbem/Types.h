@@ -1,7 +1,7 @@
 // CIM types by DSP0201's names, and their values as text.
 #pragma once
 
-#include "cim/broker/objects/Value.h"
+#include "cim/broker/classes/Value.h"
 
 #include <optional>
 #include <string>

@@ -1,74 +1,23 @@
 #include "tests/broker/Scripted.h"
 
-#include <cstdio>
-#include <unistd.h>
-
 namespace cim::test {
 
-const char *const kClasses = R"(
-[Abstract] class T_Element { [Key] string ID; string Caption; };
-class T_Front : T_Element { uint16 Number; };
-class T_Device : T_Element {
-    boolean Flag; uint16 Small; uint64 Big; sint32 Signed; real32 Real; datetime Date; string Texts[];
-    uint16 Numbers[]; T_Element ref Other; string Embedded;
-};
-class T_Disk : T_Device { uint32 Speed; };
-class T_Fan : T_Device { };
-class T_SmallFan : T_Fan { };
-class T_Lonely : T_Element { };
-[Association] class T_Link { [Key] T_Element ref Antecedent; [Key] T_Element ref Dependent; };
-[Association] class T_DeviceLink : T_Link { };
-[Association] class T_FanLink : T_DeviceLink { };
-[Association] class T_UnservedLink { [Key] T_Element ref A; [Key] T_Element ref B; };
-)";
-
-TextFile::TextFile(const std::string &text) : name(testing::TempDir() + "broker-test-XXXXXX") {
-    const int file = mkstemp(name.data());
-    EXPECT_GE(file, 0);
-    EXPECT_EQ(write(file, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-    close(file);
-}
-
-TextFile::~TextFile() { std::remove(name.c_str()); }
-
 Scripted::Scripted() {
-    Provider<0>::script = &front;
-    Provider<1>::script = &back;
-    config.builtins = {{"Front", Provider<0>::Builtin()}, {"Back", Provider<1>::Builtin()}};
-    registrations = R"(
-[T_Front]
-  provider: Front
-  location: Front
-  type: instance
-  namespace: root/front
-[T_Device]
-  provider: Back
-  location: Back
-  type: instance
-  namespace: root/back
-[T_Disk]
-  provider: Back
-  location: Back
-  type: instance
-  namespace: root/back
-[T_DeviceLink]
-  provider: Back
-  location: Back
-  type: association
-  namespace: root/back
-[T_FanLink]
-  provider: Back
-  location: Back
-  type: association
-  namespace: root/back
-)";
+    ScriptedProvider<0>::script = &front;
+    ScriptedProvider<1>::script = &back;
+    config.builtins = {{"Front", ScriptedProvider<0>::builtin}, {"Back", ScriptedProvider<1>::builtin}};
+    config.mofFiles = {BROKER_TEST_DATA "/classes.mof"};
+    config.registrationFiles = {BROKER_TEST_DATA "/providers.reg"};
+    config.libraryFolders = {TEST_PROVIDER_FOLDER};
+    back.on[Operation::EnumerateInstances] = Returning({"1", "2"});
+    front.on[Operation::GetInstance] = [this](const Asked &call) {
+        prepared = call.broker->bft->prepareAttachThread(call.broker, call.context);
+        return kOk;
+    };
 }
 
 void Scripted::Start() {
-    files.push_back(std::make_unique<TextFile>(kClasses));
-    files.push_back(std::make_unique<TextFile>(registrations));
-    config.mofFiles = {files[0]->Name()};
-    config.registrationFiles = {files[1]->Name()};
+    config.registrationTexts = {{"more", registrations}};
     std::string error;
     broker = cim::Broker::Create(config, &error);
     ASSERT_NE(broker, nullptr) << error;
@@ -88,11 +37,40 @@ void Scripted::TearDown() {
     if (broker != nullptr) Stop();
 }
 
+const CMPIContext *Scripted::Prepare() {
+    broker->GetInstance({{}, "root/front", "T_Front", {}});
+    return prepared;
+}
+
+void Scripted::StartWith(const MemoryRules &rules) {
+    config.memory = rules;
+    Start();
+    Prepare();
+}
+
+Ids Scripted::Fans() { return IdsOf(broker->EnumerateInstances("root/back", "T_Fan").value); }
+
+Invoked::Invoked() {
+    Start();
+    context = broker->BeginInvocation("root/back");
+    cmpi = broker->Handle();
+}
+
+void Invoked::TearDown() {
+    broker->EndInvocation(context);
+    Scripted::TearDown();
+}
+
 CMPIObjectPath *NewPath(const CMPIBroker *broker, const std::string &nameSpace, const std::string &className,
                         const std::string &id) {
     CMPIObjectPath *path = broker->eft->newObjectPath(broker, nameSpace.c_str(), className.c_str(), nullptr);
-    if (!id.empty()) path->ft->addKey(path, "ID", reinterpret_cast<const CMPIValue *>(id.c_str()), CMPI_chars);
+    if (!id.empty()) path->ft->addKey(path, "ID", Chars(id.c_str()), CMPI_chars);
     return path;
+}
+
+CMPIEnumeration *Enumerate(const CMPIBroker *broker, const CMPIContext *context, CMPIStatus *status,
+                           const std::string &nameSpace, const std::string &className) {
+    return broker->bft->enumerateInstances(broker, context, NewPath(broker, nameSpace, className), nullptr, status);
 }
 
 namespace {
@@ -107,12 +85,19 @@ CMPIObjectPath *PathFor(const Asked &asked, const std::string &id, const std::st
 
 CMPIStatus ReturnInstance(const Asked &asked, const std::string &id, const std::string &className) {
     CMPIInstance *instance = asked.broker->eft->newInstance(asked.broker, PathFor(asked, id, className), nullptr);
-    instance->ft->setProperty(instance, "ID", reinterpret_cast<const CMPIValue *>(id.c_str()), CMPI_chars);
     return asked.result->ft->returnInstance(asked.result, instance);
 }
 
 CMPIStatus ReturnPath(const Asked &asked, const std::string &id, const std::string &className) {
     return asked.result->ft->returnObjectPath(asked.result, PathFor(asked, id, className));
+}
+
+Script::Function Returning(const Ids &ids, const std::string &className) {
+    return [=](const Asked &call) {
+        CMPIStatus status = kOk;
+        for (const std::string &id : ids) status = ReturnInstance(call, id, className);
+        return status;
+    };
 }
 
 std::string TextOf(const CMPIString *string) {
@@ -124,8 +109,12 @@ std::string TextOf(const CMPIData &data) {
     return data.type == CMPI_string && data.value.string != nullptr ? TextOf(data.value.string) : "(no text)";
 }
 
-std::vector<std::string> IdsOf(const CMPIEnumeration *enumeration) {
-    std::vector<std::string> ids;
+std::string TextOf(const CMPIInstance *instance, const char *property) {
+    return TextOf(instance->ft->getProperty(instance, property, nullptr));
+}
+
+Ids IdsOf(const CMPIEnumeration *enumeration) {
+    Ids ids;
     if (enumeration == nullptr) return {"(no enumeration)"};
     while (enumeration->ft->hasNext(enumeration, nullptr) != 0) {
         const CMPIData data = enumeration->ft->getNext(enumeration, nullptr);
@@ -136,24 +125,15 @@ std::vector<std::string> IdsOf(const CMPIEnumeration *enumeration) {
     return ids;
 }
 
-namespace {
-
-std::string IdOf(const ObjectPath &path) {
-    const Value *id = path.Key("ID");
-    return id != nullptr && id->As<std::string>() != nullptr ? *id->As<std::string>() : "(no ID)";
-}
-
-} // namespace
-
-std::vector<std::string> IdsOf(const std::vector<Instance> &instances) {
-    std::vector<std::string> ids;
-    for (const Instance &instance : instances) ids.push_back(IdOf(instance.path));
+Ids IdsOf(const std::vector<Instance> &instances) {
+    Ids ids;
+    for (const Instance &instance : instances) ids.push_back(support::Shown(instance.path->Key("ID")));
     return ids;
 }
 
-std::vector<std::string> IdsOf(const std::vector<ObjectPath> &paths) {
-    std::vector<std::string> ids;
-    for (const ObjectPath &path : paths) ids.push_back(IdOf(path));
+Ids IdsOf(const std::vector<ObjectPath> &paths) {
+    Ids ids;
+    for (const ObjectPath &path : paths) ids.push_back(support::Shown(path.Key("ID")));
     return ids;
 }
 

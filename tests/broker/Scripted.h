@@ -2,19 +2,25 @@
 #pragma once
 
 #include "cim/broker/Broker.h"
+#include "tests/support/Rule.h"
+#include "tests/support/Values.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <fstream>
-#include <functional>
+#include <map>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace cim::test {
 
-// What a scripted provider was asked for. Lent for the call; names that were not given are null.
+using Ids = std::vector<std::string>;
+using support::Rule;
+using Effect = FaultRule::Effect;
+
+// What a scripted provider was asked for, lent for the call.
 struct Asked {
     const CMPIBroker *broker;
     const CMPIContext *context;
@@ -22,11 +28,11 @@ struct Asked {
     const CMPIObjectPath *path;
     const char **properties = nullptr;
     const CMPIInstance *instance = nullptr;
-    const char *associationClass = nullptr;
-    const char *resultClass = nullptr;
-    const char *role = nullptr;
-    const char *resultRole = nullptr;
-    const char *query = nullptr;
+    Ids names = {}; // classes and roles, or query and language, in CMPI's order; "-" for one not given
+
+    void Take(const char *name) { names.emplace_back(name != nullptr ? name : "-"); }
+    void Take(const char **list) { properties = list; }
+    void Take(const CMPIInstance *given) { instance = given; }
 };
 
 constexpr CMPIStatus kOk{CMPI_RC_OK, nullptr};
@@ -34,8 +40,7 @@ constexpr CMPIStatus kOk{CMPI_RC_OK, nullptr};
 // One scripted provider. A function that is not set answers CMPI_RC_ERR_NOT_SUPPORTED.
 struct Script {
     using Function = std::function<CMPIStatus(const Asked &)>;
-    Function enumerateInstanceNames, enumerateInstances, getInstance, createInstance, modifyInstance, deleteInstance,
-        execQuery, associators, associatorNames, references, referenceNames;
+    std::map<Operation, Function> on;
     // Before the factory makes its MI; false: it makes none.
     std::function<bool(const CMPIBroker *, const CMPIContext *, CMPIStatus *)> factory;
     std::function<CMPIrc(const CMPIContext *, bool terminating)> cleanup;
@@ -45,110 +50,56 @@ struct Script {
 };
 
 // The tables of the Nth provider; C functions carry nothing, so each provider is a type of its own.
-template <int N> struct Provider {
+template <int N> struct ScriptedProvider {
     static inline Script *script = nullptr;
-    static const CMPIBroker *Broker() { return script->broker; }
-    static CMPIStatus Run(const Script::Function &function, const Asked &asked) {
-        return function ? function(asked) : CMPIStatus{CMPI_RC_ERR_NOT_SUPPORTED, nullptr};
+
+    template <Operation O, class Mi, class... More>
+    static CMPIStatus Serve(Mi *, const CMPIContext *context, const CMPIResult *result, const CMPIObjectPath *path,
+                            More... more) {
+        Asked asked{script->broker, context, result, path};
+        (asked.Take(more), ...);
+        const auto function = script->on.find(O);
+        return function != script->on.end() ? function->second(asked) : CMPIStatus{CMPI_RC_ERR_NOT_SUPPORTED, nullptr};
     }
-    static CMPIStatus Cleanup(const CMPIContext *context, CMPIBoolean terminating) {
+    template <class Mi> static CMPIStatus Cleanup(Mi *, const CMPIContext *context, CMPIBoolean terminating) {
         ++script->cleanups;
         return {script->cleanup ? script->cleanup(context, terminating != 0) : CMPI_RC_OK, nullptr};
     }
-    template <class Mi> static Mi *Make(const CMPIBroker *broker, const CMPIContext *context, CMPIStatus *rc, Mi *mi) {
+    template <class Mi, Mi *Made>
+    static Mi *Make(const CMPIBroker *broker, const CMPIContext *context, CMPIStatus *rc) {
         ++script->factoryCalls;
         script->broker = broker;
-        return !script->factory || script->factory(broker, context, rc) ? mi : nullptr;
+        return !script->factory || script->factory(broker, context, rc) ? Made : nullptr;
     }
 
-    using Context = const CMPIContext *;
-    using Result = const CMPIResult *;
-    using Path = const CMPIObjectPath *;
-    using Names = const char **;
-    using Text = const char *;
-
-    static inline const CMPIInstanceMIFT instanceTable = {
-        100,
-        100,
-        "scripted",
-        [](CMPIInstanceMI *, Context context, CMPIBoolean terminating) { return Cleanup(context, terminating); },
-        [](CMPIInstanceMI *, Context c, Result r, Path p) {
-            return Run(script->enumerateInstanceNames, {Broker(), c, r, p});
-        },
-        [](CMPIInstanceMI *, Context c, Result r, Path p, Names names) {
-            return Run(script->enumerateInstances, {Broker(), c, r, p, names});
-        },
-        [](CMPIInstanceMI *, Context c, Result r, Path p, Names names) {
-            return Run(script->getInstance, {Broker(), c, r, p, names});
-        },
-        [](CMPIInstanceMI *, Context c, Result r, Path p, const CMPIInstance *instance) {
-            return Run(script->createInstance, {Broker(), c, r, p, nullptr, instance});
-        },
-        [](CMPIInstanceMI *, Context c, Result r, Path p, const CMPIInstance *instance, Names names) {
-            return Run(script->modifyInstance, {Broker(), c, r, p, names, instance});
-        },
-        [](CMPIInstanceMI *, Context c, Result r, Path p) {
-            return Run(script->deleteInstance, {Broker(), c, r, p});
-        },
-        [](CMPIInstanceMI *, Context c, Result r, Path p, Text query, Text) {
-            Asked asked{Broker(), c, r, p};
-            asked.query = query;
-            return Run(script->execQuery, asked);
-        },
-    };
-    static inline const CMPIAssociationMIFT associationTable = {
-        100,
-        100,
-        "scripted",
-        [](CMPIAssociationMI *, Context context, CMPIBoolean terminating) { return Cleanup(context, terminating); },
-        [](CMPIAssociationMI *, Context c, Result r, Path p, Text association, Text resultClass, Text role,
-           Text resultRole, Names names) {
-            return Run(script->associators,
-                       {Broker(), c, r, p, names, nullptr, association, resultClass, role, resultRole});
-        },
-        [](CMPIAssociationMI *, Context c, Result r, Path p, Text association, Text resultClass, Text role,
-           Text resultRole) {
-            return Run(script->associatorNames,
-                       {Broker(), c, r, p, nullptr, nullptr, association, resultClass, role, resultRole});
-        },
-        [](CMPIAssociationMI *, Context c, Result r, Path p, Text association, Text role, Names names) {
-            return Run(script->references, {Broker(), c, r, p, names, nullptr, association, nullptr, role});
-        },
-        [](CMPIAssociationMI *, Context c, Result r, Path p, Text association, Text role) {
-            return Run(script->referenceNames, {Broker(), c, r, p, nullptr, nullptr, association, nullptr, role});
-        },
-    };
+    static inline const CMPIInstanceMIFT instanceTable = {100,
+                                                          100,
+                                                          "scripted",
+                                                          Cleanup, //
+                                                          Serve<Operation::EnumerateInstanceNames>,
+                                                          Serve<Operation::EnumerateInstances>,
+                                                          Serve<Operation::GetInstance>,
+                                                          Serve<Operation::CreateInstance>,
+                                                          Serve<Operation::ModifyInstance>,
+                                                          Serve<Operation::DeleteInstance>,
+                                                          Serve<Operation::ExecQuery>};
+    static inline const CMPIAssociationMIFT associationTable = {100,
+                                                                100,
+                                                                "scripted",
+                                                                Cleanup, //
+                                                                Serve<Operation::Associators>,
+                                                                Serve<Operation::AssociatorNames>,
+                                                                Serve<Operation::References>,
+                                                                Serve<Operation::ReferenceNames>};
     static inline CMPIInstanceMI instanceMi{nullptr, &instanceTable};
     static inline CMPIAssociationMI associationMi{nullptr, &associationTable};
-
-    static BuiltinProvider Builtin() {
-        return {[](const CMPIBroker *broker, Context context, CMPIStatus *rc) {
-                    return Make(broker, context, rc, &instanceMi);
-                },
-                [](const CMPIBroker *broker, Context context, CMPIStatus *rc) {
-                    return Make(broker, context, rc, &associationMi);
-                }};
-    }
+    static inline const BuiltinProvider builtin{Make<CMPIInstanceMI, &instanceMi>,
+                                                Make<CMPIAssociationMI, &associationMi>};
 };
 
-// The classes that the tests use.
-extern const char *const kClasses;
-
-// A file for the life of the object.
-class TextFile {
-public:
-    explicit TextFile(const std::string &text);
-    ~TextFile();
-    TextFile(const TextFile &) = delete;
-    TextFile &operator=(const TextFile &) = delete;
-    const std::string &Name() const { return name; }
-
-private:
-    std::string name;
-};
-
-// Two scripted providers, Front and Back, in a broker. Front serves T_Front in root/front; Back serves T_Device and its
-// subclasses, and the associations, in root/back. At the end nothing may be left alive.
+// Two scripted providers, Front and Back, in a broker with the classes and registrations of data/. Front serves T_Front
+// in root/front, Back T_Device and its subclasses, and the associations, in root/back. At the end nothing may be left
+// alive.
 class Scripted : public testing::Test {
 protected:
     Scripted();
@@ -156,36 +107,57 @@ protected:
     void Stop();
     void TearDown() override;
 
-    // Code of a provider's on one of the broker's own contexts.
-    template <class Code> auto Invoke(Code code) {
-        const CMPIContext *context = broker->BeginInvocation("root/back");
-        struct End {
-            cim::Broker &broker;
-            const CMPIContext *context;
-            ~End() { broker.EndInvocation(context); }
-        } end{*broker, context};
-        return code(broker->Handle(), context);
+    // Front prepares a context for a thread of its own.
+    const CMPIContext *Prepare();
+    void StartWith(const MemoryRules &rules);
+    // As a thread of Front's, with its context attached.
+    template <class Code> void OnThread(const Code &code) {
+        std::thread([&] {
+            EXPECT_EQ(front.broker->bft->attachThread(front.broker, prepared).rc, CMPI_RC_OK);
+            code(front.broker, prepared);
+            EXPECT_EQ(front.broker->bft->detachThread(front.broker, prepared).rc, CMPI_RC_OK);
+        }).join();
     }
+    Ids Fans(); // as a client hears of them
 
     Script front, back;
     BrokerConfig config;
-    std::string registrations;
+    std::string registrations; // besides those of data/
     std::unique_ptr<cim::Broker> broker;
+    const CMPIContext *prepared = nullptr; // last
+};
 
-private:
-    std::vector<std::unique_ptr<TextFile>> files;
+// The same, with code of a provider's on one of the broker's own contexts.
+class Invoked : public Scripted {
+protected:
+    Invoked();
+    void TearDown() override;
+
+    const CMPIContext *context;
+    const CMPIBroker *cmpi;
+    CMPIStatus status{CMPI_RC_ERROR, nullptr};
 };
 
 // Small steps that tests share.
+inline const CMPIValue *Chars(const char *text) { return reinterpret_cast<const CMPIValue *>(text); }
+template <class T, class Given> CMPIValue ValueWith(T CMPIValue::*member, Given given) {
+    CMPIValue value = CMPIValue();
+    value.*member = static_cast<T>(given);
+    return value;
+}
 CMPIObjectPath *NewPath(const CMPIBroker *broker, const std::string &nameSpace, const std::string &className,
                         const std::string &id = {});
+CMPIEnumeration *Enumerate(const CMPIBroker *broker, const CMPIContext *context, CMPIStatus *status = nullptr,
+                           const std::string &nameSpace = "root/back", const std::string &className = "T_Fan");
 // Returns an instance, or its path, of the class asked for in the path with ID `id`.
 CMPIStatus ReturnInstance(const Asked &asked, const std::string &id, const std::string &className = {});
 CMPIStatus ReturnPath(const Asked &asked, const std::string &id, const std::string &className = {});
+Script::Function Returning(const Ids &ids, const std::string &className = {}); // instances
 std::string TextOf(const CMPIString *string);
 std::string TextOf(const CMPIData &data);
-std::vector<std::string> IdsOf(const CMPIEnumeration *enumeration);
-std::vector<std::string> IdsOf(const std::vector<Instance> &instances);
-std::vector<std::string> IdsOf(const std::vector<ObjectPath> &paths);
+std::string TextOf(const CMPIInstance *instance, const char *property);
+Ids IdsOf(const CMPIEnumeration *enumeration);
+Ids IdsOf(const std::vector<Instance> &instances);
+Ids IdsOf(const std::vector<ObjectPath> &paths);
 
 } // namespace cim::test

@@ -1,5 +1,6 @@
-// A provider in a library of its own: one instance MI for one device, whose caption tells how often the library was
-// loaded into the process's life of it.
+// Two providers in a library of their own. Small has one instance MI for one device, whose speed tells how often its
+// factory was called since the library was loaded. Late has a thread of its own that makes one up-call, and may be in
+// it when the library has long been unloaded, so the library keeps itself mapped.
 #include <cmpift.h>
 
 #include <cstdlib>
@@ -7,37 +8,25 @@
 namespace {
 
 const CMPIBroker *broker;
-int factoryCalls = 0; // since the library was loaded
-
-CMPIStatus Return(const CMPIResult *result, const CMPIObjectPath *from, bool nameOnly) {
-    const CMPIString *nameSpace = from->ft->getNameSpace(from, nullptr);
-    CMPIObjectPath *path =
-        broker->eft->newObjectPath(broker, nameSpace->ft->getCharPtr(nameSpace, nullptr), "T_Disk", nullptr);
-    path->ft->addKey(path, "ID", reinterpret_cast<const CMPIValue *>("small"), CMPI_chars);
-    if (nameOnly) return result->ft->returnObjectPath(result, path);
-    CMPIInstance *instance = broker->eft->newInstance(broker, path, nullptr);
-    CMPIValue calls = CMPIValue();
-    calls.uint32 = static_cast<CMPIUint32>(factoryCalls);
-    instance->ft->setProperty(instance, "Speed", &calls, CMPI_uint32);
-    return result->ft->returnInstance(result, instance);
-}
+int factoryCalls = 0;
 
 CMPIStatus Cleanup(CMPIInstanceMI *, const CMPIContext *, CMPIBoolean) {
     const char *answer = std::getenv("SMALL_PROVIDER_CLEANUP");
     return {answer != nullptr ? static_cast<CMPIrc>(std::atoi(answer)) : CMPI_RC_OK, nullptr};
 }
 
-CMPIStatus Names(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *result, const CMPIObjectPath *path) {
-    return Return(result, path, true);
-}
-
-CMPIStatus Instances(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *result, const CMPIObjectPath *path,
+CMPIStatus Instances(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *result, const CMPIObjectPath *,
                      const char **) {
-    return Return(result, path, false);
+    const CMPIObjectPath *path = broker->eft->newObjectPath(broker, "root/small", "T_Disk", nullptr);
+    const CMPIInstance *instance = broker->eft->newInstance(broker, path, nullptr);
+    CMPIValue calls = CMPIValue();
+    calls.uint32 = static_cast<CMPIUint32>(factoryCalls);
+    instance->ft->setProperty(instance, "Speed", &calls, CMPI_uint32);
+    return result->ft->returnInstance(result, instance);
 }
 
-const CMPIInstanceMIFT kTable = {100,       100,     "small", Cleanup, Names,  Instances,
-                                 Instances, nullptr, nullptr, nullptr, nullptr};
+const CMPIInstanceMIFT kTable = {100,     100,     "small", Cleanup, nullptr, Instances,
+                                 nullptr, nullptr, nullptr, nullptr, nullptr};
 CMPIInstanceMI mi{nullptr, &kTable};
 
 } // namespace

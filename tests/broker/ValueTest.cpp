@@ -1,60 +1,67 @@
-#include "cim/broker/objects/Value.h"
+#include "tests/support/Values.h"
 
 #include <gtest/gtest.h>
 
 namespace cim {
 namespace {
 
+using support::S64;
+using support::Text;
+using support::U16;
+using support::U8;
+
 TEST(ObjectPaths, ReadAsWbemPaths) {
-    ObjectPath path{{}, "root/cimv2", "T_Disk", {}};
-    EXPECT_EQ(path.ToString(), "root/cimv2:T_Disk");
-    path.host = "server";
-    path.keys = {{"ID", Value::Text("a\"b\\c")},
-                 {"Index", Value::Unsigned(CMPI_uint16, 7)},
-                 {"Delta", Value::Signed(CMPI_sint64, -3)},
-                 {"Spare", Value::Boolean(true)}};
-    EXPECT_EQ(path.ToString(), "//server/root/cimv2:T_Disk.ID=\"a\\\"b\\\\c\",Index=7,Delta=-3,Spare=true");
-    const ObjectPath link{
-        {}, "root/x", "T_Link", {{"Source", Value::Reference({{}, "root/x", "T_A", {{"ID", Value::Text("1")}}})}}};
-    EXPECT_EQ(link.ToString(), "root/x:T_Link.Source=\"root/x:T_A.ID=\\\"1\\\"\"");
+    const ObjectPath inner{{}, "root/x", "T_A", {{"ID", Text("1")}}};
+    EXPECT_EQ((ObjectPath{{}, "root/cimv2", "T_Disk", {}}.ToString()), "root/cimv2:T_Disk");
+    const ObjectPath path{"server",
+                          "root/x",
+                          "T_Disk",
+                          {{"ID", Text("a\"b\\c")},
+                           {"Index", U16(7)},
+                           {"Delta", S64(-3)},
+                           {"Share", Value::Real(CMPI_real64, 0.5)},
+                           {"Spare", support::Flag(true)},
+                           {"Source", Value::Reference(inner)},
+                           {"None", Value::Null(CMPI_string)}}};
+    EXPECT_EQ(path.ToString(), "//server/root/x:T_Disk.ID=\"a\\\"b\\\\c\",Index=7,Delta=-3,Share=0.5,Spare=true,"
+                               "Source=\"root/x:T_A.ID=\\\"1\\\"\",None=NULL");
 }
 
 TEST(ObjectPaths, AreEqualByClassNamespaceAndKeysInAnyOrder) {
-    const ObjectPath path{
-        {}, "root/cimv2", "T_Disk", {{"ID", Value::Text("a")}, {"N", Value::Unsigned(CMPI_uint16, 7)}}};
-    ObjectPath other{
-        "server", "Root/CIMV2", "t_disk", {{"n", Value::Signed(CMPI_sint64, 7)}, {"id", Value::Text("a")}}};
+    const ObjectPath path{{}, "root/cimv2", "T_Disk", {{"ID", Text("a")}, {"N", U16(7)}}};
+    ObjectPath other{"server", "Root/CIMV2", "t_disk", {{"n", S64(7)}, {"id", Text("a")}}};
     EXPECT_EQ(path, other);
-    other.keys[0].value = Value::Signed(CMPI_sint64, -7);
-    EXPECT_NE(path, other);
-    other.keys[0].value = Value::Text("7");
-    EXPECT_NE(path, other);
+    EXPECT_EQ(other, path);
+    for (const Value &number : {S64(-7), Text("7"), U16(8)}) {
+        other.keys[0].value = number;
+        EXPECT_NE(path, other);
+        EXPECT_NE(other, path);
+    }
     other.keys.pop_back();
     EXPECT_NE(path, other);
-    EXPECT_NE(
-        path,
-        (ObjectPath{{}, "root/cimv2", "T_Disk", {{"ID", Value::Text("A")}, {"N", Value::Unsigned(CMPI_uint16, 7)}}}));
+    EXPECT_NE(path, (ObjectPath{{}, "root/cimv2", "T_Disk", {{"ID", Text("A")}, {"N", U16(7)}}}));
 }
 
 TEST(Values, AreEqualByTypeAndContent) {
-    EXPECT_EQ(Value::Text("a"), Value::Text("a"));
-    EXPECT_NE(Value::Unsigned(CMPI_uint8, 1), Value::Unsigned(CMPI_uint16, 1));
-    EXPECT_NE(Value::Null(CMPI_string), Value::Text(""));
-    EXPECT_EQ(Value::ArrayOf(CMPI_string, {Value::Text("a")}), Value::ArrayOf(CMPI_string, {Value::Text("a")}));
-    EXPECT_NE(Value::ArrayOf(CMPI_string, {Value::Text("a")}), Value::ArrayOf(CMPI_string, {}));
+    EXPECT_NE(U8(1), U16(1));
+    EXPECT_NE(Value::Null(CMPI_string), Text(""));
+    EXPECT_EQ(Value::ArrayOf(CMPI_string, {Text("a")}), Value::ArrayOf(CMPI_string, {Text("a")}));
+    EXPECT_NE(Value::ArrayOf(CMPI_string, {Text("a")}), Value::ArrayOf(CMPI_string, {}));
     EXPECT_EQ(Value::Reference({{}, "x", "A", {}}), Value::Reference({{}, "X", "a", {}}));
     const auto embedded = [](const char *id) {
-        return Value{CMPI_instance, std::make_shared<const Instance>(
-                                        Instance{ObjectPath{{}, "x", "A", {}}, {{"ID", Value::Text(id)}}})};
+        return Value{CMPI_instance,
+                     std::make_shared<const Instance>(Instance{ObjectPath{{}, "x", "A", {}}, {{"ID", Text(id)}}})};
     };
     EXPECT_EQ(embedded("1"), embedded("1"));
     EXPECT_NE(embedded("1"), embedded("2"));
 }
 
-TEST(Names, CompareWithoutRegardToCase) {
-    EXPECT_TRUE(SameName("CIM_Disk", "cim_DISK"));
-    EXPECT_FALSE(SameName("CIM_Disk", "CIM_Disks"));
-    EXPECT_FALSE(SameName("CIM@", "CIM`"));
+TEST(Values, DatesHaveAFixedForm) {
+    EXPECT_TRUE(IsDateTimeText("20010909034640.000005+120"));
+    EXPECT_TRUE(IsDateTimeText("0000000101****.******:000"));
+    for (const char *wrong : {"", "20010909034640.000005+12", "20010909034640.000005/120", "20010909034640:000005+120",
+                              "2001090903464x.000005+120"})
+        EXPECT_FALSE(IsDateTimeText(wrong)) << wrong;
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // Short ways to write and to read CIM values in tests.
 #pragma once
 
-#include "cim/broker/objects/Value.h"
+#include "cim/broker/classes/Value.h"
 
 #include <initializer_list>
 #include <string>

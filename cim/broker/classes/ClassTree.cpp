@@ -1,17 +1,13 @@
 #include "cim/broker/classes/ClassTree.h"
 
 #include "cim/broker/classes/MofReader.h"
-#include "cim/broker/classes/TextFile.h"
-#include "cim/broker/objects/Value.h"
+#include "cim/broker/classes/SourceText.h"
+#include "cim/values/Types.h"
 
 #include <algorithm>
 
 namespace cim {
 namespace {
-
-std::string TypeText(const PropertyDeclaration &property) {
-    return std::string(NameOfType(property.type)) + ((property.type & CMPI_ARRAY) != 0 ? "[]" : "");
-}
 
 bool SameForm(const ClassDeclaration &a, const ClassDeclaration &b) {
     return SameName(a.superclass, b.superclass) && a.association == b.association &&
@@ -38,8 +34,9 @@ void Inherit(MofClass &parsed, const ClassDeclaration &base) {
         }
         if (inherited->type != property.type)
             throw TextError{parsed.propertyLines[i], "property '" + property.name.Text() + "' is " +
-                                                         TypeText(property) + " here and " + TypeText(*inherited) +
-                                                         " in '" + inherited->originClass + "'"};
+                                                         DeclaredTypeName(property.type) + " here and " +
+                                                         DeclaredTypeName(inherited->type) + " in '" +
+                                                         inherited->originClass + "'"};
         property.key = property.key || inherited->key;
         property.qualifiers = Inherited(property.qualifiers, inherited->qualifiers);
         *inherited = std::move(property);
@@ -84,7 +81,7 @@ bool ClassTree::ReadText(std::string_view text, const std::string &name, std::st
         classes = std::move(grown);
         return true;
     } catch (const TextError &wrong) {
-        *error = name + ":" + std::to_string(wrong.line) + ": " + wrong.reason;
+        *error = wrong.In(name);
         return false;
     }
 }
@@ -108,13 +105,6 @@ std::vector<std::string> ClassTree::SubclassesOf(std::string_view name, bool dee
     }
     std::sort(found.begin(), found.end());
     return found;
-}
-
-std::vector<std::string> ClassTree::Names() const {
-    std::vector<std::string> names;
-    for (const ClassDeclaration &each : classes) names.push_back(each.name);
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 } // namespace cim

@@ -2,7 +2,6 @@
 // of qualifiers those that clients ask for. Fixed once read, so any number of threads may look.
 #pragma once
 
-#include "cim/broker/classes/Name.h"
 #include "cim/broker/classes/Named.h"
 #include "cim/broker/classes/Qualifiers.h"
 
@@ -44,7 +43,7 @@ public:
     const ClassDeclaration *Find(std::string_view name) const { return classes.Find(name); } // null when unknown
     bool IsA(std::string_view name, std::string_view base) const;
     std::vector<std::string> SubclassesOf(std::string_view name, bool deep) const; // not itself; "" for the roots
-    std::vector<std::string> Names() const;
+    std::vector<std::string> Names() const { return SubclassesOf("", true); }
 
 private:
     Named<ClassDeclaration> classes; // superclasses before their subclasses

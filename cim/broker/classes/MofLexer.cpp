@@ -1,6 +1,5 @@
 #include "cim/broker/classes/MofLexer.h"
 
-#include "cim/broker/objects/Value.h"
 #include "cim/values/Text.h"
 
 #include <algorithm>

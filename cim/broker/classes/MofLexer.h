@@ -1,16 +1,12 @@
 // Splits a MOF text (DSP0221) into tokens. Comments and white space fall away here.
 #pragma once
 
+#include "cim/broker/classes/SourceText.h"
+
 #include <string>
 #include <string_view>
 
 namespace cim {
-
-// Where a text is wrong; becomes "FILE:LINE: reason".
-struct TextError {
-    int line;
-    std::string reason;
-};
 
 struct MofToken {
     enum class Kind { End, Word, Text, Number, Mark } kind = Kind::End;

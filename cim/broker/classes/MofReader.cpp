@@ -2,20 +2,10 @@
 // else is skipped by its brackets.
 #include "cim/broker/classes/MofReader.h"
 
-#include "cim/broker/objects/Value.h"
+#include "cim/values/Types.h"
 
 namespace cim {
 namespace {
-
-constexpr struct {
-    const char *name;
-    CMPIType type;
-} kTypeNames[] = {
-    {"boolean", CMPI_boolean}, {"string", CMPI_string}, {"datetime", CMPI_dateTime}, {"char16", CMPI_char16},
-    {"uint8", CMPI_uint8},     {"uint16", CMPI_uint16}, {"uint32", CMPI_uint32},     {"uint64", CMPI_uint64},
-    {"sint8", CMPI_sint8},     {"sint16", CMPI_sint16}, {"sint32", CMPI_sint32},     {"sint64", CMPI_sint64},
-    {"real32", CMPI_real32},   {"real64", CMPI_real64}, {"ref", CMPI_ref},
-};
 
 // The texts of Values and ValueMap belong together by their places.
 void RequirePairs(const Qualifiers &qualifiers, int line) {
@@ -29,9 +19,9 @@ void RequirePairs(const Qualifiers &qualifiers, int line) {
                         "Values has " + std::to_string(values) + " texts and ValueMap " + std::to_string(numbers)};
 }
 
-class Reader {
+class MofParser {
 public:
-    explicit Reader(std::string_view text) : lexer(text) { Step(); }
+    explicit MofParser(std::string_view text) : lexer(text) { Step(); }
     std::vector<MofClass> Read();
 
 private:
@@ -68,24 +58,25 @@ private:
 };
 
 // From an opening bracket to behind the one that closes it.
-void Reader::SkipGroup() {
+void MofParser::SkipGroup() {
+    constexpr std::string_view kOpening = "([{", kClosing = ")]}";
     const MofToken start = token;
     std::string closing;
     do {
         if (token.kind == MofToken::Kind::End)
             throw TextError{start.line, "'" + std::string(start.text) + "' is never closed"};
-        if (token.Is('(')) closing += ')';
-        if (token.Is('[')) closing += ']';
-        if (token.Is('{')) closing += '}';
-        if (token.Is(')') || token.Is(']') || token.Is('}')) {
-            if (token.text[0] != closing.back()) Unexpected(std::string("'") + closing.back() + "'");
+        const char mark = token.kind == MofToken::Kind::Mark ? token.text[0] : ' ';
+        if (const std::size_t opened = kOpening.find(mark); opened != std::string_view::npos)
+            closing += kClosing[opened];
+        if (kClosing.find(mark) != std::string_view::npos) {
+            if (mark != closing.back()) Unexpected(std::string("'") + closing.back() + "'");
             closing.pop_back();
         }
         Step();
     } while (!closing.empty());
 }
 
-void Reader::SkipToSemicolon() {
+void MofParser::SkipToSemicolon() {
     while (!token.Is(';')) {
         if (token.kind == MofToken::Kind::End || token.Is(')') || token.Is(']') || token.Is('}')) Unexpected("';'");
         if (token.Is('(') || token.Is('[') || token.Is('{'))
@@ -96,7 +87,7 @@ void Reader::SkipToSemicolon() {
     Step();
 }
 
-void Reader::SkipPragma() {
+void MofParser::SkipPragma() {
     Expect('#');
     if (!token.Is("pragma")) Unexpected("'pragma'");
     Step();
@@ -106,7 +97,7 @@ void Reader::SkipPragma() {
 }
 
 // Adjoining texts are one: "in " "two parts".
-std::string Reader::ReadText() {
+std::string MofParser::ReadText() {
     if (token.kind != MofToken::Kind::Text) Unexpected("text");
     std::string text;
     for (; token.kind == MofToken::Kind::Text; Step()) text += Unescaped(token);
@@ -114,7 +105,7 @@ std::string Reader::ReadText() {
 }
 
 // A boolean's value may be left out: true.
-Value Reader::ReadQualifierValue(CMPIType type) {
+Value MofParser::ReadQualifierValue(CMPIType type) {
     Value value = Value::Boolean(true);
     if ((type & CMPI_ARRAY) != 0) {
         Value::Elements texts;
@@ -138,7 +129,7 @@ Value Reader::ReadQualifierValue(CMPIType type) {
 }
 
 // [Name, Name(value), Name{values} : Flavor Flavor, ...]
-Qualifiers Reader::ReadQualifiers() {
+Qualifiers MofParser::ReadQualifiers() {
     if (!token.Is('[')) return nullptr;
     const int start = token.line;
     Step();
@@ -169,7 +160,7 @@ Qualifiers Reader::ReadQualifiers() {
 }
 
 // [qualifiers] TYPE NAME, TYPE NAME[], CLASS ref NAME, each with a default value or not; or TYPE METHOD(...).
-void Reader::ReadFeature(MofClass &to) {
+void MofParser::ReadFeature(MofClass &to) {
     const Qualifiers qualifiers = ReadQualifiers();
     const int line = token.line;
     const std::string type = Word("type of a property");
@@ -182,9 +173,9 @@ void Reader::ReadFeature(MofClass &to) {
         property.type = CMPI_ref;
         property.referenceClass = type;
     } else {
-        for (const auto &known : kTypeNames)
-            if (SameName(type, known.name) && known.type != CMPI_ref) property.type = known.type;
-        if (property.type == CMPI_null) throw TextError{line, "unknown type '" + type + "'"};
+        property.type = TypeNamed(LowerCase(type));
+        if (property.type == CMPI_null || property.type == CMPI_ref)
+            throw TextError{line, "unknown type '" + type + "'"};
     }
     property.name = Name::Lasting(Word("name of a property"));
     if (token.Is('(')) {
@@ -205,7 +196,7 @@ void Reader::ReadFeature(MofClass &to) {
     to.propertyLines.push_back(line);
 }
 
-MofClass Reader::ReadClass(const Qualifiers &qualifiers) {
+MofClass MofParser::ReadClass(const Qualifiers &qualifiers) {
     MofClass result;
     result.line = token.line;
     Step();
@@ -228,7 +219,7 @@ MofClass Reader::ReadClass(const Qualifiers &qualifiers) {
     return result;
 }
 
-std::vector<MofClass> Reader::Read() {
+std::vector<MofClass> MofParser::Read() {
     std::vector<MofClass> classes;
     while (token.kind != MofToken::Kind::End) {
         if (token.Is('#')) {
@@ -250,13 +241,7 @@ std::vector<MofClass> Reader::Read() {
 
 std::vector<MofClass> ReadMof(std::string_view text) {
     if (text.substr(0, 3) == "\xEF\xBB\xBF") text.remove_prefix(3);
-    return Reader(text).Read();
-}
-
-const char *NameOfType(CMPIType type) {
-    for (const auto &known : kTypeNames)
-        if (known.type == (type & ~CMPI_ARRAY)) return known.name;
-    return "no type";
+    return MofParser(text).Read();
 }
 
 } // namespace cim

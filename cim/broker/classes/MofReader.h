@@ -17,6 +17,4 @@ struct MofClass {
 // In the order of the text. Throws TextError.
 std::vector<MofClass> ReadMof(std::string_view text);
 
-const char *NameOfType(CMPIType type); // as MOF writes it, without the brackets of an array
-
 } // namespace cim

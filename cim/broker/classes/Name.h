@@ -1,6 +1,6 @@
-// A CIM name. Those that classes give to their properties last as long as the process, which reads so many classes and
-// no more: copying such a name counts nothing and copies nothing. Any other text is shared by its copies.
 #pragma once
+
+#include "cim/values/Text.h"
 
 #include <memory>
 #include <ostream>
@@ -9,6 +9,8 @@
 
 namespace cim {
 
+// A name that is shared by its copies. Those that classes give to their properties last as long as the process, which
+// reads so many classes and no more: a copy of such a name does not even count.
 class Name {
 public:
     Name() = default;

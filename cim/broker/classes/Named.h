@@ -1,7 +1,7 @@
 // Things with a name in the order in which they were added, found without regard to case, as CIM names are.
 #pragma once
 
-#include "cim/broker/objects/Value.h"
+#include "cim/broker/classes/Name.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,7 +1,7 @@
 // The qualifiers that are kept of a MOF text, declared as the CIM schema declares them; all others are skipped.
 #pragma once
 
-#include "cim/broker/objects/Value.h"
+#include "cim/broker/classes/Value.h"
 
 #include <cmpidt.h>
 

@@ -1,28 +1,12 @@
-#include "cim/broker/faults/FaultPoint.h"
 #include "cim/broker/objects/Convert.h"
 #include "cim/broker/objects/Objects.h"
 
 namespace cim {
 namespace {
 
-CMPIArray *Clone(const CMPIArray *from, CMPIStatus *status) {
-    const auto &object = ObjectOf<ArrayObject>(from);
-    const FaultPoint fault(object.core, {Operation::Clone});
-    if (fault.Stops(status)) return nullptr;
-    Set(status, CMPI_RC_OK);
-    auto clone = std::make_unique<ArrayObject>(object.core, object.elementType, object.elements);
-    clone->madeOfChars = object.madeOfChars;
-    return Cloned(std::move(clone));
-}
-
 CMPICount GetSize(const CMPIArray *array, CMPIStatus *status) {
     Set(status, CMPI_RC_OK);
     return static_cast<CMPICount>(ObjectOf<ArrayObject>(array).elements.size());
-}
-
-CMPIType GetSimpleType(const CMPIArray *array, CMPIStatus *status) {
-    Set(status, CMPI_RC_OK);
-    return ObjectOf<ArrayObject>(array).elementType;
 }
 
 CMPIData GetElementAt(const CMPIArray *array, CMPICount index, CMPIStatus *status) {
@@ -35,7 +19,7 @@ CMPIData GetElementAt(const CMPIArray *array, CMPICount index, CMPIStatus *statu
 CMPIStatus SetElementAt(const CMPIArray *array, CMPICount index, const CMPIValue *value, CMPIType type) {
     auto &object = ObjectOf<ArrayObject>(array);
     const FaultPoint fault(object.core, {Operation::SetElementAt});
-    CMPIStatus status{CMPI_RC_OK, nullptr};
+    CMPIStatus status;
     if (fault.Stops(&status)) return status;
     if (index >= object.elements.size()) return {CMPI_RC_ERR_NO_SUCH_PROPERTY, nullptr};
     if (type == CMPI_chars && !object.madeOfChars && object.core.config.unkind.strictArrays)
@@ -51,7 +35,13 @@ CMPIStatus SetElementAt(const CMPIArray *array, CMPICount index, const CMPIValue
 
 } // namespace
 
-const CMPIArrayFT kArrayTable = {100,         ReleaseObject<ArrayObject>, Clone, GetSize, GetSimpleType, GetElementAt,
-                                 SetElementAt};
+std::unique_ptr<ArrayObject> ArrayObject::Copy() const {
+    auto copy = std::make_unique<ArrayObject>(core, elementType, elements);
+    copy->madeOfChars = madeOfChars;
+    return copy;
+}
+
+const CMPIArrayFT kArrayTable = {
+    100, ReleaseObject<ArrayObject>, CloneObject<ArrayObject>, GetSize, kNotSupported, GetElementAt, SetElementAt};
 
 } // namespace cim

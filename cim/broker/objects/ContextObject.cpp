@@ -7,60 +7,22 @@
 namespace cim {
 namespace {
 
-NamedValue *FindEntry(std::vector<NamedValue> &entries, std::string_view name) {
-    const auto found =
-        std::find_if(entries.begin(), entries.end(), [&](const NamedValue &entry) { return entry.name == name; });
-    return found != entries.end() ? &*found : nullptr;
-}
-
 // A prepared context that no thread has attached is the provider's to free; a call's is not.
 CMPIStatus Release(CMPIContext *context) {
     auto &object = ObjectOf<ContextObject>(context);
-    if (object.prepared) {
-        if (object.attached != nullptr || !object.core.Forget(&object)) return {CMPI_RC_ERR_FAILED, nullptr};
-        delete &object;
-    } else {
-        object.Release();
-    }
+    if (!object.prepared) return kOk;
+    if (object.attached != nullptr || !object.core.Forget(&object)) return {CMPI_RC_ERR_FAILED, nullptr};
+    delete &object;
     return kOk;
-}
-
-CMPIContext *Clone(const CMPIContext *from, CMPIStatus *status) {
-    const auto &object = ObjectOf<ContextObject>(from);
-    Set(status, CMPI_RC_OK);
-    return Cloned(std::make_unique<ContextObject>(object.core, object.provider, object.entries));
 }
 
 CMPIData GetEntry(const CMPIContext *context, const char *name, CMPIStatus *status) {
     auto &object = ObjectOf<ContextObject>(context);
-    const NamedValue *entry = name != nullptr ? FindEntry(object.entries, name) : nullptr;
-    if (entry == nullptr) return Missing(status, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+    const auto entry = std::find_if(object.entries.begin(), object.entries.end(),
+                                    [&](const NamedValue &each) { return name != nullptr && each.name == name; });
+    if (entry == object.entries.end()) return Missing(status, CMPI_RC_ERR_NO_SUCH_PROPERTY);
     Set(status, CMPI_RC_OK);
     return ToCmpi(object.core, entry->value);
-}
-
-CMPIData GetEntryAt(const CMPIContext *context, CMPICount index, CMPIString **name, CMPIStatus *status) {
-    const auto &object = ObjectOf<ContextObject>(context);
-    if (index >= object.entries.size()) return Missing(status, CMPI_RC_ERR_NO_SUCH_PROPERTY);
-    Set(status, CMPI_RC_OK);
-    if (name != nullptr) *name = LendString(object.core, object.entries[index].name);
-    return ToCmpi(object.core, object.entries[index].value);
-}
-
-CMPICount GetEntryCount(const CMPIContext *context, CMPIStatus *status) {
-    Set(status, CMPI_RC_OK);
-    return static_cast<CMPICount>(ObjectOf<ContextObject>(context).entries.size());
-}
-
-CMPIStatus AddEntry(const CMPIContext *context, const char *name, const CMPIValue *value, CMPIType type) {
-    auto &object = ObjectOf<ContextObject>(context);
-    std::optional<Value> given = FromCmpi(value, type);
-    if (name == nullptr || !given) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
-    if (NamedValue *known = FindEntry(object.entries, name))
-        known->value = *std::move(given);
-    else
-        object.entries.push_back({name, *std::move(given)});
-    return kOk;
 }
 
 #ifdef QUARNEL_CONTEXT_FLUSH
@@ -82,7 +44,7 @@ struct Table {
 constexpr std::uintptr_t kBehind = 0xdead0000dead0000;
 #endif
 
-const Table kTable = {{100, Release, Clone, GetEntry, GetEntryAt, GetEntryCount, AddEntry}, kBehind};
+const Table kTable = {{100, Release, kNotSupported, GetEntry, kNotSupported, kNotSupported, kNotSupported}, kBehind};
 
 } // namespace
 

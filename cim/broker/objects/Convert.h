@@ -1,17 +1,12 @@
 // Between CMPI's values and plain ones, and the rules by which a value fits a declared type.
 #pragma once
 
-#include "cim/broker/Broker.h"
-#include "cim/broker/objects/Value.h"
+#include "cim/broker/Core.h"
 #include "cim/values/Types.h"
-
-#include <cmpift.h>
 
 #include <optional>
 
 namespace cim {
-
-class Core;
 
 // The value that a provider passes; a null pointer is the null of the type. With CMPI_chars the pointer is the text
 // itself. None for a type that has no plain counterpart, or an array that is not of the type said.
@@ -25,20 +20,11 @@ CMPIData ToCmpi(Core &core, const Value &value, bool fromUpcall = false);
 // width and sign of integer for an integer, any real for a real, else the same kind. Characters go unchecked.
 bool Fits(CMPIType declared, CMPIType type);
 
-inline CMPIData Blank(CMPIType type, CMPIValueState state) {
-    CMPIData data = CMPIData(); // all of the union, which {} does not promise
-    data.type = type;
-    data.state = state;
-    return data;
-}
-
 // What is answered where there is nothing.
 CMPIData Missing(CMPIStatus *status, CMPIrc rc, CMPIValueState state = CMPI_notFound);
 
 Status ToStatus(const CMPIStatus &status);
 // The status with its text lent to the calling thread.
 CMPIStatus FromStatus(Core &core, const Status &status);
-
-std::optional<std::vector<std::string>> ListOf(const char *const *names); // none for null
 
 } // namespace cim

@@ -1,11 +1,6 @@
-// What makes encapsulated objects and tells about them.
-#include "cim/broker/faults/FaultPoint.h"
+// What makes encapsulated objects, and CMPI 2.0's marks, which free them.
 #include "cim/broker/objects/Convert.h"
-#include "cim/broker/objects/DateTime.h"
 #include "cim/broker/objects/Objects.h"
-#include "cim/broker/objects/Tables.h"
-
-#include <ctime>
 
 namespace cim {
 namespace {
@@ -15,14 +10,19 @@ constexpr std::size_t kUsualProperties = 12; // that are set
 CMPIInstance *NewInstance(const CMPIBroker *broker, const CMPIObjectPath *path, CMPIStatus *status) {
     Core &core = CoreOf(broker);
     auto *const source = path != nullptr ? &ObjectOf<ObjectPathObject>(path) : nullptr;
-    const FaultPoint fault(core, {Operation::NewInstance, source != nullptr ? &*source->value : nullptr});
+    const FaultPoint fault(core, {Operation::NewInstance, source != nullptr ? source->Path() : nullptr});
     if (fault.Stops(status)) return nullptr;
-    Set(status, source != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_PARAMETER);
-    if (source == nullptr) return nullptr;
-    const bool known = source->Declaration() != nullptr;
-    Instance instance{ShareOf(*source), {}, known, known && !core.config.unkind.keysOnlyInPaths};
+    if (source == nullptr) return Set(status, CMPI_RC_ERR_INVALID_PARAMETER), nullptr;
+    const ClassDeclaration *declaration = source->Declaration();
+    Instance instance{ShareOf(*source), {}, declaration != nullptr};
     instance.properties.reserve(kUsualProperties);
-    return Lend(std::make_unique<InstanceObject>(core, Shared<Instance>(std::move(instance)), source->Declaration()));
+    if (declaration != nullptr && !core.config.unkind.keysOnlyInPaths)
+        for (const NamedValue &key : instance.path->keys) {
+            const PropertyDeclaration *declared = declaration->Property(key.name);
+            if (declared != nullptr && declared->key && Fits(declared->type, key.value.type))
+                instance.properties.push_back({declared->name, key.value});
+        }
+    return Lend(std::make_unique<InstanceObject>(core, Shared<Instance>(std::move(instance)), declaration));
 }
 
 CMPIObjectPath *NewObjectPath(const CMPIBroker *broker, const char *nameSpace, const char *className,
@@ -33,38 +33,25 @@ CMPIObjectPath *NewObjectPath(const CMPIBroker *broker, const char *nameSpace, c
     if (className != nullptr) path.className = className;
     const FaultPoint fault(core, {Operation::NewObjectPath, &path});
     if (fault.Stops(status)) return nullptr;
-    Set(status, CMPI_RC_OK);
     return Lend(std::make_unique<ObjectPathObject>(core, Shared<ObjectPath>(std::move(path))));
 }
 
 CMPIString *NewString(const CMPIBroker *broker, const char *text, CMPIStatus *status) {
-    Core &core = CoreOf(broker);
-    const FaultPoint fault(core, {Operation::NewString});
-    if (fault.Stops(status)) return fault.WantsEmpty() ? LendString(core, "") : nullptr;
-    Set(status, CMPI_RC_OK);
-    return LendString(core, text != nullptr ? std::optional<std::string>(text) : std::nullopt);
+    const FaultPoint fault(CoreOf(broker), {Operation::NewString});
+    return LendString(fault, CoreOf(broker), status,
+                      text != nullptr ? std::make_optional<std::string>(text) : std::nullopt);
 }
 
 CMPIArray *NewArray(const CMPIBroker *broker, CMPICount size, CMPIType type, CMPIStatus *status) {
-    Core &core = CoreOf(broker);
-    const CMPIType element = ElementType(type) == CMPI_chars ? CMPI_string : ElementType(type);
-    const FaultPoint fault(core, {Operation::NewArray});
-    if (fault.Stops(status))
-        return fault.WantsEmpty() ? Lend(std::make_unique<ArrayObject>(core, element, Value::Elements())) : nullptr;
-    Set(status, CMPI_RC_OK);
-    auto array = std::make_unique<ArrayObject>(core, element, Value::Elements(size, Value::Null(element)));
-    array->madeOfChars = ElementType(type) == CMPI_chars;
+    const FaultPoint fault(CoreOf(broker), {Operation::NewArray});
+    const bool stopped = fault.Stops(status);
+    if (stopped && !fault.WantsEmpty()) return nullptr;
+    const bool ofChars = ElementType(type) == CMPI_chars;
+    const CMPIType element = ofChars ? CMPI_string : ElementType(type);
+    auto array = std::make_unique<ArrayObject>(CoreOf(broker), element,
+                                               Value::Elements(stopped ? 0 : size, Value::Null(element)));
+    array->madeOfChars = ofChars;
     return Lend(std::move(array));
-}
-
-CMPIDateTime *NewDateTimeFromBinary(const CMPIBroker *broker, CMPIUint64 microseconds, CMPIBoolean interval,
-                                    CMPIStatus *status) {
-    Set(status, CMPI_RC_OK);
-    return LendDateTime(CoreOf(broker), DateTimeText(microseconds, interval != 0));
-}
-
-CMPIDateTime *NewDateTime(const CMPIBroker *broker, CMPIStatus *status) {
-    return NewDateTimeFromBinary(broker, static_cast<CMPIUint64>(std::time(nullptr)) * 1000000, 0, status);
 }
 
 CMPIDateTime *NewDateTimeFromChars(const CMPIBroker *broker, const char *text, CMPIStatus *status) {
@@ -76,83 +63,26 @@ CMPIDateTime *NewDateTimeFromChars(const CMPIBroker *broker, const char *text, C
 CMPIBoolean ClassPathIsA(const CMPIBroker *broker, const CMPIObjectPath *path, const char *className,
                          CMPIStatus *status) {
     Core &core = CoreOf(broker);
-    const ObjectPath *value = path != nullptr ? &*ObjectOf<ObjectPathObject>(path).value : nullptr;
+    const ObjectPath *value = path != nullptr ? ObjectOf<ObjectPathObject>(path).Path() : nullptr;
     const FaultPoint fault(core, {Operation::ClassPathIsA, value});
     if (fault.Stops(status)) return 0;
-    const bool valid = value != nullptr && className != nullptr;
-    Set(status, valid ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_PARAMETER);
-    return valid && core.classes.IsA(value->className, className) ? 1 : 0;
+    if (value == nullptr || className == nullptr) return Set(status, CMPI_RC_ERR_INVALID_PARAMETER), 0;
+    return core.classes.IsA(value->className, className) ? 1 : 0;
 }
 
-// The type of an object tells by its table: all handles begin alike.
-const struct {
-    const void *table;
-    const char *name;
-} kHandleTypes[] = {
-    {&kInstanceTable, "CMPIInstance"}, {&kObjectPathTable, "CMPIObjectPath"},   {&kStringTable, "CMPIString"},
-    {&kArrayTable, "CMPIArray"},       {&kEnumerationTable, "CMPIEnumeration"}, {&kResultTable, "CMPIResult"},
-    {ContextTable(), "CMPIContext"},
-};
-
-const char *TypeOf(const void *object) {
-    const void *table = object != nullptr ? static_cast<const CMPIString *>(object)->ft : nullptr;
-    for (const auto &type : kHandleTypes)
-        if (type.table == table) return type.name;
-    return nullptr;
+CMPIGcStat *Mark(const CMPIBroker *broker, CMPIStatus *status) {
+    Core &core = CoreOf(broker);
+    Threads &mine = Threads::Mine();
+    const Layer *top = mine.Top(core);
+    const std::shared_ptr<Layer> layer = mine.Push(core, Layer::Kind::Mark, top != nullptr ? top->running : nullptr);
+    core.Keep(layer);
+    Set(status, CMPI_RC_OK);
+    return layer.get();
 }
 
-CMPIString *GetType(const CMPIBroker *broker, const void *object, CMPIStatus *status) {
-    const char *type = TypeOf(object);
-    Set(status, type != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_PARAMETER);
-    return type != nullptr ? LendString(CoreOf(broker), type) : nullptr;
-}
-
-CMPIBoolean IsOfType(const CMPIBroker *, const void *object, const char *wanted, CMPIStatus *status) {
-    const char *type = TypeOf(object);
-    Set(status, type != nullptr && wanted != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_PARAMETER);
-    return type != nullptr && wanted != nullptr && std::string_view(type) == wanted ? 1 : 0;
-}
-
-// For log lines: a path as text, an instance as its path, anything else as its type.
-CMPIString *ToString(const CMPIBroker *broker, const void *object, CMPIStatus *status) {
-    const char *type = TypeOf(object);
-    const void *table = type != nullptr ? static_cast<const CMPIString *>(object)->ft : nullptr;
-    if (table == &kObjectPathTable) {
-        const auto *path = static_cast<const CMPIObjectPath *>(object);
-        return path->ft->toString(path, status);
-    }
-    if (table == &kInstanceTable) {
-        Set(status, CMPI_RC_OK);
-        return LendPathText(CoreOf(broker),
-                            ObjectOf<InstanceObject>(static_cast<const CMPIInstance *>(object)).value->path);
-    }
-    if (table == &kStringTable) {
-        Set(status, CMPI_RC_OK);
-        return LendString(CoreOf(broker), ObjectOf<StringObject>(static_cast<const CMPIString *>(object)).text);
-    }
-    return GetType(broker, object, status);
-}
-
-// No part of this broker: methods, queries, messages.
-
-CMPIArgs *NewArgs(const CMPIBroker *, CMPIStatus *status) {
-    Set(status, CMPI_RC_ERR_NOT_SUPPORTED);
-    return nullptr;
-}
-
-CMPISelectExp *NewSelectExp(const CMPIBroker *, const char *, const char *, CMPIArray **, CMPIStatus *status) {
-    Set(status, CMPI_RC_ERR_NOT_SUPPORTED);
-    return nullptr;
-}
-
-// NOLINTNEXTLINE(cert-dcl50-cpp): CMPI's table has it so.
-CMPIString *GetMessage(const CMPIBroker *, const char *, const char *, CMPIStatus *status, CMPICount, ...) {
-    Set(status, CMPI_RC_ERR_NOT_SUPPORTED);
-    return nullptr;
-}
-
-template <class Level> CMPIStatus NoMessage(const CMPIBroker *, Level, const char *, const char *, const CMPIString *) {
-    return {CMPI_RC_ERR_NOT_SUPPORTED, nullptr};
+// Frees what was made since the mark, also between marks that are nested in it and were not released.
+CMPIStatus Release(const CMPIBroker *, const CMPIGcStat *mark) {
+    return {Threads::Mine().PopMark(mark) ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
 }
 
 } // namespace
@@ -161,20 +91,27 @@ const CMPIBrokerEncFT kEncapsulationTable = {
     100,
     NewInstance,
     NewObjectPath,
-    NewArgs,
+    kNotSupported, // newArgs
     NewString,
     NewArray,
-    NewDateTime,
-    NewDateTimeFromBinary,
+    kNotSupported, // newDateTime
+    kNotSupported, // newDateTimeFromBinary
     NewDateTimeFromChars,
-    NewSelectExp,
+    kNotSupported, // newSelectExp
     ClassPathIsA,
-    ToString,
-    IsOfType,
-    GetType,
-    GetMessage,
-    NoMessage<CMPISeverity>,
-    NoMessage<CMPILevel>,
+    kNotSupported, // toString
+    kNotSupported, // isOfType
+    kNotSupported, // getType
+    kNotSupported, // getMessage
+    kNotSupported, // logMessage
+    kNotSupported, // trace
+};
+
+// Allocates nothing: null is an answer that providers are prepared for.
+const CMPIBrokerMemFT kMemoryTable = {
+    100,           Mark,          Release,       kNotSupported, kNotSupported,
+    kNotSupported, kNotSupported, kNotSupported, kNotSupported, kNotSupported,
+    kNotSupported, kNotSupported, kNotSupported, kNotSupported, kNotSupported,
 };
 
 } // namespace cim

@@ -1,19 +1,8 @@
-#include "cim/broker/faults/FaultPoint.h"
 #include "cim/broker/objects/Convert.h"
 #include "cim/broker/objects/Objects.h"
 
 namespace cim {
 namespace {
-
-CMPIEnumeration *Clone(const CMPIEnumeration *from, CMPIStatus *status) {
-    const auto &object = ObjectOf<EnumerationObject>(from);
-    const FaultPoint fault(object.core, {Operation::Clone});
-    if (fault.Stops(status)) return nullptr;
-    Set(status, CMPI_RC_OK);
-    auto clone = std::make_unique<EnumerationObject>(object.core, object.elementType, object.elements);
-    clone->cursor = object.cursor;
-    return Cloned(std::move(clone));
-}
 
 CMPIData GetNext(const CMPIEnumeration *enumeration, CMPIStatus *status) {
     auto &object = ObjectOf<EnumerationObject>(enumeration);
@@ -33,18 +22,22 @@ CMPIBoolean HasNext(const CMPIEnumeration *enumeration, CMPIStatus *status) {
 // All elements, whatever the cursor has passed.
 CMPIArray *ToArray(const CMPIEnumeration *enumeration, CMPIStatus *status) {
     const auto &object = ObjectOf<EnumerationObject>(enumeration);
-    const auto array = [&](Value::Elements elements) {
-        return Lend(std::make_unique<ArrayObject>(object.core, object.elementType, std::move(elements)),
-                    object.fromUpcall);
-    };
     const FaultPoint fault(object.core, {Operation::ToArray});
-    if (fault.Stops(status)) return fault.WantsEmpty() ? array({}) : nullptr;
-    Set(status, CMPI_RC_OK);
-    return array(object.elements);
+    const bool stopped = fault.Stops(status);
+    if (stopped && !fault.WantsEmpty()) return nullptr;
+    auto elements = stopped ? Value::Elements() : object.elements;
+    return Lend(std::make_unique<ArrayObject>(object.core, object.elementType, std::move(elements)), object.fromUpcall);
 }
 
 } // namespace
 
-const CMPIEnumerationFT kEnumerationTable = {100, ReleaseObject<EnumerationObject>, Clone, GetNext, HasNext, ToArray};
+std::unique_ptr<EnumerationObject> EnumerationObject::Copy() const {
+    auto copy = std::make_unique<EnumerationObject>(core, elementType, elements);
+    copy->cursor = cursor;
+    return copy;
+}
+
+const CMPIEnumerationFT kEnumerationTable = {
+    100, ReleaseObject<EnumerationObject>, CloneObject<EnumerationObject>, GetNext, HasNext, ToArray};
 
 } // namespace cim

@@ -1,15 +1,9 @@
 // What stands behind each CMPI handle. A handle's hdl leads to its object, its ft to the one table of its type.
 #pragma once
 
-#include "cim/broker/Core.h"
-#include "cim/broker/classes/ClassTree.h"
-#include "cim/broker/objects/Scope.h"
+#include "cim/broker/objects/FaultPoint.h"
 #include "cim/broker/objects/Threads.h"
-#include "cim/broker/objects/Value.h"
 
-#include <cmpift.h>
-
-#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,7 +11,13 @@
 
 namespace cim {
 
-struct Results;
+// What providers return.
+struct Results {
+    std::vector<Instance> instances;
+    std::vector<ObjectPath> paths;
+
+    std::size_t Size() const { return instances.size() + paths.size(); }
+};
 
 constexpr CMPIStatus kOk{CMPI_RC_OK, nullptr};
 
@@ -29,17 +29,47 @@ extern const CMPIInstanceFT kInstanceTable;
 extern const CMPIResultFT kResultTable;
 const CMPIContextFT *ContextTable(); // what stands behind its last entry depends on the build
 
-template <class Handle, class Table> struct Encapsulated : Object {
+// Converts to any entry of a function table: what a table must have and this broker has not. Answers
+// CMPI_RC_ERR_NOT_SUPPORTED, and null or zero for a value.
+struct NotSupported {
+    template <class Answer, class... Arguments> using Entry = Answer (*)(Arguments...);
+    template <class Answer, class... Arguments> using VariadicEntry = Answer (*)(Arguments..., ...);
+
+    template <class Answer, class... Arguments> constexpr operator Entry<Answer, Arguments...>() const {
+        return Refuse<Answer, Arguments...>;
+    }
+    template <class Answer, class... Arguments> constexpr operator VariadicEntry<Answer, Arguments...>() const {
+        return RefuseAnyNumber<Answer, Arguments...>;
+    }
+
+private:
+    static void Tell(CMPIStatus *status) { Set(status, CMPI_RC_ERR_NOT_SUPPORTED); }
+    template <class Other> static void Tell(const Other &) {}
+    template <class Answer, class... Arguments> static Answer Refuse(Arguments... arguments) {
+        (Tell(arguments), ...);
+        if constexpr (std::is_same_v<Answer, CMPIStatus>) return {CMPI_RC_ERR_NOT_SUPPORTED, nullptr};
+        if constexpr (std::is_same_v<Answer, CMPIData>) return Blank(CMPI_null, CMPI_badValue);
+        return Answer();
+    }
+    // NOLINTNEXTLINE(cert-dcl50-cpp): CMPI's getMessage has it so.
+    template <class Answer, class... Arguments> static Answer RefuseAnyNumber(Arguments... arguments, ...) {
+        return Refuse<Answer, Arguments...>(arguments...);
+    }
+};
+constexpr NotSupported kNotSupported;
+
+template <class Handle, class Table> struct Encapsulated : BrokerObject {
     using HandleType = Handle;
 
-    Encapsulated(Core &broker, const Table *table) : Object(broker), handle{static_cast<Object *>(this), table} {}
+    Encapsulated(Core &broker, const Table *table)
+        : BrokerObject(broker), handle{static_cast<BrokerObject *>(this), table} {}
 
     Handle handle;
 };
 
 // The object behind a handle.
 template <class T> T &ObjectOf(const typename T::HandleType *handle) {
-    return *static_cast<T *>(static_cast<Object *>(handle->hdl));
+    return *static_cast<T *>(static_cast<BrokerObject *>(handle->hdl));
 }
 
 // A value that several objects may look at, and that is copied by the first that changes its own.
@@ -70,12 +100,14 @@ private:
 struct StringObject : Encapsulated<CMPIString, CMPIStringFT> {
     StringObject(Core &broker, std::optional<std::string> content)
         : Encapsulated(broker, &kStringTable), text(std::move(content)) {}
+    auto Copy() const { return std::make_unique<StringObject>(core, text); }
     const std::optional<std::string> text; // none: its characters are null
 };
 
 struct ArrayObject : Encapsulated<CMPIArray, CMPIArrayFT> {
     ArrayObject(Core &broker, CMPIType type, Value::Elements values)
         : Encapsulated(broker, &kArrayTable), elementType(type), elements(std::move(values)) {}
+    std::unique_ptr<ArrayObject> Copy() const;
     const CMPIType elementType;
     Value::Elements elements;
     bool madeOfChars = false; // with CMPI_chars as its type, for which elementType has CMPI_string
@@ -84,6 +116,7 @@ struct ArrayObject : Encapsulated<CMPIArray, CMPIArrayFT> {
 struct EnumerationObject : Encapsulated<CMPIEnumeration, CMPIEnumerationFT> {
     EnumerationObject(Core &broker, CMPIType type, Value::Elements values)
         : Encapsulated(broker, &kEnumerationTable), elementType(type), elements(std::move(values)) {}
+    std::unique_ptr<EnumerationObject> Copy() const;
     const CMPIType elementType;
     const Value::Elements elements;
     std::size_t cursor = 0;
@@ -92,14 +125,12 @@ struct EnumerationObject : Encapsulated<CMPIEnumeration, CMPIEnumerationFT> {
 struct ObjectPathObject : Encapsulated<CMPIObjectPath, CMPIObjectPathFT> {
     ObjectPathObject(Core &broker, Shared<ObjectPath> path)
         : Encapsulated(broker, &kObjectPathTable), value(std::move(path)) {}
-    const ClassDeclaration *Declaration() const; // null for a class that the broker does not know
-    void SetClassName(const char *name);
+    auto Copy() const { return std::make_unique<ObjectPathObject>(core, Shared<ObjectPath>(value.Share())); }
+    const ObjectPath *Path() const override { return &*value; }
+    // Null for a class that the broker does not know.
+    const ClassDeclaration *Declaration() const { return core.classes.Find(value->className); }
 
     Shared<ObjectPath> value;
-
-private:
-    mutable std::atomic<const ClassDeclaration *> declaration{
-        nullptr}; // once looked up; several threads may ask a clone
 };
 
 struct InstanceObject : Encapsulated<CMPIInstance, CMPIInstanceFT> {
@@ -107,6 +138,9 @@ struct InstanceObject : Encapsulated<CMPIInstance, CMPIInstanceFT> {
         : Encapsulated(broker, &kInstanceTable), value(std::move(instance)), declaration(known) {}
     InstanceObject(Core &broker, const Shared<Instance> &instance)
         : InstanceObject(broker, instance, broker.classes.Find(instance->path->className)) {}
+    std::unique_ptr<InstanceObject> Copy() const;
+    const ObjectPath *Path() const override { return &*value->path; }
+
     Shared<Instance> value;
     const ClassDeclaration *const declaration; // null for a class that the broker does not know
     std::optional<std::vector<std::string>>
@@ -114,9 +148,9 @@ struct InstanceObject : Encapsulated<CMPIInstance, CMPIInstanceFT> {
 };
 
 struct ContextObject : Encapsulated<CMPIContext, CMPIContextFT> {
-    ContextObject(Core &broker, const Provider *whose, std::vector<NamedValue> values)
+    ContextObject(Core &broker, const Runner *whose, std::vector<NamedValue> values)
         : Encapsulated(broker, ContextTable()), provider(whose), entries(std::move(values)) {}
-    const Provider *const provider; // null for the client's own code
+    const Runner *const provider; // null for the client's own code
     std::vector<NamedValue> entries;
     bool prepared = false;           // for a thread to attach
     std::shared_ptr<Layer> attached; // while a thread has it attached
@@ -130,7 +164,7 @@ struct ResultObject : Encapsulated<CMPIResult, CMPIResultFT> {
 
 // What stands behind an object, for another that keeps it as it is now. Several threads may ask one clone at once.
 template <class T> auto ShareOf(T &object) {
-    return object.life == Object::Life::Clone ? object.value.Share() : object.value.Expose();
+    return object.life == BrokerObject::Life::Clone ? object.value.Share() : object.value.Expose();
 }
 
 // Lends an object to the calling thread.
@@ -142,7 +176,7 @@ template <class T> typename T::HandleType *Lend(std::unique_ptr<T> object, bool 
 
 // Hands an object to whoever calls for a clone.
 template <class T> typename T::HandleType *Cloned(std::unique_ptr<T> object) {
-    object->life = Object::Life::Clone;
+    object->life = BrokerObject::Life::Clone;
     object->core.counts.clones.fetch_add(1, std::memory_order_relaxed);
     return &object.release()->handle;
 }
@@ -152,19 +186,16 @@ template <class T> CMPIStatus ReleaseObject(typename T::HandleType *handle) {
     return kOk;
 }
 
-inline void Set(CMPIStatus *status, CMPIrc rc) {
-    if (status != nullptr) *status = {rc, nullptr};
+template <class T> typename T::HandleType *CloneObject(const typename T::HandleType *from, CMPIStatus *status) {
+    const auto &object = ObjectOf<T>(from);
+    const FaultPoint fault(object.core, {Operation::Clone, object.Path()});
+    return fault.Stops(status) ? nullptr : Cloned(object.Copy());
 }
 
-// The value that a key property has from an instance's path; null when it has none from there. Whether the property is
-// set does not matter.
-const Value *KeyAsProperty(const Instance &instance, const PropertyDeclaration &declared);
-// Gives an instance its listed key properties as values of its own, and no others from its path any more.
-void CopyKeys(Instance &instance, const ClassDeclaration &declaration, PropertyList listed);
-
-// A path as text, which is too much for an unkind broker when it is long.
-CMPIString *LendPathText(Core &core, const ObjectPath &path);
-
 CMPIString *LendString(Core &core, std::optional<std::string> text);
+// Unless a fault stops it.
+CMPIString *LendString(const FaultPoint &fault, Core &core, CMPIStatus *status, std::optional<std::string> text);
+CMPIDateTime *LendDateTime(Core &core, std::string text);
+const std::string &TextOf(const CMPIDateTime *dateTime);
 
 } // namespace cim

@@ -4,7 +4,7 @@
 
 namespace cim {
 
-void Object::Release() {
+void BrokerObject::Release() {
     switch (life) {
     case Life::Fixed:
         return;
@@ -22,8 +22,8 @@ void Object::Release() {
     delete this;
 }
 
-void Scope::Adopt(Object *object) {
-    object->life = Object::Life::Lent;
+void LentScope::Adopt(BrokerObject *object) {
+    object->life = BrokerObject::Life::Lent;
     object->owner = this;
     object->core.counts.lent.fetch_add(1, std::memory_order_relaxed);
     const std::lock_guard<std::mutex> lock(mutex);
@@ -33,34 +33,34 @@ void Scope::Adopt(Object *object) {
     if (object->fromUpcall) ++upcallObjects;
 }
 
-void Scope::Remove(Object *object) {
+void LentScope::Remove(BrokerObject *object) {
     const std::lock_guard<std::mutex> lock(mutex);
     (object->previous != nullptr ? object->previous->next : first) = object->next;
     if (object->next != nullptr) object->next->previous = object->previous;
     if (object->fromUpcall) --upcallObjects;
 }
 
-void Scope::Free() {
-    Object *object = nullptr;
+void LentScope::Free() {
+    BrokerObject *object = nullptr;
     {
         const std::lock_guard<std::mutex> lock(mutex);
         std::swap(object, first);
         upcallObjects = 0;
     }
     while (object != nullptr) {
-        Object *following = object->next;
+        BrokerObject *following = object->next;
         object->core.counts.lent.fetch_sub(1, std::memory_order_relaxed);
         delete object;
         object = following;
     }
 }
 
-bool Scope::Empty() const {
+bool LentScope::Empty() const {
     const std::lock_guard<std::mutex> lock(mutex);
     return first == nullptr;
 }
 
-std::size_t Scope::UpcallObjects() const {
+std::size_t LentScope::UpcallObjects() const {
     const std::lock_guard<std::mutex> lock(mutex);
     return upcallObjects;
 }

@@ -8,20 +8,23 @@
 namespace cim {
 
 class Core;
-class Scope;
+class LentScope;
+struct ObjectPath;
 
 // Base of every encapsulated object.
-struct Object {
+struct BrokerObject {
     enum class Life {
         Fixed, // part of a call in progress; a release leaves it alone
         Lent,  // owned by a scope
         Clone, // owned by whoever asked for it, until it is released
     };
 
-    explicit Object(Core &broker) : core(broker) {}
-    virtual ~Object() = default;
-    Object(const Object &) = delete;
-    Object &operator=(const Object &) = delete;
+    explicit BrokerObject(Core &broker) : core(broker) {}
+    virtual ~BrokerObject() = default;
+    BrokerObject(const BrokerObject &) = delete;
+    BrokerObject &operator=(const BrokerObject &) = delete;
+
+    virtual const ObjectPath *Path() const { return nullptr; } // of a path or an instance
 
     // What a provider's release does: frees a clone, or a lent object before its time.
     void Release();
@@ -31,30 +34,30 @@ struct Object {
     bool fromUpcall = false; // made by an up-call, or read from what one returned
 
 private:
-    friend class Scope;
-    Scope *owner = nullptr;
-    Object *previous = nullptr;
-    Object *next = nullptr;
+    friend class LentScope;
+    LentScope *owner = nullptr;
+    BrokerObject *previous = nullptr;
+    BrokerObject *next = nullptr;
 };
 
 // Owns what was lent during an invocation, to an attached thread or since a mark. Used by one thread as a rule; an
 // object may be released by another.
-class Scope {
+class LentScope {
 public:
-    Scope() = default;
-    ~Scope() { Free(); }
-    Scope(const Scope &) = delete;
-    Scope &operator=(const Scope &) = delete;
+    LentScope() = default;
+    ~LentScope() { Free(); }
+    LentScope(const LentScope &) = delete;
+    LentScope &operator=(const LentScope &) = delete;
 
-    void Adopt(Object *object);
-    void Remove(Object *object);
+    void Adopt(BrokerObject *object);
+    void Remove(BrokerObject *object);
     void Free();
     bool Empty() const;
     std::size_t UpcallObjects() const;
 
 private:
     mutable std::mutex mutex;
-    Object *first = nullptr; // guarded by mutex, as the next
+    BrokerObject *first = nullptr; // guarded by mutex, as the next
     std::size_t upcallObjects = 0;
 };
 

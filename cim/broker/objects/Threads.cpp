@@ -1,7 +1,6 @@
 #include "cim/broker/objects/Threads.h"
 
 #include "cim/broker/Core.h"
-#include "cim/broker/routing/Provider.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -22,14 +21,14 @@ Threads::~Threads() {
         const std::size_t left = layer->scope.UpcallObjects();
         if (left != 0 && core->config.memory.abortUndrained) {
             std::fprintf(stderr, "broker: a thread of %s ended with %zu objects of its up-calls left on it\n",
-                         layer->running != nullptr ? layer->running->Name().c_str() : "no known provider", left);
+                         layer->running != nullptr ? layer->running->name.c_str() : "no known provider", left);
             std::abort();
         }
         if (layer->kind == Layer::Kind::Heap && layer->scope.Empty()) core->Forget(layer);
     }
 }
 
-std::shared_ptr<Layer> Threads::Push(Core &core, Layer::Kind kind, const Provider *running) {
+std::shared_ptr<Layer> Threads::Push(Core &core, Layer::Kind kind, const Runner *running) {
     auto layer = std::make_shared<Layer>(&core, kind);
     const Layer *below = Top(core);
     layer->running = running;
@@ -78,9 +77,9 @@ Layer *Threads::Top(const Core &core) const {
     return nullptr;
 }
 
-bool Threads::Runs(const Core &core, const Provider &provider) const {
+bool Threads::Runs(const Core &core, const Runner &runner) const {
     return std::any_of(layers.begin(), layers.end(), [&](const auto &layer) {
-        return layer->core.load(std::memory_order_relaxed) == &core && layer->running == &provider;
+        return layer->core.load(std::memory_order_relaxed) == &core && layer->running == &runner;
     });
 }
 
@@ -101,14 +100,14 @@ Layer &Threads::Heap(Core &core) {
     return *heap;
 }
 
-Scope &Threads::CurrentScope(Core &core) {
+LentScope &Threads::CurrentScope(Core &core) {
     for (auto layer = layers.rbegin(); layer != layers.rend(); ++layer)
         if ((*layer)->owns && (*layer)->core.load(std::memory_order_relaxed) == &core) return (*layer)->scope;
     return Heap(core).scope;
 }
 
 void Threads::Flush(Core &core, const ContextObject &context) {
-    Scope *lowest = nullptr; // that objects of the context's layer go to
+    LentScope *lowest = nullptr; // that objects of the context's layer go to
     bool above = false;
     for (const auto &layer : layers) {
         if (layer->core.load(std::memory_order_relaxed) != &core) continue;

@@ -6,13 +6,18 @@
 
 #include <atomic>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace cim {
 
 class Core;
-class Provider;
 struct ContextObject;
+
+// Whose code can run on a thread: a provider.
+struct Runner {
+    const std::string name;
+};
 
 struct Layer {
     enum class Kind {
@@ -28,9 +33,9 @@ struct Layer {
     const Kind kind;
     bool owns = true; // false: what is made goes to the layer below
     bool background = true;
-    const Provider *running = nullptr;      // whose code runs; null for the client's own
+    const Runner *running = nullptr;        // whose code runs; null for the client's own
     const ContextObject *context = nullptr; // of a call or an attachment
-    Scope scope;
+    LentScope scope;
 };
 
 // The calling thread's layers, of all brokers that it meets.
@@ -39,7 +44,7 @@ public:
     static Threads &Mine();
     ~Threads(); // the thread ends
 
-    std::shared_ptr<Layer> Push(Core &core, Layer::Kind kind, const Provider *running);
+    std::shared_ptr<Layer> Push(Core &core, Layer::Kind kind, const Runner *running);
     // Takes a call and all that is above it off.
     void PopCall(const Layer *call);
     // Takes a mark, and the marks above it, off. Attachments above it stay. False when this thread has no such mark.
@@ -48,8 +53,8 @@ public:
     bool PopAttached(const Layer *attached);
 
     Layer *Top(const Core &core) const; // null when the thread does nothing in this broker
-    Scope &CurrentScope(Core &core);
-    bool Runs(const Core &core, const Provider &provider) const;
+    LentScope &CurrentScope(Core &core);
+    bool Runs(const Core &core, const Runner &runner) const;
     bool IsInCall(const Core &core) const; // false on a provider's own thread, unless it is inside of another provider
     // Frees all that was lent to the thread in the context's layer and above it; layers stay.
     void Flush(Core &core, const ContextObject &context);

@@ -2,17 +2,52 @@
 
 #include "cim/broker/objects/Convert.h"
 
+#include <dlfcn.h>
 #include <set>
+#include <unistd.h>
 
 namespace cim {
 namespace {
 
 Status Failed(const std::string &reason) { return {CMPI_RC_ERR_FAILED, reason}; }
 
+// lib<location>.so from the first of the folders that has it. Null, with the reason in `error`.
+std::shared_ptr<void> Open(const std::string &location, const std::vector<std::string> &folders, std::string *error) {
+    const std::string name = "lib" + location + ".so";
+    std::string searched;
+    for (const std::string &folder : folders) {
+        const std::string file = folder + "/" + name;
+        if (access(file.c_str(), F_OK) == 0) {
+            void *library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+            if (library != nullptr) return {library, dlclose};
+            *error = dlerror();
+            return nullptr;
+        }
+        searched += (searched.empty() ? "" : ", ") + folder;
+    }
+    *error = name + " is not in " + (searched.empty() ? "any folder: none was named" : searched);
+    return nullptr;
+}
+
 } // namespace
 
+CallFrame::CallFrame(Core &broker, const Provider *whose, const std::string &nameSpace, Origin origin)
+    : ContextObject(broker, whose,
+                    {{CMPIInvocationFlags, Value::Unsigned(CMPI_uint32, 0)},
+                     {CMPIInitNameSpace, Value::Text(nameSpace)},
+                     {CMPIPrincipal, Value::Text("")}}),
+      layer(Threads::Mine().Push(core, Layer::Kind::Call, whose)) {
+    if (origin == Origin::Client) layer->background = false;
+    layer->context = this;
+}
+
+CallFrame::~CallFrame() {
+    Threads::Mine().PopCall(layer.get());
+    layer->scope.Free();
+}
+
 Provider::Provider(Core &broker, const Registration &first)
-    : core(broker), firstRegistration(first), name(first.provider), location(first.location) {}
+    : Runner{first.provider}, core(broker), firstRegistration(first), location(first.location) {}
 
 void Provider::Serve(const Registration &registration) {
     needsInstance = needsInstance || registration.instance;
@@ -27,10 +62,10 @@ const Registration *Provider::KeyOf(const Registration &registration) const {
 Status Provider::WaitUntilSteady(Lock &lock) {
     while (state == State::Changing) {
         // A provider's own threads must not wait for its factory or clean-up, which may wait for them.
-        if (Threads::Mine().Runs(core, *this) || !core.changes.BeginWait(*this))
+        if (Threads::Mine().Runs(core, *this) || !core.waits.BeginWait(*this))
             return Failed(name + " is being loaded or unloaded");
         changed.wait(lock);
-        core.changes.EndWait();
+        core.waits.EndWait();
     }
     return state == State::Terminated ? Failed(name + " has been shut down") : Status{};
 }
@@ -38,10 +73,10 @@ Status Provider::WaitUntilSteady(Lock &lock) {
 // Runs `change` without the mutex, with everybody else kept out; it answers the state that follows.
 void Provider::Change(Lock &lock, const std::function<State()> &change) {
     state = State::Changing;
-    core.changes.Begin(*this);
+    core.waits.BeginChange(*this);
     lock.unlock();
     const State next = change();
-    core.changes.End(*this);
+    core.waits.EndChange(*this);
     lock.lock();
     if (next == State::Loaded && loadedAs == 0) loadedAs = ++core.loads;
     if (next != State::Loaded) loadedAs = 0;
@@ -153,11 +188,14 @@ Status Provider::OpenLibrary() {
         return {};
     }
     std::string reason;
-    library = Library::Open(location, core.config.libraryFolders, &reason);
+    library = Open(location, core.config.libraryFolders, &reason);
     const auto find = [&](bool needed, const char *suffix, auto *factory) {
         if (!needed || library == nullptr) return;
-        *factory = reinterpret_cast<std::remove_pointer_t<decltype(factory)>>(library->Symbol(name + suffix, &reason));
-        if (*factory == nullptr) library.reset();
+        void *symbol = dlsym(library.get(), (name + suffix).c_str());
+        *factory = reinterpret_cast<std::remove_pointer_t<decltype(factory)>>(symbol);
+        if (symbol != nullptr) return;
+        reason = "lib" + location + ".so has no " + name + suffix;
+        library.reset();
     };
     find(needsInstance, "_Create_InstanceMI", &factories.createInstanceMI);
     find(needsAssociation, "_Create_AssociationMI", &factories.createAssociationMI);

@@ -1,10 +1,7 @@
 // A registered provider: loaded by the first call that needs it, unloaded when it agrees.
 #pragma once
 
-#include "cim/broker/Broker.h"
-#include "cim/broker/classes/Registration.h"
-#include "cim/broker/routing/CallFrame.h"
-#include "cim/broker/routing/Library.h"
+#include "cim/broker/objects/Objects.h"
 
 #include <condition_variable>
 #include <functional>
@@ -14,19 +11,41 @@
 
 namespace cim {
 
+// prepareAttachThread, attachThread, detachThread.
+CMPIContext *PrepareAttachThread(const CMPIBroker *broker, const CMPIContext *context);
+CMPIStatus AttachThread(const CMPIBroker *broker, const CMPIContext *context);
+CMPIStatus DetachThread(const CMPIBroker *broker, const CMPIContext *context);
+
+// A provider's function, or the client's own code, at work on the calling thread. Ends with all that was lent to it.
+class CallFrame : private ContextObject {
+public:
+    enum class Origin {
+        Client, // a request, or the broker's own doing
+        Nested, // whatever the thread is doing
+    };
+    CallFrame(Core &broker, const Provider *whose, const std::string &nameSpace, Origin origin);
+    ~CallFrame() override;
+
+    const CMPIContext *Context() const { return &handle; }
+    static CallFrame *Of(const CMPIContext *context) {
+        return static_cast<CallFrame *>(&ObjectOf<ContextObject>(context));
+    }
+
+private:
+    std::shared_ptr<Layer> layer;
+};
+
 // What the factories made. Either may be null where the provider is not registered for it.
 struct Mis {
     CMPIInstanceMI *instance = nullptr;
     CMPIAssociationMI *association = nullptr;
 };
 
-class Provider {
+class Provider : public Runner {
 public:
     // `first`, and every registration served, outlives the provider.
     Provider(Core &broker, const Registration &first);
     void Serve(const Registration &registration); // while the broker is being made
-
-    const std::string &Name() const { return name; }
 
     // The MIs for a registered class, for one call that ends with Leave. Loads the library and calls the factories
     // where that has not been done; waits while another thread does so or has the provider clean up.
@@ -51,7 +70,7 @@ private:
     // All that was made, for clean-up, and what keeps it there for whoever is calling it.
     struct Callable {
         std::vector<Mis> mis;
-        std::shared_ptr<Library> library;
+        std::shared_ptr<void> library;
     };
 
     using Lock = std::unique_lock<std::mutex>;
@@ -68,14 +87,13 @@ private:
 
     Core &core;
     const Registration &firstRegistration;
-    const std::string name;
     const std::string location;
     bool needsInstance = false; // fixed once the broker is made, as the next
     bool needsAssociation = false;
 
     // While the state is Changing these are the changing thread's; else they stay as they are.
     bool opened = false;
-    std::shared_ptr<Library> library; // null for one that is linked in
+    std::shared_ptr<void> library; // null for one that is linked in
     BuiltinProvider factories;
     std::multimap<const Registration *, Mis> made; // by registered class, when each has MIs of its own
 

@@ -1,230 +1,100 @@
 // What providers ask of other providers through the broker.
-#include "cim/broker/faults/FaultPoint.h"
 #include "cim/broker/objects/Convert.h"
-#include "cim/broker/objects/Tables.h"
-#include "cim/broker/routing/Dispatcher.h"
+#include "cim/broker/routing/Dispatch.h"
 
 namespace cim {
 namespace {
 
-constexpr CMPIStatus kNotSupported{CMPI_RC_ERR_NOT_SUPPORTED, nullptr};
-
-const ObjectPath *PathOf(const CMPIObjectPath *path) {
-    return path != nullptr ? &*ObjectOf<ObjectPathObject>(path).value : nullptr;
-}
-
-std::string OrEmpty(const char *name) { return name != nullptr ? name : ""; }
-
-// Runs `ask` in the caller's name unless a fault stops it; its results go to `answer`. Without results it answers null.
-template <class Ask, class MakeAnswer>
-auto Run(const CMPIBroker *broker, const CMPIContext *context, const CallFacts &facts, CMPIStatus *rc, const Ask &ask,
-         const MakeAnswer &answer) -> decltype(answer(std::declval<Core &>(), std::declval<Results>())) {
-    Core &core = CoreOf(broker);
-    LoggedCall call(core, LoggedCall::Kind::Upcall, facts);
+// Answers a request in the caller's name unless a fault stops it. None: null is the answer.
+std::optional<Results> Ask(Core &core, const CMPIContext *context, const OperationRequest &request, CMPIStatus *rc) {
+    LoggedCall call(core, LoggedCall::Kind::Upcall, request);
     CMPIStatus ours{CMPI_RC_OK, nullptr};
     CMPIStatus &status = rc != nullptr ? *rc : ours;
+    Results results;
     if (call.Fault().Stops(&status)) {
         call.End(status.rc);
-        return call.Fault().WantsEmpty() ? answer(core, Results()) : nullptr;
+        return call.Fault().WantsEmpty() ? std::make_optional(results) : std::nullopt;
     }
-    Results results;
-    status = context != nullptr && facts.path != nullptr
-                 ? FromStatus(core, ask(Dispatcher(core, CallFrame::Origin::Nested), &results))
-                 : CMPIStatus{CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
+    if (context == nullptr || request.path == nullptr)
+        status.rc = CMPI_RC_ERR_INVALID_PARAMETER;
+    else
+        status = FromStatus(core, Dispatch(core, CallFrame::Origin::Nested, request, &results));
     call.End(status.rc, results.Size());
-    return status.rc == CMPI_RC_OK ? answer(core, std::move(results)) : nullptr;
+    return status.rc == CMPI_RC_OK ? std::make_optional(std::move(results)) : std::nullopt;
 }
 
-template <class T> CMPIEnumeration *EnumerationOf(Core &core, CMPIType type, std::vector<T> results) {
+const ObjectPath *PathOf(const CMPIObjectPath *path) {
+    return path != nullptr ? ObjectOf<ObjectPathObject>(path).Path() : nullptr;
+}
+
+// An enumeration of the results of one kind.
+template <class T>
+CMPIEnumeration *Enumerate(const CMPIBroker *broker, CMPIType type, std::vector<T> Results::*kind,
+                           const CMPIContext *context, const OperationRequest &request, CMPIStatus *rc) {
+    Core &core = CoreOf(broker);
+    std::optional<Results> results = Ask(core, context, request, rc);
+    if (!results) return nullptr;
     Value::Elements elements;
-    elements.reserve(results.size());
-    for (T &result : results) elements.push_back({type, std::make_shared<T>(std::move(result))});
+    elements.reserve(((*results).*kind).size());
+    for (T &result : (*results).*kind) elements.push_back({type, std::make_shared<T>(std::move(result))});
     return Lend(std::make_unique<EnumerationObject>(core, type, std::move(elements)), true);
 }
 
-CMPIEnumeration *InstancesOf(Core &core, Results results) {
-    return EnumerationOf(core, CMPI_instance, std::move(results.instances));
+CMPIEnumeration *Instances(const CMPIBroker *broker, const CMPIContext *context, const OperationRequest &request,
+                           CMPIStatus *rc) {
+    return Enumerate(broker, CMPI_instance, &Results::instances, context, request, rc);
 }
 
-CMPIEnumeration *PathsOf(Core &core, Results results) {
-    return EnumerationOf(core, CMPI_ref, std::move(results.paths));
+CMPIEnumeration *Paths(const CMPIBroker *broker, const CMPIContext *context, const OperationRequest &request,
+                       CMPIStatus *rc) {
+    return Enumerate(broker, CMPI_ref, &Results::paths, context, request, rc);
 }
 
-CMPIEnumeration *EnumerateInstanceNames(const CMPIBroker *broker, const CMPIContext *context,
-                                        const CMPIObjectPath *path, CMPIStatus *rc) {
-    const ObjectPath *of = PathOf(path);
-    return Run(
-        broker, context, {Operation::EnumerateInstanceNames, of}, rc,
-        [&](const Dispatcher &to, Results *results) { return to.EnumerateInstanceNames(*of, results); }, PathsOf);
+using Context = const CMPIContext *;
+using Path = const CMPIObjectPath *;
+
+CMPIEnumeration *EnumerateInstanceNames(const CMPIBroker *broker, Context context, Path path, CMPIStatus *rc) {
+    return Paths(broker, context, {Operation::EnumerateInstanceNames, PathOf(path)}, rc);
 }
 
-// A provider's property list, as requests have it.
-class Properties {
-public:
-    explicit Properties(const char **names) : list(ListOf(names)) {}
-    PropertyList Get() const { return list ? &*list : nullptr; }
-
-private:
-    const std::optional<std::vector<std::string>> list;
-};
-
-CMPIEnumeration *EnumerateInstances(const CMPIBroker *broker, const CMPIContext *context, const CMPIObjectPath *path,
-                                    const char **properties, CMPIStatus *rc) {
-    const ObjectPath *of = PathOf(path);
-    const Properties list(properties);
-    return Run(
-        broker, context, {Operation::EnumerateInstances, of}, rc,
-        [&](const Dispatcher &to, Results *results) { return to.EnumerateInstances(*of, list.Get(), results); },
-        InstancesOf);
+CMPIEnumeration *EnumerateInstances(const CMPIBroker *broker, Context context, Path path, const char **properties,
+                                    CMPIStatus *rc) {
+    return Instances(broker, context, {Operation::EnumerateInstances, PathOf(path), properties}, rc);
 }
 
-CMPIInstance *GetInstance(const CMPIBroker *broker, const CMPIContext *context, const CMPIObjectPath *path,
-                          const char **properties, CMPIStatus *rc) {
-    const ObjectPath *of = PathOf(path);
-    const Properties list(properties);
-    return Run(
-        broker, context, {Operation::GetInstance, of}, rc,
-        [&](const Dispatcher &to, Results *results) { return to.GetInstance(*of, list.Get(), results); },
-        [](Core &core, Results results) -> CMPIInstance * {
-            if (results.instances.empty()) return nullptr;
-            return Lend(std::make_unique<InstanceObject>(core, Shared<Instance>(std::move(results.instances[0]))),
-                        true);
-        });
-}
-
-// The four that follow associations share a shape; the names' twins have no property list.
-AssociationQuery QueryOf(const ObjectPath &source, const char *associationClass, const char *resultClass,
-                         const char *role, const char *resultRole) {
-    return {source, OrEmpty(associationClass), OrEmpty(resultClass), OrEmpty(role), OrEmpty(resultRole)};
-}
-
-CallFacts FactsOf(Operation operation, const ObjectPath *source, const char *associationClass,
-                  const char *resultClass) {
-    return {operation, source, associationClass != nullptr ? associationClass : std::string_view{},
-            resultClass != nullptr ? resultClass : std::string_view{}};
-}
-
-CMPIEnumeration *Associators(const CMPIBroker *broker, const CMPIContext *context, const CMPIObjectPath *path,
-                             const char *associationClass, const char *resultClass, const char *role,
-                             const char *resultRole, const char **properties, CMPIStatus *rc) {
-    const ObjectPath *of = PathOf(path);
-    const Properties list(properties);
-    return Run(
-        broker, context, FactsOf(Operation::Associators, of, associationClass, resultClass), rc,
-        [&](const Dispatcher &to, Results *results) {
-            return to.Associators(QueryOf(*of, associationClass, resultClass, role, resultRole), list.Get(), results);
-        },
-        InstancesOf);
-}
-
-CMPIEnumeration *AssociatorNames(const CMPIBroker *broker, const CMPIContext *context, const CMPIObjectPath *path,
-                                 const char *associationClass, const char *resultClass, const char *role,
-                                 const char *resultRole, CMPIStatus *rc) {
-    const ObjectPath *of = PathOf(path);
-    return Run(
-        broker, context, FactsOf(Operation::AssociatorNames, of, associationClass, resultClass), rc,
-        [&](const Dispatcher &to, Results *results) {
-            return to.AssociatorNames(QueryOf(*of, associationClass, resultClass, role, resultRole), results);
-        },
-        PathsOf);
-}
-
-CMPIEnumeration *References(const CMPIBroker *broker, const CMPIContext *context, const CMPIObjectPath *path,
-                            const char *associationClass, const char *role, const char **properties, CMPIStatus *rc) {
-    const ObjectPath *of = PathOf(path);
-    const Properties list(properties);
-    return Run(
-        broker, context, FactsOf(Operation::References, of, associationClass, nullptr), rc,
-        [&](const Dispatcher &to, Results *results) {
-            return to.References(QueryOf(*of, associationClass, nullptr, role, nullptr), list.Get(), results);
-        },
-        InstancesOf);
-}
-
-CMPIEnumeration *ReferenceNames(const CMPIBroker *broker, const CMPIContext *context, const CMPIObjectPath *path,
-                                const char *associationClass, const char *role, CMPIStatus *rc) {
-    const ObjectPath *of = PathOf(path);
-    return Run(
-        broker, context, FactsOf(Operation::ReferenceNames, of, associationClass, nullptr), rc,
-        [&](const Dispatcher &to, Results *results) {
-            return to.ReferenceNames(QueryOf(*of, associationClass, nullptr, role, nullptr), results);
-        },
-        PathsOf);
-}
-
-// The rest is neither logged nor open to faults: providers of devices that are only read do not call it.
-
-CMPIObjectPath *CreateInstance(const CMPIBroker *broker, const CMPIContext *context, const CMPIObjectPath *path,
-                               const CMPIInstance *instance, CMPIStatus *rc) {
-    if (context == nullptr || path == nullptr || instance == nullptr) {
-        Set(rc, CMPI_RC_ERR_INVALID_PARAMETER);
-        return nullptr;
-    }
+CMPIInstance *GetInstance(const CMPIBroker *broker, Context context, Path path, const char **properties,
+                          CMPIStatus *rc) {
     Core &core = CoreOf(broker);
-    Results results;
-    const Status status = Dispatcher(core, CallFrame::Origin::Nested)
-                              .CreateInstance(*PathOf(path), *ObjectOf<InstanceObject>(instance).value, &results);
-    if (rc != nullptr) *rc = FromStatus(core, status);
-    if (!status.Ok()) return nullptr;
-    return Lend(std::make_unique<ObjectPathObject>(core, Shared<ObjectPath>(std::move(results.paths[0]))), true);
+    std::optional<Results> results = Ask(core, context, {Operation::GetInstance, PathOf(path), properties}, rc);
+    if (!results || results->instances.empty()) return nullptr;
+    return Lend(std::make_unique<InstanceObject>(core, Shared<Instance>(std::move(results->instances[0]))), true);
 }
 
-CMPIStatus ModifyInstance(const CMPIBroker *broker, const CMPIContext *context, const CMPIObjectPath *path,
-                          const CMPIInstance *instance, const char **properties) {
-    if (context == nullptr || path == nullptr || instance == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
-    Core &core = CoreOf(broker);
-    const Properties list(properties);
-    return FromStatus(core, Dispatcher(core, CallFrame::Origin::Nested)
-                                .ModifyInstance(*PathOf(path), *ObjectOf<InstanceObject>(instance).value, list.Get()));
+CMPIEnumeration *Associators(const CMPIBroker *broker, Context context, Path path, const char *associationClass,
+                             const char *resultClass, const char *role, const char *resultRole, const char **properties,
+                             CMPIStatus *rc) {
+    return Instances(
+        broker, context,
+        {Operation::Associators, PathOf(path), properties, associationClass, resultClass, role, resultRole}, rc);
 }
 
-CMPIStatus DeleteInstance(const CMPIBroker *broker, const CMPIContext *context, const CMPIObjectPath *path) {
-    if (context == nullptr || path == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
-    Core &core = CoreOf(broker);
-    return FromStatus(core, Dispatcher(core, CallFrame::Origin::Nested).DeleteInstance(*PathOf(path)));
+CMPIEnumeration *AssociatorNames(const CMPIBroker *broker, Context context, Path path, const char *associationClass,
+                                 const char *resultClass, const char *role, const char *resultRole, CMPIStatus *rc) {
+    return Paths(broker, context,
+                 {Operation::AssociatorNames, PathOf(path), nullptr, associationClass, resultClass, role, resultRole},
+                 rc);
 }
 
-CMPIEnumeration *ExecQuery(const CMPIBroker *broker, const CMPIContext *context, const CMPIObjectPath *path,
-                           const char *query, const char *language, CMPIStatus *rc) {
-    if (context == nullptr || path == nullptr) {
-        Set(rc, CMPI_RC_ERR_INVALID_PARAMETER);
-        return nullptr;
-    }
-    Core &core = CoreOf(broker);
-    Results results;
-    const Status status = Dispatcher(core, CallFrame::Origin::Nested)
-                              .ExecQuery(*PathOf(path), OrEmpty(query), OrEmpty(language), &results);
-    if (rc != nullptr) *rc = FromStatus(core, status);
-    return status.Ok() ? InstancesOf(core, std::move(results)) : nullptr;
+CMPIEnumeration *References(const CMPIBroker *broker, Context context, Path path, const char *associationClass,
+                            const char *role, const char **properties, CMPIStatus *rc) {
+    return Instances(broker, context,
+                     {Operation::References, PathOf(path), properties, associationClass, nullptr, role}, rc);
 }
 
-CMPIData GetProperty(const CMPIBroker *broker, const CMPIContext *context, const CMPIObjectPath *path, const char *name,
-                     CMPIStatus *rc) {
-    const char *names[] = {name, nullptr};
-    CMPIStatus status{CMPI_RC_OK, nullptr};
-    const CMPIInstance *instance = GetInstance(broker, context, path, names, &status);
-    if (instance != nullptr) return instance->ft->getProperty(instance, name, rc);
-    if (rc != nullptr) *rc = status;
-    return Blank(CMPI_null, CMPI_badValue);
-}
-
-CMPIStatus SetProperty(const CMPIBroker *broker, const CMPIContext *context, const CMPIObjectPath *path,
-                       const char *name, const CMPIValue *value, CMPIType type) {
-    CMPIStatus status{CMPI_RC_OK, nullptr};
-    const CMPIInstance *instance = GetInstance(broker, context, path, nullptr, &status);
-    if (instance == nullptr) return status;
-    status = instance->ft->setProperty(instance, name, value, type);
-    const char *names[] = {name, nullptr};
-    return status.rc == CMPI_RC_OK ? ModifyInstance(broker, context, path, instance, names) : status;
-}
-
-CMPIStatus DeliverIndication(const CMPIBroker *, const CMPIContext *, const char *, const CMPIInstance *) {
-    return kNotSupported;
-}
-
-CMPIData InvokeMethod(const CMPIBroker *, const CMPIContext *, const CMPIObjectPath *, const char *, const CMPIArgs *,
-                      CMPIArgs *, CMPIStatus *rc) {
-    return Missing(rc, CMPI_RC_ERR_NOT_SUPPORTED, CMPI_badValue);
+CMPIEnumeration *ReferenceNames(const CMPIBroker *broker, Context context, Path path, const char *associationClass,
+                                const char *role, CMPIStatus *rc) {
+    return Paths(broker, context, {Operation::ReferenceNames, PathOf(path), nullptr, associationClass, nullptr, role},
+                 rc);
 }
 
 } // namespace
@@ -236,21 +106,21 @@ const CMPIBrokerFT kBrokerTable = {
     PrepareAttachThread,
     AttachThread,
     DetachThread,
-    DeliverIndication,
+    kNotSupported, // deliverIndication
     EnumerateInstanceNames,
     GetInstance,
-    CreateInstance,
-    ModifyInstance,
-    DeleteInstance,
-    ExecQuery,
+    kNotSupported, // createInstance
+    kNotSupported, // modifyInstance
+    kNotSupported, // deleteInstance
+    kNotSupported, // execQuery
     EnumerateInstances,
     Associators,
     AssociatorNames,
     References,
     ReferenceNames,
-    InvokeMethod,
-    SetProperty,
-    GetProperty,
+    kNotSupported, // invokeMethod
+    kNotSupported, // setProperty
+    kNotSupported, // getProperty
 };
 
 } // namespace cim

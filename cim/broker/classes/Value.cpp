@@ -1,4 +1,4 @@
-#include "cim/broker/objects/Value.h"
+#include "cim/broker/classes/Value.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -110,6 +110,15 @@ bool operator==(const ObjectPath &a, const ObjectPath &b) {
 const Value *Instance::Property(std::string_view name) const {
     const NamedValue *property = Find(properties, name);
     return property != nullptr ? &property->value : nullptr;
+}
+
+bool IsDateTimeText(std::string_view text) {
+    constexpr std::string_view kForm = "00000000000000.000000s000";
+    const auto fits = [](char form, char c) {
+        if (form == '0') return (c >= '0' && c <= '9') || c == '*';
+        return form == '.' ? c == '.' : c == '+' || c == '-' || c == ':';
+    };
+    return text.size() == kForm.size() && std::equal(kForm.begin(), kForm.end(), text.begin(), fits);
 }
 
 } // namespace cim

@@ -3,7 +3,6 @@
 #pragma once
 
 #include "cim/broker/classes/Name.h"
-#include "cim/values/Text.h"
 
 #include <cmpidt.h>
 
@@ -90,10 +89,14 @@ struct Instance {
     std::vector<NamedValue> properties;
     // The class's other properties are null, not missing: classes have many more than any provider sets.
     bool othersAreNull = false;
-    // Key properties that are not set have the values of the path's keys: as if copied, which few would ever look at.
-    bool keysAsInPath = false;
 
     const Value *Property(std::string_view name) const;
 };
+
+// Null: all properties.
+using PropertyList = const std::vector<std::string> *;
+
+// DSP0004's form of dates, yyyymmddhhmmss.mmmmmmsutc, and of intervals, ddddddddhhmmss.mmmmmm:000.
+bool IsDateTimeText(std::string_view text);
 
 } // namespace cim

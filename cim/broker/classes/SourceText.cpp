@@ -1,4 +1,4 @@
-#include "cim/broker/classes/TextFile.h"
+#include "cim/broker/classes/SourceText.h"
 
 #include <cerrno>
 #include <fstream>

@@ -2,40 +2,28 @@
 #pragma once
 
 #include "cim/broker/Core.h"
-#include "cim/broker/faults/Faults.h"
-
-#include <cmpidt.h>
 
 #include <memory>
-#include <string_view>
+#include <optional>
 
 namespace cim {
-
-// What a rule and the call log look at. Lent for the call.
-struct CallFacts {
-    Operation operation;
-    const ObjectPath *path = nullptr;
-    std::string_view associationClass = {};
-    std::string_view resultClass = {};
-    std::string_view className = {}; // of a call without a path
-};
-
-Call Describe(const Core &core, const CallFacts &facts);
 
 class FaultPoint {
 public:
     // Finds the rule that hits, runs its hook, waits out its delay and, when it has the call lost, for the answer. One
     // that is `inBackground` does not count as running meanwhile.
-    FaultPoint(Core &broker, const CallFacts &facts, bool inBackground = false);
+    FaultPoint(Core &broker, const OperationRequest &request, bool inBackground = false);
 
-    // True: the call must not run, and its status is set.
-    bool Stops(CMPIStatus *status) const { return rule != nullptr && Stop(status); }
+    // True: the call must not run. The status is set either way.
+    bool Stops(CMPIStatus *status) const {
+        Set(status, CMPI_RC_OK);
+        return rule != nullptr && Stop(status);
+    }
     bool WantsEmpty() const { return rule != nullptr && rule->effect == FaultRule::Effect::Empty; }
     void Rewrite(const char *name, CMPIData *answer, CMPIStatus *status) const;
 
 private:
     bool Stop(CMPIStatus *status) const;
-    static std::shared_ptr<const FaultRule> FindRule(Core &core, const CallFacts &facts);
 
     Core &core;
     std::shared_ptr<const FaultRule> rule; // null: none hit
@@ -45,7 +33,7 @@ private:
 class LoggedCall {
 public:
     enum class Kind { Upcall, ThreadCall };
-    LoggedCall(Core &broker, Kind kind, const CallFacts &facts);
+    LoggedCall(Core &broker, Kind kind, const OperationRequest &request);
     ~LoggedCall();
     LoggedCall(const LoggedCall &) = delete;
     LoggedCall &operator=(const LoggedCall &) = delete;
