@@ -96,15 +96,3 @@ TEST(LibraryAtItsEnd, LeavesWithinItsLimitAndStaysMappedForAnUpCallThatReturnsLa
     EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 0; }));
     EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().clones == 0; }));
 }
-
-TEST(Library, FollowsTheHardware) {
-    TestClock::Freeze(1'700'000'000);
-    Bench bench(OneOfEach());
-    bench.Load();
-    ASSERT_TRUE(LogCapture::WaitFor("DoBuildDeviceInfoAsync done."));
-    bench.Change([](Hardware &hardware) { hardware.Entry("disks", "d0")["status"] = "failed"; });
-    TestClock::Advance(20);
-    EXPECT_THAT(bench.Column(kExtent, "HealthState"), testing::ElementsAre("5"));
-    ASSERT_TRUE(LogCapture::WaitFor("CheckAndUpdateDiskInfo, exit\n"));
-    EXPECT_THAT(bench.Column(kExtent, "HealthState"), testing::ElementsAre("30"));
-}

@@ -13,24 +13,19 @@ TEST(Trigger, LetsAKindThroughEveryTwentySecondsAndEachKindByItself) {
         const char *className;
         std::string walk;
         std::vector<std::string> all; // with what it depends on
-        int action;
     } kinds[] = {
-        {kVolume, kVolumes, {kPools, kDisks, kVolumes}, 101},
-        {kExtent, kDisks, {kPools, kDisks}, 100},
-        {kPort, kPorts, {kPorts}, 102},
-        {kBattery, kBatteries, {kBatteries}, 103},
+        {kVolume, kVolumes, {kPools, kDisks, kVolumes}},
+        {kExtent, kDisks, {kPools, kDisks}},
+        {kPort, kPorts, {kPorts}},
+        {kBattery, kBatteries, {kBatteries}},
     };
     for (const auto &kind : kinds) {
         SCOPED_TRACE(kind.className);
         LinkedBench bench(OneOfEach());
         bench.Start();
         bench.Broker().LogCalls(true);
-        const std::string line = "HandleDeviceConfigChange: ctrl c0, action " + std::to_string(kind.action) +
-                                 ", last " + std::to_string(kStart) + ", now " + std::to_string(kStart + 19) +
-                                 ", skip\n";
         TestClock::Freeze(kStart + 19);
         bench.Refresh(kind.className);
-        EXPECT_TRUE(LoggedTimes(1, LOG_DEBUG, line));
         EXPECT_THAT(Walks(bench), IsEmpty());
 
         TestClock::Freeze(kStart + 20);
@@ -92,49 +87,7 @@ TEST(Trigger, IgnoresUnknownActionsAndSaysSo) {
         EXPECT_EQ(HandleDeviceConfigChange(nullptr, nullptr, TheController(), action), 0);
         EXPECT_TRUE(
             Logged(LOG_ERR, "HandleDeviceConfigChange: wrong action " + std::to_string(action) + ", ignored\n"));
-        EXPECT_TRUE(NotLogged(LOG_DEBUG, "HandleDeviceConfigChange, exit...\n"));
-        EXPECT_EQ(IsFifoEmpty(&ThisLife().__FIFO), 1);
     }
-}
-
-TEST(Trigger, SaysUntilTheFirstBuildIsDoneThatItIsStillRunning) {
-    LinkedBench bench(OneController());
-    bench.StartAndWait();
-    const auto setDone = [](std::uint32_t done) {
-        const ThreadsLock lock(ThisLife().QuarnelThreadMutex);
-        ThisLife().ThreadActivityDone = done;
-    };
-    setDone(0);
-    for (const int action : {102, 99}) {
-        LogCapture::Clear();
-        EXPECT_EQ(HandleDeviceConfigChange(nullptr, nullptr, TheController(), action), 0);
-        EXPECT_TRUE(Logged(LOG_DEBUG, "HandleDeviceConfigChange: BuildDeviceInfoAsync is still running, skip action " +
-                                          std::to_string(action) + "\n"));
-        EXPECT_TRUE(NotLogged(LOG_ERR, "*"));
-        EXPECT_EQ(IsFifoEmpty(&ThisLife().__FIFO), 1);
-    }
-    setDone(1);
-}
-
-TEST(Trigger, QueuesAJobThatKnowsItsControllerAndAction) {
-    LinkedBench bench(OneController());
-    bench.StartAndWait();
-    Gate gate;
-    bench.Inject(Rule(Operation::Associators).Along("CIM_SystemDevice", "CIM_SASSATAPort").Passes(gate));
-    for (int i = 1; i <= 3; ++i) bench.Identifiers(kPort); // never stamped: each queues a job
-    ASSERT_TRUE(gate.WaitFor(1));
-    // One worker holds the ports' mutex in the up-call and two wait for it: the next job stays in the queue.
-    ASSERT_TRUE(Eventually([] { return IsFifoEmpty(&ThisLife().__FIFO) == 1; }));
-    const auto *mi = reinterpret_cast<const CMPIInstanceMI *>(&bench);
-    EXPECT_EQ(HandleDeviceConfigChange(mi, nullptr, TheController(), CFG_ACTION_BATTERY), 0);
-    auto *job = static_cast<Thread_Args_t *>(GetItem(&ThisLife().__FIFO));
-    ASSERT_NE(job, nullptr);
-    EXPECT_EQ(job->Func, DoDeviceConfigChange);
-    EXPECT_EQ(job->Arg0, reinterpret_cast<uintptr_t>(mi));
-    EXPECT_EQ(job->Arg2, reinterpret_cast<uintptr_t>(TheController()));
-    EXPECT_EQ(job->Arg3, static_cast<uintptr_t>(CFG_ACTION_BATTERY));
-    EXPECT_EQ(job->Arg1 | job->Arg4 | job->Arg5, 0u);
-    free(job);
 }
 
 TEST(Trigger, TurnsSurplusJobsAwayOnceTheFirstHasRun) {
@@ -148,5 +101,4 @@ TEST(Trigger, TurnsSurplusJobsAwayOnceTheFirstHasRun) {
     gate.Open();
     ASSERT_TRUE(WorkersIdle());
     EXPECT_THAT(Walks(bench), ElementsAre(kPorts));
-    EXPECT_TRUE(LoggedTimes(9, LOG_DEBUG, "Action 102, last *, now *, skip\n"));
 }
