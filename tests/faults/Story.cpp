@@ -119,6 +119,7 @@ void Story::ExpectRefreshesToFollow(const std::string &but) {
         EXPECT_EQ(ids, deviceIDs[which]) << which << (but.empty() ? "" : ", while one is lost for " + but);
     }
     if (!but.empty()) return;
+    EXPECT_TRUE(Eventually([this] { return bench.Broker().Live().attachedThreads == kWorkers; }));
     bench.LetEveryWorkerWork();
     bench.ExpectOnlyRecordsAlive();
 }
@@ -171,7 +172,7 @@ Trouble Calls(cim::FaultRule rule) {
     return {[rule, armed](Story &story, std::uint64_t point) {
                 cim::FaultRule once = rule;
                 once.skip = point;
-                *armed = story.bench.Inject(once);
+                *armed = story.bench.Broker().Faults().Add(once);
             },
             [armed](Story &story) { return story.bench.Broker().Faults().Matched(*armed); },
             [](Story &story) { story.bench.Broker().Faults().Clear(); }};
@@ -181,6 +182,7 @@ Trouble Upcalls(cim::FaultRule::Effect effect, std::chrono::milliseconds delay) 
     using cim::Operation;
     Rule rule{Operation::EnumerateInstances, Operation::GetInstance, Operation::Associators,
               Operation::AssociatorNames};
+    rule.provider = kProvider;
     return Calls(rule.Does(effect).Saying("out of order").Takes(delay));
 }
 

@@ -60,7 +60,11 @@ Trouble At(Trap &trap) {
             [&](Story &) { trap.Set(UINT64_MAX); }};
 }
 
-Trouble Objects(Operation operation) { return Calls(Rule(operation).Does(Effect::NullWithOk)); }
+Trouble Objects(Operation operation) {
+    Rule rule(operation);
+    rule.provider = kProvider;
+    return Calls(rule.Does(Effect::NullWithOk));
+}
 
 // One of the samples that come with the project.
 Hardware Sample(const std::string &name) {
@@ -93,6 +97,7 @@ const Case kCases[] = {
     {"NoPathOfAnInstance", Objects(Operation::GetObjectPath)},
     {"NoCharacters", Objects(Operation::GetCharPtr)},
     {"NoContext", Objects(Operation::PrepareAttachThread)},
+    {"NoAttachment", Calls(Rule(Operation::AttachThread).Fails())},
     {"NoMemory", At(allocations)},
     {"NoMemoryUnlogged", At(allocations), nullptr, kSilent},
     {"NoMemoryInRack", At(allocations), "rack-server.json"}, // with long lists

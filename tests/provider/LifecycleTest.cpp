@@ -181,7 +181,10 @@ TEST(Unloading, ThatIsNoQuestionEndsARefreshWithItsUpCallAndForgetsTheQueuedOnes
     gate.Open();
     ending.join();
     EXPECT_LE(Count(bench.Upcalls(), "*CIM_*"), 3u); // those that were running
+    EXPECT_TRUE(LoggedTimes(3, LOG_DEBUG, "Thread * exiting...\n"));
     EXPECT_EQ(bench.Broker().Live().clones, 0u);
+    EXPECT_EQ(bench.Broker().Live().attachedThreads, 0u);
+    EXPECT_EQ(bench.Broker().Live().contexts, 0u);
     bench.Broker().Faults().Clear();
     // The deadline of this life does not hold the next one.
     EXPECT_TRUE(bench.Broker().CallFactoryAgain(kProvider).Ok());

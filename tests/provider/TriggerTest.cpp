@@ -1,6 +1,7 @@
 // Which requests ask for a refresh, when one is let through, and how it reaches a worker.
 #include "tests/provider/Walks.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 
 using namespace support;
@@ -90,15 +91,28 @@ TEST(Trigger, IgnoresUnknownActionsAndSaysSo) {
     }
 }
 
-TEST(Trigger, TurnsSurplusJobsAwayOnceTheFirstHasRun) {
+TEST(Trigger, LeavesOutWhatTheQueueHasNoRoomForAndTurnsSurplusJobsAway) {
     LinkedBench bench(Ports({"a"}));
     bench.StartAndWait();
     bench.Broker().LogCalls(true);
     Gate gate;
     bench.Inject(Rule(Operation::Associators).Along("CIM_SystemDevice", "CIM_SASSATAPort").Passes(gate));
-    for (int i = 0; i < 10; ++i) EXPECT_EQ(bench.Identifiers(kPort).size(), 1u); // answered while the vendor hangs
-    ASSERT_TRUE(gate.WaitFor(1));
+    const auto request = [&] { EXPECT_EQ(bench.Identifiers(kPort).size(), 1u); }; // answered while the vendor hangs
+    const auto queued = [] {
+        const QueueLock lock(ThisLife().__FIFO.Mutex);
+        return ThisLife().__FIFO.List.Size;
+    };
+    for (int i = 0; i < 3; ++i) request();
+    ASSERT_TRUE(gate.WaitFor(1)); // one worker is in the up-call, and two wait for it
+    ASSERT_TRUE(Eventually([&] { return queued() == 0; }));
+    for (std::uint32_t i = 1; i <= 25; ++i) {
+        request();
+        EXPECT_EQ(queued(), std::min(i, 20u));
+    }
+    EXPECT_EQ(HandleDeviceConfigChange(nullptr, nullptr, TheController(), CFG_ACTION_BATTERY), -6);
+    EXPECT_TRUE(NotLogged(LOG_ERR, "*"));
     gate.Open();
     ASSERT_TRUE(WorkersIdle());
     EXPECT_THAT(Walks(bench), ElementsAre(kPorts));
+    bench.ExpectOnlyRecordsAlive();
 }

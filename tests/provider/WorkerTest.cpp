@@ -11,31 +11,6 @@ using cim::Operation;
 
 namespace {
 
-// A job that is run for a test: it passes the gate, if there is one, and counts.
-struct TestJob {
-    Gate *gate = nullptr;
-    std::atomic<int> run{0};
-
-    static void Run(CMPIContext *, void *args) {
-        auto *record = static_cast<Thread_Args_t *>(args);
-        auto *job = reinterpret_cast<TestJob *>(record->Arg0);
-        free(record);
-        if (job->gate != nullptr) job->gate->Pass();
-        ++job->run;
-    }
-    Thread_Args_t *Record() {
-        auto *record = static_cast<Thread_Args_t *>(calloc(1, sizeof(Thread_Args_t)));
-        record->Func = Run;
-        record->Arg0 = reinterpret_cast<uintptr_t>(this);
-        return record;
-    }
-};
-
-std::uint32_t Active() {
-    const ThreadsLock lock(ThisLife().QuarnelThreadMutex);
-    return ThisLife().ActiveThreads;
-}
-
 // Walks from controllers to their devices of the class do not return; empty: of any.
 void LoseUpCalls(LinkedBench &bench, const std::string &devices) {
     bench.Inject(Rule(Operation::Associators).Along("CIM_SystemDevice", devices).Does(cim::FaultRule::Effect::Lost));
@@ -49,73 +24,27 @@ void PassAMinute(LinkedBench &bench) {
 
 } // namespace
 
-TEST(Workers, LeaveTheTwentyFirstWaitingJobWithItsProducer) {
-    LinkedBench bench(OneController());
-    bench.StartAndWait();
-    Gate gate;
-    TestJob blocking, waiting;
-    blocking.gate = &gate;
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(QueueJob(blocking.Record()), 0);
-    ASSERT_TRUE(gate.WaitFor(3));
-    EXPECT_EQ(Active(), 3u);
-    for (int i = 0; i < 20; ++i) EXPECT_EQ(QueueJob(waiting.Record()), 0);
-    Thread_Args_t *refused = waiting.Record();
-    EXPECT_EQ(QueueJob(refused), -6);
-    free(refused);
-
-    // A refresh that finds the queue full frees its own record, and its request is answered all the same.
-    LogCapture::Clear();
-    EXPECT_EQ(HandleDeviceConfigChange(nullptr, nullptr, TheController(), CFG_ACTION_BATTERY), -6);
-    EXPECT_TRUE(NotLogged(LOG_ERR, "*"));
-    EXPECT_TRUE(bench.Identifiers(kBattery).empty());
-
-    gate.Open();
-    ASSERT_TRUE(WorkersIdle());
-    EXPECT_EQ(Active(), 0u);
-    EXPECT_EQ(blocking.run, 3);
-    EXPECT_EQ(waiting.run, 20);
-}
-
 TEST(Workers, LeaveNoJobUnrunWhileTheyAreIdle) {
     const LogMask quiet(LOG_UPTO(LOG_INFO));
     LinkedBench bench(OneController());
     bench.Start();
     const auto produce = [] {
         for (int i = 0; i < 500; ++i) {
-            TestJob job;
-            ASSERT_EQ(QueueJob(job.Record()), 0);
+            std::atomic<bool> run{false};
+            auto *job = static_cast<Thread_Args_t *>(calloc(1, sizeof(Thread_Args_t)));
+            job->Func = [](CMPIContext *, void *args) {
+                *reinterpret_cast<std::atomic<bool> *>(static_cast<Thread_Args_t *>(args)->Arg0) = true;
+                free(args);
+            };
+            job->Arg0 = reinterpret_cast<uintptr_t>(&run);
+            ASSERT_EQ(QueueJob(job), 0);
             // Only the worker that this job woke will come to run it.
-            ASSERT_TRUE(Eventually([&] { return job.run == 1; }, std::chrono::seconds(20)));
+            ASSERT_TRUE(Eventually([&] { return run.load(); }, std::chrono::seconds(20)));
         }
     };
     std::thread first(produce), second(produce);
     first.join();
     second.join();
-}
-
-TEST(Stopping, WaitsForRunningJobsAndFreesQueuedOnes) {
-    LinkedBench bench(OneController());
-    bench.Start();
-    Gate gate;
-    TestJob running, queued;
-    running.gate = &gate;
-    for (int i = 0; i < 3; ++i) QueueJob(running.Record());
-    ASSERT_TRUE(gate.WaitFor(3));
-    for (int i = 0; i < 5; ++i) QueueJob(queued.Record());
-    std::atomic<bool> unloaded{false};
-    std::thread unloading([&] {
-        EXPECT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_OK);
-        unloaded = true;
-    });
-    EXPECT_TRUE(Eventually([] { return ThisLife().TerminateThread == 1; }));
-    EXPECT_FALSE(unloaded);
-    gate.Open();
-    unloading.join();
-    EXPECT_EQ(running.run, 3);
-    EXPECT_EQ(queued.run, 0);
-    EXPECT_TRUE(LoggedTimes(3, LOG_DEBUG, "Thread * exiting...\n"));
-    EXPECT_EQ(bench.Broker().Live().attachedThreads, 0u);
-    EXPECT_EQ(bench.Broker().Live().contexts, 0u);
 }
 
 TEST(Workers, ThatCannotBeStartedAreReportedAndOneIsEnough) {
@@ -143,41 +72,6 @@ TEST(Workers, ThatAreNotThereLeaveTheControllersServedAndNothingBehind) {
         EXPECT_TRUE(bench.Identifiers(kExtent).empty());
         EXPECT_EQ(IsFifoEmpty(&ThisLife().__FIFO), 0);
     }
-}
-
-TEST(Workers, SurviveAContextThatCannotBeRenewed) {
-    BenchOptions options;
-    options.memory = cim::kFreedAtDetach;
-    LinkedBench bench(OneOfEach(), options);
-    bench.Start();
-    // One renewal without a successor: what that worker was lent stays until it has run another job.
-    bench.Inject(Rule(Operation::PrepareAttachThread).Times(1).Fails());
-    EXPECT_EQ(bench.RefreshedColumn(kPort, "PortType").size(), 1u);
-#ifndef QUARNEL_CONTEXT_FLUSH // which gives everything back without a successor
-    EXPECT_GT(bench.Broker().Live().lent, 0u);
-#endif
-    bench.LetEveryWorkerWork();
-    bench.ExpectOnlyRecordsAlive();
-    EXPECT_EQ(bench.RefreshedColumn(kPort, "PortType").size(), 1u);
-    EXPECT_TRUE(bench.Get(kPort, "zbrPortc0_p0").Ok());
-}
-
-TEST(Workers, ThatCannotAttachAgainAreStartedLater) {
-    LinkedBench bench(OneOfEach());
-    bench.Start();
-    EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 3; }));
-    const auto fault = bench.Broker().Faults().Add(Rule(Operation::AttachThread).Fails());
-    bench.LetEveryWorkerWork();
-#ifdef QUARNEL_CONTEXT_FLUSH // a context is never renewed
-    ASSERT_TRUE(WorkersIdle());
-#else
-    ASSERT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 0; }));
-#endif
-    bench.Broker().Faults().Remove(fault);
-    bench.Change([](Hardware &hardware) { hardware.Entry("batteries", "b0")["status"] = "failed"; });
-    bench.RefreshedColumn(kBattery, "HealthState");
-    EXPECT_EQ(bench.RefreshedColumn(kBattery, "HealthState"), std::vector<std::string>{"30"});
-    EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 3; }));
 }
 
 TEST(Workers, AreLostInUpCallsAtMostThreeTimesAndThenNothingMoreIsRisked) {
