@@ -28,16 +28,15 @@ TEST(DeviceKinds, AreFoundBySubclassWithNoMoreClassTestsThanTheMemoryNeeds) {
                       port = "Sim_SASSATAPort", fan = "Sim_Fan", acme = "Sim_AcmeDiskDrive";
     const struct {
         std::vector<std::string> classes;
-        std::vector<int> codes;
         std::uint64_t tests; // a volume costs one, a port two, a disk three, a battery and anything else four
     } cases[] = {
-        {{volume, disk, volume, disk, battery}, {1, 3, 1, 3, 4}, 8},
-        {{disk, disk, disk}, {3, 3, 3}, 3},
-        {{port, battery, port, battery}, {2, 4, 2, 4}, 6},
-        {{fan, fan, fan}, {99, 99, 99}, 4},
-        {{fan, disk, fan}, {99, 3, 99}, 11},
-        {{acme, disk, disk, acme}, {3, 3, 3, 3}, 9}, // one name a kind is kept
-        {{}, {}, 0},
+        {{volume, disk, volume, disk, battery}, 8},
+        {{disk, disk, disk}, 3},
+        {{port, battery, port, battery}, 6},
+        {{fan, fan, fan}, 4},
+        {{fan, disk, fan}, 11},
+        {{acme, disk, disk, acme}, 9}, // one name a kind is kept
+        {{}, 0},
     };
     for (const auto &test : cases) {
         SCOPED_TRACE(testing::PrintToString(test.classes));
@@ -45,12 +44,6 @@ TEST(DeviceKinds, AreFoundBySubclassWithNoMoreClassTestsThanTheMemoryNeeds) {
         const auto tests = bench.Inject(Rule(Operation::ClassPathIsA));
         bench.Start();
         EXPECT_EQ(bench.Broker().Faults().Matched(tests), test.tests);
-        std::vector<int> codes;
-        for (const std::string &line : LogCapture::Texts("BuildLogicalDeviceInfo: (*)root/sim:*", LOG_DEBUG))
-            codes.push_back(std::stoi(line.substr(line.find('(') + 1)));
-        EXPECT_EQ(codes, test.codes);
-        EXPECT_TRUE(RefreshesMayBegin());
-        bench.ExpectOnlyRecordsAlive();
     }
 }
 
@@ -72,9 +65,6 @@ TEST(FirstBuild, EndsAlsoWhenTheDevicesCannotBeListed) {
         LinkedBench bench(OneOfEach());
         bench.Inject(Rule(Operation::Associators).Along("CIM_SystemDevice").Does(effect));
         bench.Start();
-        EXPECT_EQ(LogCapture::Count(LOG_ERR, "Associators *Sim_ComputerSystem* (assocClass: CIM_SystemDevice, "
-                                             "resultClass: NULL) failed, status: rc 1, msg NULL"),
-                  effect == FaultRule::Effect::Fail ? 1u : 0u);
         EXPECT_TRUE(RefreshesMayBegin());
         EXPECT_EQ(TheController()->PoolList->Size, 2u);
     }
@@ -114,6 +104,7 @@ TEST(FirstBuild, WaitsForRoomInTheQueueAndDropsNothing) {
     EXPECT_TRUE(LogCapture::WaitFor("BuildLogicalDeviceInfo: FIFO full, waiting...\n"));
     gate.Open();
     ASSERT_TRUE(WorkersIdle());
+    EXPECT_LT(LogCapture::Count(LOG_ERR, "*FIFO full*"), 50u); // once a second, not for every disk
     const auto built = bench.Identifiers(kExtent);
     EXPECT_EQ(built.size(), expected.size());
     EXPECT_EQ(std::set<std::string>(built.begin(), built.end()), expected);

@@ -47,6 +47,15 @@ TEST(Workers, LeaveNoJobUnrunWhileTheyAreIdle) {
     second.join();
 }
 
+TEST(Workers, SleepWhileThereIsNothingToDo) {
+    LinkedBench bench(OneOfEach());
+    bench.Start();
+    const auto looks = [] { return LogCapture::Count(LOG_DEBUG, "QuarnelThread(*): no item to process, wait...\n"); };
+    const std::size_t before = looks();
+    for (int i = 0; i < 100; ++i) bench.Enumerate(kController);
+    EXPECT_LE(looks(), before + kWorkers); // each may have been about to fall asleep
+}
+
 TEST(Workers, ThatCannotBeStartedAreReportedAndOneIsEnough) {
     Hardware hardware = OneOfEach();
     for (int i = 0; i < 60; ++i) hardware.WithPort("more" + std::to_string(i));
