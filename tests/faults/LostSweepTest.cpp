@@ -9,21 +9,10 @@
 namespace support {
 namespace {
 
-using std::chrono::milliseconds;
-
 class LostSweep : public testing::Test {
 protected:
-    ~LostSweep() override { CleanupLimit = 3000; }
-
-    // `then` finds an up-call lost.
-    void ForEachLostUpcall(const std::function<void()> &then) {
-        Sweep(story, "lost up-calls", Upcalls(cim::FaultRule::Effect::Lost), then);
-    }
-
-    // As the broker does, with its lock held where it holds one; directly while the factory has not returned. It waits
-    // for so long at most.
-    CMPIrc CleanUp(bool terminating, int limit) {
-        CleanupLimit = limit;
+    // As the broker does, with its lock held where it holds one; directly while the factory has not returned.
+    CMPIrc CleanUp(bool terminating) {
         if (story.IsStarted()) return story.bench.Broker().CallCleanUp(kProvider, terminating);
         const Invocation call(story.bench);
         return QuarnelProviderCleanup(nullptr, call.Context(), terminating ? 1 : 0).rc;
@@ -39,20 +28,24 @@ protected:
     }
 
     Story story{SmallServer()};
+    Trouble lost = Upcalls(cim::FaultRule::Effect::Lost);
     LogMask quiet{LOG_UPTO(LOG_INFO)};
 };
 
 TEST_F(LostSweep, EachIsLeftBehindByACleanUpAndTheNextLifeIsWhole) {
-    ForEachLostUpcall([this] {
+    Sweep(story, "lost up-calls", lost, [this] {
         // Clean-up that need not succeed declines at once: the test would not end if it waited.
-        EXPECT_EQ(CleanUp(false, 3'600'000), CMPI_RC_DO_NOT_UNLOAD);
+        CleanupLimit = 3'600'000;
+        EXPECT_EQ(CleanUp(false), CMPI_RC_DO_NOT_UNLOAD);
         EXPECT_EQ(ThisLife().TerminateThread, 0u);
 
         // Of two that must succeed one does, within its limit, and the other one answers meanwhile.
+        CleanupLimit = 20;
         CMPIrc answers[2] = {};
-        std::thread other([&] { answers[1] = CleanUp(true, 20); });
-        answers[0] = CleanUp(true, 20);
+        std::thread other([&] { answers[1] = CleanUp(true); });
+        answers[0] = CleanUp(true);
         other.join();
+        CleanupLimit = 3000;
         EXPECT_TRUE(answers[0] == CMPI_RC_OK || answers[1] == CMPI_RC_OK);
         EXPECT_EQ(CurrentLife, nullptr);
         EXPECT_TRUE(LoggedTimes(
@@ -72,24 +65,24 @@ TEST_F(LostSweep, EachIsLeftBehindByACleanUpAndTheNextLifeIsWhole) {
 }
 
 TEST_F(LostSweep, EachCostsTheRefreshesOfOneKindOfDeviceOnly) {
-    ForEachLostUpcall([this] {
+    Sweep(story, "lost up-calls", lost, [this] {
         if (!story.IsStarted()) { // there is nothing to serve before the controllers are known
             story.AnswerLost();
             story.ChangeHardware();
             return;
         }
         // The others' up-calls are through, or the test's minute would be theirs as well.
-        EXPECT_TRUE(story.bench.Broker().WaitForBackground(milliseconds(20), std::chrono::seconds(20)));
+        EXPECT_TRUE(story.bench.Broker().WaitForBackground(std::chrono::milliseconds(20), std::chrono::seconds(20)));
         TestClock::Advance(60);
         story.ReadEverything();
         const std::string before = "QuarnelThread: controller ", after = ": an up-call has ";
         const auto lines = LogCapture::Texts(before + "*" + after + "not returned for * seconds\n", LOG_ERR);
         ASSERT_EQ(lines.size(), 1u);
-        const std::string lost = lines[0].substr(before.size(), lines[0].find(after) - before.size());
-        story.ExpectRefreshesToFollow(lost);
+        const std::string kind = lines[0].substr(before.size(), lines[0].find(after) - before.size());
+        story.ExpectRefreshesToFollow(kind);
         story.AnswerLost();
         ExpectNoneLost();
-        EXPECT_TRUE(LoggedTimes(1, LOG_INFO, before + lost + after + "returned after * seconds\n"));
+        EXPECT_TRUE(LoggedTimes(1, LOG_INFO, before + kind + after + "returned after * seconds\n"));
         story.ExpectRefreshesToFollow();
     });
 }

@@ -166,31 +166,31 @@ Hardware SmallServer() {
     return server.WithPort("p0").WithBattery("b0");
 }
 
-Trouble Calls(cim::FaultRule rule) {
+Trouble Calls(cim::FaultRule rule, const std::string &provider) {
     const auto armed = std::make_shared<cim::Faults::Id>();
+    rule.provider = provider;
     rule.count = 1;
     return {[rule, armed](Story &story, std::uint64_t point) {
                 cim::FaultRule once = rule;
                 once.skip = point;
+                story.bench.Broker().Faults().Clear();
                 *armed = story.bench.Broker().Faults().Add(once);
             },
-            [armed](Story &story) { return story.bench.Broker().Faults().Matched(*armed); },
-            [](Story &story) { story.bench.Broker().Faults().Clear(); }};
+            [armed](Story &story) { return story.bench.Broker().Faults().Matched(*armed); }};
 }
 
 Trouble Upcalls(cim::FaultRule::Effect effect, std::chrono::milliseconds delay) {
     using cim::Operation;
     Rule rule{Operation::EnumerateInstances, Operation::GetInstance, Operation::Associators,
               Operation::AssociatorNames};
-    rule.provider = kProvider;
     return Calls(rule.Does(effect).Saying("out of order").Takes(delay));
 }
 
 void Sweep(Story &story, const std::string &what, const Trouble &trouble, const std::function<void()> &then) {
-    trouble.arm(story, UINT64_MAX);
+    constexpr std::uint64_t kNever = UINT64_MAX;
+    trouble.arm(story, kNever);
     story.Tell();
     const std::uint64_t points = trouble.passed(story);
-    trouble.disarm(story);
     story.ExpectNextLifeToBeWhole();
     ASSERT_GT(points, 0u) << "nothing can go wrong with " << what;
     std::uint64_t reached = 0;
@@ -203,7 +203,7 @@ void Sweep(Story &story, const std::string &what, const Trouble &trouble, const 
             reached += 1;
             then();
         }
-        trouble.disarm(story);
+        trouble.arm(story, kNever);
         story.ExpectNextLifeToBeWhole();
         if (testing::Test::HasFailure()) return; // one point with its trace tells more than a thousand
     }

@@ -53,13 +53,12 @@ Hardware SmallServer();
 
 // What can go wrong at many points of a story.
 struct Trouble {
-    std::function<void(Story &, std::uint64_t)> arm; // it goes wrong at this point from now on, once
+    std::function<void(Story &, std::uint64_t)> arm; // it goes wrong at this point from now on alone, once
     std::function<std::uint64_t(Story &)> passed;    // how many points the story has come by since
-    std::function<void(Story &)> disarm;
 };
 
-// Of calls into the broker.
-Trouble Calls(cim::FaultRule rule);
+// Of calls into the broker; a thread attaches without a provider's name.
+Trouble Calls(cim::FaultRule rule, const std::string &provider = kProvider);
 Trouble Upcalls(cim::FaultRule::Effect effect, std::chrono::milliseconds delay = {});
 
 // Tells the story with the trouble at each point: `then` is called where it was reached, and the next life is whole.

@@ -13,16 +13,13 @@
 namespace {
 
 // What fails: the nth call from now on, counted over all threads.
-class Trap {
-public:
+struct Trap {
     void Set(std::uint64_t point) {
         calls = 0;
         failing = point;
     }
-    std::uint64_t Calls() const { return calls; }
     bool Springs() { return calls.fetch_add(1) == failing; }
 
-private:
     std::atomic<std::uint64_t> calls{0}, failing{UINT64_MAX};
 };
 
@@ -56,15 +53,10 @@ constexpr int kTerse = LOG_UPTO(LOG_INFO);   // tracing lines make broker object
 constexpr int kSilent = LOG_MASK(LOG_EMERG); // what a line does besides being written must not be missed
 
 Trouble At(Trap &trap) {
-    return {[&](Story &, std::uint64_t point) { trap.Set(point); }, [&](Story &) { return trap.Calls(); },
-            [&](Story &) { trap.Set(UINT64_MAX); }};
+    return {[&](Story &, std::uint64_t point) { trap.Set(point); }, [&](Story &) { return trap.calls.load(); }};
 }
 
-Trouble Objects(Operation operation) {
-    Rule rule(operation);
-    rule.provider = kProvider;
-    return Calls(rule.Does(Effect::NullWithOk));
-}
+Trouble Objects(Operation operation) { return Calls(Rule(operation).Does(Effect::NullWithOk)); }
 
 // One of the samples that come with the project.
 Hardware Sample(const std::string &name) {
@@ -97,7 +89,7 @@ const Case kCases[] = {
     {"NoPathOfAnInstance", Objects(Operation::GetObjectPath)},
     {"NoCharacters", Objects(Operation::GetCharPtr)},
     {"NoContext", Objects(Operation::PrepareAttachThread)},
-    {"NoAttachment", Calls(Rule(Operation::AttachThread).Fails())},
+    {"NoAttachment", Calls(Rule(Operation::AttachThread).Fails(), "")},
     {"NoMemory", At(allocations)},
     {"NoMemoryUnlogged", At(allocations), nullptr, kSilent},
     {"NoMemoryInRack", At(allocations), "rack-server.json"}, // with long lists
