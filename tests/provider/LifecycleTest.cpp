@@ -263,6 +263,28 @@ TEST(Brokers, WithAMemoryTableWithoutEntriesAreServedLikeOthers) {
     EXPECT_EQ(bench.Broker().Live().clones, 0u);
 }
 
+TEST(LogLevel, IsReadAnewByEveryCallAndJob) {
+    LinkedBench bench(OneController());
+    const struct {
+        std::function<void()> call;
+        const char *line;
+    } cases[] = {
+        {[&] { bench.Start(); }, "QuarnelInit: ENTER...\n"},
+        {[&] { bench.Enumerate(kController); }, "QuarnelProviderEnumInstances: *\n"},
+        {[&] { bench.LetEveryWorkerWork(); }, "QuarnelThread(*): running...\n"},
+        {[&] { bench.Broker().CallCleanUp(kProvider, true); }, "QuarnelProviderCleanup: ENTER...\n"},
+    };
+    const int all = setlogmask(0);
+    for (const auto &test : cases) {
+        setlogmask(LOG_UPTO(LOG_ERR));
+        ReadLogMask(); // as the last call did
+        setlogmask(all);
+        LogCapture::Clear();
+        test.call();
+        EXPECT_TRUE(Logged(LOG_DEBUG, test.line));
+    }
+}
+
 TEST(RefusedOperations, AreNotSupportedAnswerAndLogNothingAndDoNotKeepTheProviderLoaded) {
     LinkedBench bench(OneOfEach());
     bench.Start();
