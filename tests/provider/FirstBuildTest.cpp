@@ -108,6 +108,22 @@ TEST(FirstBuild, WaitsForRoomInTheQueueAndDropsNothing) {
     bench.ExpectOnlyRecordsAlive();
 }
 
+TEST(FirstBuild, NoticesByItselfThatTheOtherWorkersAreLost) {
+    LinkedBench bench(OneOfEach());
+    for (const char *association : {"CIM_MediaPresent", "CIM_AllocatedFromStoragePool"}) // of the disk, of the volume
+        bench.Inject(
+            Rule{Operation::Associators, Operation::AssociatorNames}.Along(association).Does(FaultRule::Effect::Lost));
+    TestClock::BringDeadlinesForward(std::chrono::milliseconds(990)); // of the second between two looks
+    bench.Load();
+    ASSERT_TRUE(bench.Broker().Faults().AwaitLost(2, std::chrono::seconds(20)));
+    TestClock::Advance(60);
+    ASSERT_TRUE(LogCapture::WaitFor("DoBuildDeviceInfoAsync done."));
+    EXPECT_EQ(bench.Identifiers(kBattery).size(), 1u);
+    bench.Broker().Faults().Clear();
+    ASSERT_TRUE(WorkersIdle());
+    for (const char *className : kServedClasses) EXPECT_EQ(bench.Identifiers(className).size(), 1u) << className;
+}
+
 TEST(FirstBuild, LeavesADeviceWhoseJobCannotBeMadeToTheNextRefresh) {
     LinkedBench bench(Hardware().WithController("c0").WithPort("p0").WithPort("p1").WithPort("p2"));
     bench.Inject(Rule(Operation::Clone).From("Sim_SASSATAPort").Times(1).Fails());
