@@ -71,15 +71,6 @@ TEST(Trigger, IsPulledByEveryOperationOnDevicesForEachControllerRead) {
     }
 }
 
-TEST(Trigger, AnswersWithTheCacheAsItWasBeforeItsOwnRefresh) {
-    LinkedBench bench(Ports({"a"}));
-    bench.StartAndWait();
-    bench.Change([](Hardware &hardware) { hardware = Ports({"b"}); });
-    EXPECT_THAT(bench.Identifiers(kPort), ElementsAre("zbrPortc0_a"));
-    ASSERT_TRUE(WorkersIdle());
-    EXPECT_THAT(bench.Identifiers(kPort), ElementsAre("zbrPortc0_b"));
-}
-
 TEST(Trigger, IgnoresUnknownActionsAndSaysSo) {
     LinkedBench bench(OneController());
     bench.StartAndWait();

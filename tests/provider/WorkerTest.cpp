@@ -56,17 +56,6 @@ TEST(Workers, SleepWhileThereIsNothingToDo) {
     EXPECT_LE(looks(), before + kWorkers); // each may have been about to fall asleep
 }
 
-TEST(Workers, ThatCannotBeStartedAreReportedAndOneIsEnough) {
-    Hardware hardware = OneOfEach();
-    for (int i = 0; i < 60; ++i) hardware.WithPort("more" + std::to_string(i));
-    LinkedBench bench(hardware);
-    bench.StartInOrder();
-    EXPECT_TRUE(RefreshesMayBegin());
-    EXPECT_EQ(bench.Identifiers(kPort).size(), 61u);
-    EXPECT_EQ(bench.Identifiers(kExtent).size(), 1u);
-    bench.ExpectOnlyRecordsAlive();
-}
-
 TEST(Workers, ThatAreNotThereLeaveTheControllersServedAndNothingBehind) {
     for (const Operation operation : {Operation::PrepareAttachThread, Operation::AttachThread}) {
         LinkedBench bench(OneOfEach());
