@@ -11,91 +11,35 @@ using cim::Operation;
 
 namespace {
 
-#ifdef QUARNEL_SANITIZED
-constexpr int kPasses = 1'000; // each takes many times as long
-#else
-constexpr int kPasses = 10'000;
-#endif
+// Walks from controllers to their devices of the class do not return; empty: of any.
+void LoseUpCalls(LinkedBench &bench, const std::string &devices) {
+    bench.Inject(Rule(Operation::Associators).Along("CIM_SystemDevice", devices).Does(cim::FaultRule::Effect::Lost));
+}
 
-// A job that is run for a test: it passes the gate, if there is one, and counts.
-struct TestJob {
-    Gate *gate = nullptr;
-    std::atomic<int> run{0};
-
-    static void Run(CMPIContext *, void *args) {
-        auto *record = static_cast<Thread_Args_t *>(args);
-        auto *job = reinterpret_cast<TestJob *>(record->Arg0);
-        free(record);
-        if (job->gate != nullptr) job->gate->Pass();
-        ++job->run;
-    }
-    Thread_Args_t *Record() {
-        auto *record = static_cast<Thread_Args_t *>(calloc(1, sizeof(Thread_Args_t)));
-        record->Func = Run;
-        record->Arg0 = reinterpret_cast<uintptr_t>(this);
-        return record;
-    }
-};
-
-std::uint32_t Active() {
-    const ThreadsLock lock(ThisLife().QuarnelThreadMutex);
-    return ThisLife().ActiveThreads;
+// For the up-calls that do not return alone: the others are through before.
+void PassAMinute(LinkedBench &bench) {
+    EXPECT_TRUE(bench.Broker().WaitForBackground(std::chrono::milliseconds(20), std::chrono::seconds(20)));
+    TestClock::Advance(60);
 }
 
 } // namespace
-
-TEST(Workers, RunAQueuedJobOnceAndAreIdleAgain) {
-    LinkedBench bench(OneController());
-    bench.Start();
-    Gate gate;
-    TestJob job;
-    job.gate = &gate;
-    EXPECT_EQ(QueueJob(job.Record()), 0);
-    ASSERT_TRUE(gate.WaitFor(1));
-    EXPECT_EQ(Active(), 1u);
-    gate.Open();
-    ASSERT_TRUE(WorkersIdle());
-    EXPECT_EQ(job.run, 1);
-    EXPECT_EQ(Active(), 0u);
-}
-
-TEST(Workers, LeaveTheTwentyFirstWaitingJobWithItsProducer) {
-    LinkedBench bench(OneController());
-    bench.Start();
-    TestClock::Advance(StateUpdateInterval);
-    Gate gate;
-    TestJob blocking, waiting;
-    blocking.gate = &gate;
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(QueueJob(blocking.Record()), 0);
-    ASSERT_TRUE(gate.WaitFor(3));
-    for (int i = 0; i < 20; ++i) EXPECT_EQ(QueueJob(waiting.Record()), 0);
-    Thread_Args_t *refused = waiting.Record();
-    EXPECT_EQ(QueueJob(refused), -6);
-    free(refused);
-
-    // A refresh that finds the queue full frees its own record, and its request is answered all the same.
-    LogCapture::Clear();
-    EXPECT_EQ(HandleDeviceConfigChange(nullptr, nullptr, TheController(), CFG_ACTION_BATTERY), -6);
-    EXPECT_TRUE(Logged(LOG_DEBUG, "HandleDeviceConfigChange, exit...\n"));
-    EXPECT_TRUE(NotLogged(LOG_ERR, "*"));
-    EXPECT_TRUE(bench.Identifiers(kBattery).empty());
-
-    gate.Open();
-    ASSERT_TRUE(WorkersIdle());
-    EXPECT_EQ(blocking.run, 3);
-    EXPECT_EQ(waiting.run, 20);
-}
 
 TEST(Workers, LeaveNoJobUnrunWhileTheyAreIdle) {
     const LogMask quiet(LOG_UPTO(LOG_INFO));
     LinkedBench bench(OneController());
     bench.Start();
     const auto produce = [] {
-        for (int i = 0; i < 1000; ++i) {
-            TestJob job;
-            ASSERT_EQ(QueueJob(job.Record()), 0);
-            // Nothing but the worker that this job woke will come to run it.
-            ASSERT_TRUE(Eventually([&] { return job.run == 1; }, std::chrono::seconds(20)));
+        for (int i = 0; i < 500; ++i) {
+            std::atomic<bool> run{false};
+            auto *job = static_cast<Thread_Args_t *>(calloc(1, sizeof(Thread_Args_t)));
+            job->Func = [](CMPIContext *, void *args) {
+                *reinterpret_cast<std::atomic<bool> *>(static_cast<Thread_Args_t *>(args)->Arg0) = true;
+                free(args);
+            };
+            job->Arg0 = reinterpret_cast<uintptr_t>(&run);
+            ASSERT_EQ(QueueJob(job), 0);
+            // Only the worker that this job woke will come to run it.
+            ASSERT_TRUE(Eventually([&] { return run.load(); }, std::chrono::seconds(20)));
         }
     };
     std::thread first(produce), second(produce);
@@ -103,43 +47,13 @@ TEST(Workers, LeaveNoJobUnrunWhileTheyAreIdle) {
     second.join();
 }
 
-TEST(Stopping, WaitsForRunningJobsAndFreesQueuedOnes) {
-    LinkedBench bench(OneController());
+TEST(Workers, SleepWhileThereIsNothingToDo) {
+    LinkedBench bench(OneOfEach());
     bench.Start();
-    Gate gate;
-    TestJob running, queued;
-    running.gate = &gate;
-    for (int i = 0; i < 3; ++i) QueueJob(running.Record());
-    ASSERT_TRUE(gate.WaitFor(3));
-    for (int i = 0; i < 5; ++i) QueueJob(queued.Record());
-    LogCapture::Clear();
-    std::atomic<bool> unloaded{false};
-    std::thread unloading([&] {
-        EXPECT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_OK);
-        unloaded = true;
-    });
-    EXPECT_TRUE(Eventually([] { return ThisLife().TerminateThread == 1; }));
-    EXPECT_FALSE(unloaded);
-    gate.Open();
-    unloading.join();
-    EXPECT_EQ(running.run, 3);
-    EXPECT_EQ(queued.run, 0);
-    EXPECT_EQ(IsFifoEmpty(&ThisLife().__FIFO), 1);
-    for (const char *worker : {"0", "1", "2"})
-        EXPECT_TRUE(LoggedTimes(1, LOG_DEBUG, std::string("Thread ") + worker + " exiting...\n"));
-    EXPECT_EQ(bench.Broker().Live().attachedThreads, 0u);
-    EXPECT_EQ(bench.Broker().Live().contexts, 0u);
-}
-
-TEST(Workers, ThatCannotBeStartedAreReportedAndOneIsEnough) {
-    Hardware hardware = OneOfEach();
-    for (int i = 0; i < 60; ++i) hardware.WithPort("more" + std::to_string(i));
-    LinkedBench bench(hardware);
-    bench.StartInOrder();
-    EXPECT_TRUE(RefreshesMayBegin());
-    EXPECT_EQ(bench.Identifiers(kPort).size(), 61u);
-    EXPECT_EQ(bench.Identifiers(kExtent).size(), 1u);
-    bench.ExpectOnlyRecordsAlive();
+    const auto looks = [] { return LogCapture::Count(LOG_DEBUG, "QuarnelThread(*): no item to process, wait...\n"); };
+    const std::size_t before = looks();
+    for (int i = 0; i < 100; ++i) bench.Enumerate(kController);
+    EXPECT_LE(looks(), before + kWorkers); // each may have been about to fall asleep
 }
 
 TEST(Workers, ThatAreNotThereLeaveTheControllersServedAndNothingBehind) {
@@ -158,48 +72,12 @@ TEST(Workers, ThatAreNotThereLeaveTheControllersServedAndNothingBehind) {
     }
 }
 
-TEST(Workers, SurviveAContextThatCannotBeRenewed) {
-    BenchOptions options;
-    options.memory = cim::kFreedAtDetach;
-    LinkedBench bench(OneOfEach(), options);
-    bench.Start();
-    // One renewal without a successor: what that worker was lent stays until it has run another job.
-    bench.Inject(Rule(Operation::PrepareAttachThread).Times(1).Fails());
-    EXPECT_EQ(bench.RefreshedColumn(kPort, "PortType").size(), 1u);
-#ifndef QUARNEL_CONTEXT_FLUSH // which gives everything back without a successor
-    EXPECT_GT(bench.Broker().Live().lent, 0u);
-#endif
-    bench.LetEveryWorkerWork();
-    bench.ExpectOnlyRecordsAlive();
-    EXPECT_EQ(bench.RefreshedColumn(kPort, "PortType").size(), 1u);
-    EXPECT_TRUE(bench.Get(kPort, "zbrPortc0_p0").Ok());
-}
-
-TEST(Workers, ThatCannotAttachAgainAreStartedLater) {
-    LinkedBench bench(OneOfEach());
-    bench.Start();
-    EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 3; }));
-    const auto fault = bench.Broker().Faults().Add(Rule(Operation::AttachThread).Fails());
-    bench.LetEveryWorkerWork();
-#ifdef QUARNEL_CONTEXT_FLUSH // a context is never renewed
-    ASSERT_TRUE(WorkersIdle());
-#else
-    ASSERT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 0; }));
-#endif
-    bench.Broker().Faults().Remove(fault);
-    bench.Change([](Hardware &hardware) { hardware.Entry("batteries", "b0")["status"] = "failed"; });
-    bench.RefreshedColumn(kBattery, "HealthState");
-    EXPECT_EQ(bench.RefreshedColumn(kBattery, "HealthState"), std::vector<std::string>{"30"});
-    EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 3; }));
-}
-
 TEST(Workers, AreLostInUpCallsAtMostThreeTimesAndThenNothingMoreIsRisked) {
     Hardware hardware;
     for (const char *controller : {"c0", "c1", "c2", "c3"}) hardware.WithController(controller).WithPort("p");
     LinkedBench bench(hardware);
     bench.Start();
-    bench.Inject(
-        Rule(Operation::Associators).Along("CIM_SystemDevice", "CIM_SASSATAPort").Does(cim::FaultRule::Effect::Lost));
+    LoseUpCalls(bench, "CIM_SASSATAPort");
     cim::Faults &faults = bench.Broker().Faults();
     const auto refresh = [](std::size_t controller, int action) {
         return HandleDeviceConfigChange(nullptr, nullptr, TheController(controller), action);
@@ -208,9 +86,7 @@ TEST(Workers, AreLostInUpCallsAtMostThreeTimesAndThenNothingMoreIsRisked) {
         TestClock::Advance(StateUpdateInterval);
         EXPECT_EQ(refresh(lost - 1, CFG_ACTION_PORT), 0);
         ASSERT_TRUE(faults.AwaitLost(lost, std::chrono::seconds(20)));
-        // The others' up-calls are through, or the test's minute would be theirs as well.
-        EXPECT_TRUE(bench.Broker().WaitForBackground(std::chrono::milliseconds(20), std::chrono::seconds(20)));
-        TestClock::Advance(60);
+        PassAMinute(bench);
         bench.Identifiers(kBattery); // any request notices, and has the lost one replaced
         EXPECT_TRUE(LoggedTimes(1, LOG_ERR,
                                 "QuarnelThread: controller c" + std::to_string(lost - 1) +
@@ -234,55 +110,54 @@ TEST(Workers, AreLostInUpCallsAtMostThreeTimesAndThenNothingMoreIsRisked) {
 TEST(Workers, ThatAreAllLostLeaveRequestsAnsweredAndTheLogAlone) {
     LinkedBench bench(OneOfEach().WithController("c1").WithPort("p1").WithBattery("b1"));
     bench.StartAndWait();
-    bench.Inject(Rule(Operation::Associators).Along("CIM_SystemDevice").Does(cim::FaultRule::Effect::Lost));
-    for (int minute = 0; minute < 10; ++minute) {
+    LoseUpCalls(bench, {});
+    for (int minute = 0; minute < 5; ++minute) {
         for (const char *className : kServedClasses) EXPECT_FALSE(bench.Identifiers(className).empty());
-        EXPECT_TRUE(bench.Broker().WaitForBackground(std::chrono::milliseconds(20), std::chrono::seconds(20)));
-        TestClock::Advance(60);
+        PassAMinute(bench);
     }
     EXPECT_GE(bench.Broker().Faults().LostNow(), kMostLost);
     EXPECT_TRUE(LoggedTimes(1, LOG_ERR, "QuarnelThread: 3 up-calls have not returned, *"));
     EXPECT_LE(LogCapture::Texts("*", LOG_ERR).size(), bench.Broker().Faults().LostNow() + 1);
-    bench.Broker().Faults().Clear();
-    EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 3; }));
-    ASSERT_TRUE(WorkersIdle());
-    bench.RefreshedColumn(kPort, "Caption");
-    bench.ExpectOnlyRecordsAlive();
 }
 
-TEST(Workers, LeaveTheHeapAsItIsOverTenThousandPasses) {
+// The smallest block is 32 bytes: one leaked in every fifth pass, or every life, shows.
+TEST(Workers, LeaveTheHeapAsItIsOverAThousandPassesAndHundredsOfLives) {
     const LogMask quiet(LOG_UPTO(LOG_WARNING));
     BenchOptions options;
     options.memory = cim::kFreedByRelease;
     options.unkind = cim::kUnkind;
     LinkedBench bench(Hardware().WithController("c0").WithBattery("b0"), options);
     bench.Start();
-    const auto pass = [&](int times) {
-        for (int i = 0; i < times; ++i) {
+    const auto heapAfter = [&](int passes) {
+        for (int i = 0; i < passes; ++i) {
+            if (i % 5 == 0) {
+                EXPECT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_OK);
+                bench.Start();
+            }
             TestClock::Advance(StateUpdateInterval);
-            ASSERT_EQ(HandleDeviceConfigChange(nullptr, nullptr, TheController(), CFG_ACTION_BATTERY), 0);
-            ASSERT_TRUE(WorkersIdle());
+            EXPECT_EQ(HandleDeviceConfigChange(nullptr, nullptr, TheController(), CFG_ACTION_BATTERY), 0);
+            EXPECT_TRUE(WorkersIdle());
         }
+        return static_cast<long>(mallinfo2().uordblks);
     };
-    pass(1'000);
-    const auto before = static_cast<long>(mallinfo2().uordblks);
-    pass(kPasses);
+    [[maybe_unused]] const long before = heapAfter(250), after = heapAfter(1'000);
     bench.ExpectOnlyRecordsAlive();
 #ifndef QUARNEL_SANITIZED // whose own books are in it
-    EXPECT_LT(std::abs(static_cast<long>(mallinfo2().uordblks) - before), 20'000);
-#else
-    (void)before;
+    EXPECT_LT(std::abs(after - before), 5'000);
 #endif
 }
 
 // Each way in which brokers are known to keep the memory of threads that a provider attached.
 class BrokerMemory : public testing::TestWithParam<cim::MemoryRules> {};
 
-TEST_P(BrokerMemory, HoldsNothingOfAJobOnceItIsDone) {
+TEST_P(BrokerMemory, HoldsNothingOfAFailedStartAJobOrALife) {
     BenchOptions options;
     options.memory = GetParam();
     LinkedBench bench(OneOfEach(), options);
-    bench.Start();
+    const auto fault = bench.Inject(Rule(Operation::EnumerateInstances).From("CIM_RegisteredProfile").Fails());
+    bench.Load();
+    bench.Broker().Faults().Remove(fault);
+    bench.Broker().CallFactoryAgain(kProvider);
     bench.ExpectOnlyRecordsAlive();
     for (int i = 0; i < 3; ++i) {
         TestClock::Advance(StateUpdateInterval);
@@ -291,18 +166,6 @@ TEST_P(BrokerMemory, HoldsNothingOfAJobOnceItIsDone) {
     }
     EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 3; }));
     EXPECT_EQ(bench.Broker().Live().contexts, 3u);
-}
-
-TEST_P(BrokerMemory, HoldsNothingAfterAnUnloadAndAFailedStart) {
-    BenchOptions options;
-    options.memory = GetParam();
-    LinkedBench bench(OneOfEach(), options);
-    const auto fault = bench.Inject(Rule(Operation::EnumerateInstances).From("CIM_RegisteredProfile").Fails());
-    bench.Load();
-    bench.Broker().Faults().Remove(fault);
-    bench.Broker().CallFactoryAgain(kProvider);
-    ASSERT_TRUE(WorkersIdle());
-    EXPECT_EQ(bench.Identifiers(kExtent).size(), 1u);
     TestClock::Advance(300);
     EXPECT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_OK);
     EXPECT_EQ(bench.Broker().Live().clones, 0u);
