@@ -33,6 +33,7 @@ struct BenchOptions {
     cim::Unkindness unkind = UnkindWanted() ? cim::kUnkind : cim::Unkindness{};
     bool filterResults = true;
     bool factoryPerClass = false;
+    std::string classes, registrations; // more of them, as MOF and as stanzas
     cim::BuiltinProvider provider; // when QuarnelProvider is linked in; otherwise its library is loaded
 };
 
