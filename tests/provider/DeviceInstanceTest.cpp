@@ -1,10 +1,62 @@
-// Volumes, disks, ports and batteries as clients see them: captions, state words, health.
+// What clients see: captions, state words, health, and how an instance is filled.
 #include "tests/provider/Linked.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 
 using namespace support;
 using testing::ElementsAre;
+
+namespace {
+
+// A broker whose instances tell of the calls that fill them.
+std::vector<std::string> filling;
+CMPIInstanceFT instances;
+CMPIBrokerEncFT encapsulated;
+CMPIBroker watching;
+
+CMPIInstanceMI *CreateWithWatchedInstances(const CMPIBroker *broker, const CMPIContext *ctx, CMPIStatus *rc) {
+    static const CMPIInstanceFT *of;
+    static const CMPIBroker *real;
+    real = broker;
+    encapsulated = *broker->eft;
+    encapsulated.newInstance = [](const CMPIBroker *, const CMPIObjectPath *path, CMPIStatus *status) {
+        CMPIInstance *instance = real->eft->newInstance(real, path, status);
+        of = instance->ft;
+        instances = *of;
+        instances.setProperty = [](const CMPIInstance *to, const char *name, const CMPIValue *value, CMPIType type) {
+            filling.emplace_back("set");
+            return of->setProperty(to, name, value, type);
+        };
+        instances.setPropertyFilter = [](const CMPIInstance *to, const char **names, const char **keys) {
+            filling.emplace_back("filter");
+            return of->setPropertyFilter(to, names, keys);
+        };
+        instance->ft = &instances;
+        return instance;
+    };
+    watching = *broker;
+    watching.eft = &encapsulated;
+    return QuarnelProvider_Create_InstanceMI(&watching, ctx, rc);
+}
+
+} // namespace
+
+// A broker may apply the filter to nothing but what is set after it.
+TEST(Instances, AreFilteredBeforeTheyAreFilled) {
+    BenchOptions options;
+    options.provider.createInstanceMI = CreateWithWatchedInstances;
+    LinkedBench bench(OneOfEach(), options);
+    bench.Start();
+    const std::vector<std::string> wanted = {"Caption"};
+    for (const char *className : kServedClasses) {
+        filling.clear();
+        bench.Broker().EnumerateInstances(kNameSpace, className, &wanted);
+        EXPECT_EQ(filling.at(0), "filter") << className;
+        EXPECT_EQ(std::count(filling.begin(), filling.end(), "filter"), 1) << className;
+        EXPECT_GT(filling.size(), 1u);
+    }
+}
 
 TEST(VolumeInstance, NamesItsStateAndHealth) {
     Hardware hardware = OneController();

@@ -34,7 +34,7 @@ struct BenchOptions {
     bool filterResults = true;
     bool factoryPerClass = false;
     std::string classes, registrations; // more of them, as MOF and as stanzas
-    cim::BuiltinProvider provider; // when QuarnelProvider is linked in; otherwise its library is loaded
+    cim::BuiltinProvider provider;      // when QuarnelProvider is linked in; otherwise its library is loaded
 };
 
 // Polls, for conditions that nothing signals.
