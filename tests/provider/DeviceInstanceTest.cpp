@@ -1,61 +1,52 @@
 // What clients see: captions, state words, health, and how an instance is filled.
 #include "tests/provider/Linked.h"
 
-#include <algorithm>
 #include <gmock/gmock.h>
 
 using namespace support;
 using testing::ElementsAre;
 
-namespace {
-
-// A broker whose instances tell of the calls that fill them.
-std::vector<std::string> filling;
-CMPIInstanceFT instances;
-CMPIBrokerEncFT encapsulated;
-CMPIBroker watching;
-
-CMPIInstanceMI *CreateWithWatchedInstances(const CMPIBroker *broker, const CMPIContext *ctx, CMPIStatus *rc) {
-    static const CMPIInstanceFT *of;
-    static const CMPIBroker *real;
-    real = broker;
-    encapsulated = *broker->eft;
-    encapsulated.newInstance = [](const CMPIBroker *, const CMPIObjectPath *path, CMPIStatus *status) {
-        CMPIInstance *instance = real->eft->newInstance(real, path, status);
-        of = instance->ft;
-        instances = *of;
-        instances.setProperty = [](const CMPIInstance *to, const char *name, const CMPIValue *value, CMPIType type) {
-            filling.emplace_back("set");
-            return of->setProperty(to, name, value, type);
-        };
-        instances.setPropertyFilter = [](const CMPIInstance *to, const char **names, const char **keys) {
-            filling.emplace_back("filter");
-            return of->setPropertyFilter(to, names, keys);
-        };
-        instance->ft = &instances;
-        return instance;
-    };
-    watching = *broker;
-    watching.eft = &encapsulated;
-    return QuarnelProvider_Create_InstanceMI(&watching, ctx, rc);
-}
-
-} // namespace
-
 // A broker may apply the filter to nothing but what is set after it.
 TEST(Instances, AreFilteredBeforeTheyAreFilled) {
+    static const CMPIBroker *real;
+    static CMPIBroker watching;
+    static CMPIBrokerEncFT encapsulated;
+    static CMPIInstanceFT instances;
+    static bool filled;
+    static int filtered;
+    filtered = 0;
     BenchOptions options;
-    options.provider.createInstanceMI = CreateWithWatchedInstances;
+    options.provider.createInstanceMI = [](const CMPIBroker *broker, const CMPIContext *ctx, CMPIStatus *rc) {
+        real = broker;
+        encapsulated = *broker->eft;
+        encapsulated.newInstance = [](const CMPIBroker *, const CMPIObjectPath *path, CMPIStatus *status) {
+            static const CMPIInstanceFT *table;
+            CMPIInstance *instance = real->eft->newInstance(real, path, status);
+            table = instance->ft;
+            instances = *table;
+            instances.setProperty = [](const CMPIInstance *to, const char *name, const CMPIValue *value,
+                                       CMPIType type) {
+                filled = true;
+                return table->setProperty(to, name, value, type);
+            };
+            instances.setPropertyFilter = [](const CMPIInstance *to, const char **names, const char **keys) {
+                ++filtered;
+                EXPECT_FALSE(filled);
+                return table->setPropertyFilter(to, names, keys);
+            };
+            instance->ft = &instances;
+            filled = false;
+            return instance;
+        };
+        watching = *broker;
+        watching.eft = &encapsulated;
+        return QuarnelProvider_Create_InstanceMI(&watching, ctx, rc);
+    };
     LinkedBench bench(OneOfEach(), options);
     bench.Start();
     const std::vector<std::string> wanted = {"Caption"};
-    for (const char *className : kServedClasses) {
-        filling.clear();
-        bench.Broker().EnumerateInstances(kNameSpace, className, &wanted);
-        EXPECT_EQ(filling.at(0), "filter") << className;
-        EXPECT_EQ(std::count(filling.begin(), filling.end(), "filter"), 1) << className;
-        EXPECT_GT(filling.size(), 1u);
-    }
+    for (const char *className : kServedClasses) bench.Broker().EnumerateInstances(kNameSpace, className, &wanted);
+    EXPECT_EQ(filtered, 6);
 }
 
 TEST(VolumeInstance, NamesItsStateAndHealth) {
@@ -130,17 +121,6 @@ TEST(ExtentInstance, NamesItsStateFromStatusExtentAndPool) {
     }
 }
 
-TEST(ExtentInstance, UsesItsOwnPrimordialFlagWhenItsPoolIsNotThere) {
-    for (const bool primordial : {true, false}) {
-        Hardware hardware = OneController().WithController("c1").WithPool("far");
-        hardware.Controller("c0")["disks"] = {{{"id", "d"}, {"pool", "c1/far"}, {"primordial", primordial}}};
-        LinkedBench bench(hardware);
-        bench.Start();
-        EXPECT_THAT(bench.Column(kExtent, "Caption"), ElementsAre(std::string("Drive d on controller c0 Fw: n/a - ") +
-                                                                  (primordial ? "UNCONFIGURED GOOD" : "ONLINE")));
-    }
-}
-
 TEST(PortAndBatteryInstances, DeriveTheirHealthFromTheirStatus) {
     Hardware hardware = Hardware().WithController("c1");
     for (int status = 0; status <= 18; ++status) {
@@ -185,21 +165,18 @@ TEST(Captions, ListDrivesBySlotAndEnclosureOrElseByTheirIdentifier) {
                 ElementsAre("Logical Volume 1 on controller c1, Drives(5e252,loose,6,4e252) - OPTIMAL"));
 }
 
-TEST(Captions, AreCutAt511BytesForVolumesAndAt127ForOthersAndNeverInsideACharacter) {
+TEST(Captions, AreCutAt511BytesForVolumesAndAt127ForOthers) {
     const auto n = [](std::size_t count) { return std::string(count, 'n'); };
     LinkedBench bench(OneController()
                           .WithVolume("v", {{"pool", "dg0"}, {"name", n(600)}})
                           .WithDisk("d", {{"firmware", n(200)}})
-                          // "Drive e on controller c0 Fw: " are 29 bytes: the last one of 49 is cut in half.
-                          .WithDisk("e", {{"firmware", n(97) + "ä"}})
-                          .WithDisk("f", {{"firmware", ""}})
+                          .WithDisk("e", {{"firmware", ""}})
                           .WithPort("p", {{"name", n(200)}})
                           .WithBattery(n(200)));
     bench.StartInOrder();
     EXPECT_THAT(bench.Column(kVolume, "Caption"), ElementsAre(n(511)));
-    EXPECT_THAT(bench.Column(kExtent, "Caption"),
-                ElementsAre("Drive d on controller c0 Fw: " + n(98), "Drive e on controller c0 Fw: " + n(97),
-                            "Drive f on controller c0 Fw: n/a - UNCONFIGURED GOOD"));
+    EXPECT_THAT(bench.Column(kExtent, "Caption"), ElementsAre("Drive d on controller c0 Fw: " + n(98),
+                                                              "Drive e on controller c0 Fw: n/a - UNCONFIGURED GOOD"));
     EXPECT_THAT(bench.Column(kPort, "Caption"), ElementsAre(n(127)));
     EXPECT_THAT(bench.Column(kBattery, "Caption"), ElementsAre("Battery " + n(119)));
 }
