@@ -180,3 +180,20 @@ TEST(Captions, AreCutAt511BytesForVolumesAndAt127ForOthers) {
     EXPECT_THAT(bench.Column(kPort, "Caption"), ElementsAre(n(127)));
     EXPECT_THAT(bench.Column(kBattery, "Caption"), ElementsAre("Battery " + n(119)));
 }
+
+TEST(Paths, AreLoggedWithKeysOfEveryType) {
+    LinkedBench bench(OneOfEach());
+    bench.Start();
+    const cim::ObjectPath host{{}, kNameSpace, "OMC_UnitaryComputerSystem", {{"Name", Text("host")}}};
+    const std::vector<std::pair<cim::Value, const char *>> keys = {
+        {Text("x"), "\"x\""}, {Flag(true), "TRUE"}, {Flag(false), "FALSE"},
+        {U16(7), "7"},        {S64(7), "7"},        {cim::Value::Reference(host), "(reference)"},
+    };
+    for (const auto &[value, logged] : keys) {
+        const cim::ObjectPath path{{}, kNameSpace, kPort, {{"DeviceID", Text("x")}, {"SystemName", value}}};
+        EXPECT_EQ(bench.Broker().GetInstance(path).status.rc, CMPI_RC_ERR_NOT_FOUND);
+        EXPECT_TRUE(Logged(LOG_ERR, std::string("Object path root/cimv2:Zembra_QuarnelSASSATAPort.DeviceID=\"x\","
+                                                "SystemName=") +
+                                        logged + " invalid\n"));
+    }
+}
