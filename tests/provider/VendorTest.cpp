@@ -82,25 +82,32 @@ TEST(Vendors, LongListsAreSearchedThroughEveryChange) {
         hardware.WithEnclosure("E" + id).WithPool("p" + id).WithVolume("v" + id, {{"pool", "p" + id}});
         hardware.WithDisk("d" + id, {{"pool", "p" + id}, {"enclosure", "E" + id}, {"slot", i}});
     }
+    // Another disk of the ID of the first one, which takes its place when that goes.
+    hardware.WithDisk("d0", {{"pool", "p0"},
+                             {"enclosure", "E0"},
+                             {"slot", 99},
+                             {"class", "Sim_AcmeDiskDrive"},
+                             {"parts", {{"package", {{"keys", {{"Tag", "twin"}}}}}}},
+                             {"duplicate", true}});
     LinkedBench bench(hardware);
-    bench.Start();
-    const auto expectPairs = [&](int first) {
+    bench.StartInOrder();
+    const auto expectMembers = [&](const std::string &ofFirst, int listed) {
         for (int i = 0; i < kListed; ++i) {
-            const std::string id = std::to_string(i), member = i < first ? "" : id + "eE" + id;
-            EXPECT_TRUE(Matches(Shown(bench.Get(kVolume, "zbrStorageVolumec0_v" + id).value, "Caption"),
-                                "*Drives(" + member + ")*"))
-                << i;
+            const std::string id = std::to_string(i);
+            const std::string member = i == 0 ? ofFirst : i < listed ? "" : id + "eE" + id;
+            const std::string caption = Shown(bench.Get(kVolume, "zbrStorageVolumec0_v" + id).value, "Caption");
+            EXPECT_TRUE(Matches(caption, "*Drives(" + member + ")*")) << caption;
         }
     };
-    expectPairs(0);
+    expectMembers("0eE0", 0);
     bench.Change([](Hardware &described) {
         for (int i = 0; i < kListed / 2; ++i) described.Remove("disks", "d" + std::to_string(i));
     });
     bench.RefreshedColumn(kVolume, "Caption");
-    expectPairs(kListed / 2);
+    expectMembers("99eE0", kListed / 2);
     bench.Change([&](Hardware &described) { described = hardware; });
     bench.RefreshedColumn(kVolume, "Caption");
-    expectPairs(0);
+    expectMembers("99eE0", 0);
     EXPECT_TRUE(NotLogged(LOG_INFO, "Find*: can not find*"));
 }
 
