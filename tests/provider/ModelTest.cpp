@@ -2,7 +2,7 @@
 // refresh takes over.
 #include "tests/provider/Model.h"
 
-#include "cim/broker/classes/MofReader.h"
+#include "cim/values/Types.h"
 
 #include <tuple>
 
@@ -24,11 +24,6 @@ std::string Indented(const std::map<std::string, int> &lines) {
     std::string all;
     for (const auto &[text, times] : lines) all += "    " + std::to_string(times) + " x " + text + "\n";
     return all;
-}
-
-std::string TypeOf(const cim::Value &value) {
-    const bool array = (value.type & CMPI_ARRAY) != 0;
-    return cim::NameOfType(static_cast<CMPIType>(value.type & ~CMPI_ARRAY)) + std::string(array ? "[]" : "");
 }
 
 using Step = std::tuple<Operation, std::string, std::string, std::string>; // of a walk: from, along, to
@@ -98,7 +93,8 @@ TEST(Model, OfRichHardwareHasEveryFactWithItsType) {
         const cim::Instance instance = bench.Enumerate(className).at(0);
         told += "\n" + instance.path->ToString() + "\n";
         for (const cim::NamedValue &property : instance.properties)
-            if (!property.value.IsNull()) told += "    " + TypeOf(property.value) + " " + property.name.Text() + "\n";
+            if (!property.value.IsNull())
+                told += "    " + cim::DeclaredTypeName(property.value.type) + " " + property.name.Text() + "\n";
     }
     ExpectFile("model.txt", told);
 }

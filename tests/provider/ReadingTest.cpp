@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <mutex>
+#include <thread>
 
 using namespace support;
 using cim::FaultRule;
@@ -68,13 +69,16 @@ struct Reading {
 std::map<Reading, Type> ReadingsOf(WholeBench &bench) {
     std::map<Reading, Type> readings;
     std::mutex mutex;
-    static thread_local std::string className; // of the object that this thread is reading
+    std::map<std::thread::id, std::string> read; // the class of what each thread reads
     for (const Operation operation : {Operation::GetProperty, Operation::GetKey}) {
         FaultRule rule = Rule(operation);
-        rule.hook = [](const cim::Call &call) { className = call.className; };
+        rule.hook = [&](const cim::Call &call) {
+            const std::lock_guard lock(mutex);
+            read[std::this_thread::get_id()] = call.className;
+        };
         rule.rewrite = [&, operation](const std::string &name, CMPIData &answer, CMPIStatus &) {
             const std::lock_guard lock(mutex);
-            readings.emplace(Reading{operation, className, name}, TypeOf(answer));
+            readings.emplace(Reading{operation, read[std::this_thread::get_id()], name}, TypeOf(answer));
         };
         bench.Inject(rule);
     }
