@@ -1,5 +1,5 @@
 // What clients see: captions, state words, health, and how an instance is filled.
-#include "tests/provider/Linked.h"
+#include "tests/provider/Model.h"
 
 #include <gmock/gmock.h>
 
@@ -49,92 +49,33 @@ TEST(Instances, AreFilteredBeforeTheyAreFilled) {
     EXPECT_EQ(filtered, 6);
 }
 
-TEST(VolumeInstance, NamesItsStateAndHealth) {
-    Hardware hardware = OneController();
-    for (int status = 0; status <= 18; ++status)
-        hardware.WithVolume(std::to_string(status), {{"pool", "dg0"}, {"status", status}});
-    LinkedBench bench(hardware);
-    bench.StartInOrder();
-    const auto volumes = bench.Enumerate(kVolume);
-    ASSERT_EQ(volumes.size(), 19u);
-    for (std::size_t status = 0; status < volumes.size(); ++status) {
-        const auto [word, health] = status == 2   ? std::pair("OPTIMAL", "5")
-                                    : status == 3 ? std::pair("DEGRADED", "10")
-                                    : status == 6 ? std::pair("OFFLINE", "30")
-                                                  : std::pair("UNDEFINED", "0");
-        EXPECT_TRUE(Matches(Shown(volumes[status], "Caption"), std::string("*() - ") + word)) << status;
-        EXPECT_EQ(Shown(volumes[status], "HealthState"), health) << status;
-    }
-}
-
-TEST(VolumeInstance, DerivesItsNamesNamespaceFromTheNamesFormat) {
-    Hardware hardware = OneController();
-    for (int format = 0; format <= 12; ++format)
-        hardware.WithVolume(std::to_string(format), {{"pool", "dg0"}, {"nameFormat", format}, {"nameNamespace", 5}});
-    LinkedBench bench(hardware);
-    bench.StartInOrder();
-    EXPECT_THAT(bench.Column(kVolume, "NameNameSpace"),
-                ElementsAre("0", "1", "2", "2", "3", "4", "1", "7", "7", "2", "1", "1", "0"));
-}
-
-TEST(ExtentInstance, NamesItsStateFromStatusExtentAndPool) {
-    const struct {
-        int status, extent;
-        bool primordial; // the pool
-        const char *word, *health;
-    } cases[] = {
-        {2, 13, false, "HOT SPARE", "5"},
-        {2, 13, true, "HOT SPARE", "5"},
-        {2, 11, true, "UNCONFIGURED GOOD", "5"},
-        {2, 2, true, "UNCONFIGURED GOOD", "5"},
-        {2, 11, false, "REBUILD", "5"},
-        {2, 2, false, "ONLINE", "5"},
-        {2, 3, false, "ONLINE", "5"},
-        {6, 2, true, "UNCONFIGURED BAD", "10"},
-        {6, 13, true, "UNCONFIGURED BAD", "10"},
-        {6, 3, true, "FAILED", "30"},
-        {6, 3, false, "FAILED", "30"},
-        {6, 2, false, "FAILED", "30"},
-        {12, 2, false, "OFFLINE", "20"},
-        {12, 13, true, "OFFLINE", "20"},
-        {15, 2, false, "UNCONFIGURED GOOD", "5"},
-        {3, 13, true, "UNDEFINED", "10"},
-        {0, 2, false, "UNDEFINED", "10"},
-        {5, 11, false, "UNDEFINED", "10"},
-    };
-    Hardware hardware = OneController();
-    int id = 0;
-    for (const auto &test : cases)
-        hardware.WithDisk(std::to_string(id++), {{"pool", test.primordial ? "free" : "dg0"},
-                                                 {"status", test.status},
-                                                 {"extentStatus", test.extent},
-                                                 // Of no weight as long as the pool is known.
-                                                 {"primordial", !test.primordial}});
-    LinkedBench bench(hardware);
-    bench.StartInOrder();
-    const auto disks = bench.Enumerate(kExtent);
-    ASSERT_EQ(disks.size(), std::size(cases));
-    for (std::size_t i = 0; i < disks.size(); ++i) {
-        EXPECT_EQ(Shown(disks[i], "Caption"),
-                  "Drive " + std::to_string(i) + " on controller c0 Fw: n/a - " + cases[i].word);
-        EXPECT_EQ(Shown(disks[i], "HealthState"), cases[i].health) << i;
-    }
-}
-
-TEST(PortAndBatteryInstances, DeriveTheirHealthFromTheirStatus) {
-    Hardware hardware = Hardware().WithController("c1");
+TEST(States, AreNamedAndRatedForEveryStatus) {
+    Hardware hardware = OneController().WithPool("empty");
     for (int status = 0; status <= 18; ++status) {
-        hardware.WithPort(std::to_string(status), {{"status", status}});
-        hardware.WithBattery(std::to_string(status), {{"status", status}});
+        const std::string id = "of status " + std::to_string(status);
+        hardware.WithPort(id, {{"status", status}}).WithBattery(id, {{"status", status}});
+        hardware.WithVolume(id, {{"pool", "empty"}, {"status", status}});
+        for (const int extent : {2, 3, 11, 13})
+            for (const bool primordial : {false, true})
+                hardware.WithDisk(id + " " + std::to_string(extent) + (primordial ? " primordial" : ""),
+                                  {{"pool", primordial ? "free" : "dg0"},
+                                   {"status", status},
+                                   {"extentStatus", extent},
+                                   {"primordial", !primordial}}); // of no weight as long as the pool is known
     }
+    for (int format = 0; format <= 12; ++format)
+        hardware.WithVolume("of format " + std::to_string(format),
+                            {{"pool", "empty"}, {"nameFormat", format}, {"nameNamespace", 5}});
+    const LogMask quiet(LOG_UPTO(LOG_INFO));
     LinkedBench bench(hardware);
     bench.StartInOrder();
-    std::vector<std::string> expected(19, "0");
-    expected[2] = expected[15] = "5";
-    expected[6] = "30";
-    expected[12] = "20";
-    EXPECT_EQ(bench.Column(kPort, "HealthState"), expected);
-    EXPECT_EQ(bench.Column(kBattery, "HealthState"), expected);
+    std::string told;
+    for (const char *className : {kVolume, kExtent, kPort, kBattery})
+        for (const cim::Instance &device : bench.Enumerate(className)) {
+            told += Shown(device, "Caption") + ", health " + Shown(device, "HealthState");
+            told += className == kVolume ? ", namespace " + Shown(device, "NameNameSpace") + "\n" : "\n";
+        }
+    ExpectFile("states.txt", told);
 }
 
 TEST(Captions, ListDrivesBySlotAndEnclosureOrElseByTheirIdentifier) {

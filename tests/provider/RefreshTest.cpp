@@ -201,16 +201,3 @@ TEST(Refresh, EntersADiskIntoItsPoolOnceThePoolIsThere) {
     bench.RefreshedColumn(kExtent, "Caption");
     EXPECT_EQ(Members("dg0"), " d0");
 }
-
-TEST(Refresh, FindsANewPoolBeforeTheDisksAndVolumesInIt) {
-    LinkedBench bench(OneOfEach());
-    bench.StartAndWait();
-    bench.Change([](Hardware &hardware) {
-        hardware.WithPool("dg1")
-            .WithDisk("d1", {{"pool", "dg1"}, {"enclosure", "252"}, {"slot", 5}})
-            .WithVolume("v1", {{"pool", "dg1"}, {"raid", "RAID0"}, {"omit", {"ElementName"}}});
-    });
-    bench.Refresh(kVolume);
-    EXPECT_EQ(bench.Column(kVolume, "Caption").back(),
-              "RAID0 Logical Volume v1 on controller c0, Drives(5e252) - OPTIMAL");
-}
