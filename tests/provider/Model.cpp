@@ -49,6 +49,7 @@ void AddRecord(Facts &facts, const std::string &told) {
     for (const auto &[name, value] : fields) facts[kind + " " + id + "." + name] = value;
 }
 
+// Said once in that case.
 bool IsCaptionAgain(const cim::Instance &instance, const cim::NamedValue &property) {
     return property.name.Text() == "ElementName" && Shown(&property.value) == Shown(instance, "Caption");
 }

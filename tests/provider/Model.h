@@ -8,7 +8,7 @@
 
 namespace support {
 
-// A provider over hardware that has every value set, and two of every object of which the provider takes the first:
+// A provider over hardware with every value set, and with two of each object of which the provider takes the first:
 // whole.json.
 class WholeBench : public LinkedBench {
 public:

@@ -12,7 +12,7 @@ using cim::Operation;
 
 namespace {
 
-// Lines of that priority or above, records aside, each with how often it came.
+// Lines of that priority or above, except for dumped records, with the number of times that each came.
 std::map<std::string, int> Lines(int priority) {
     std::map<std::string, int> lines;
     for (const auto &line : LogCapture::Lines())
@@ -31,7 +31,7 @@ using Step = std::tuple<Operation, std::string, std::string, std::string>; // of
 struct Outcome {
     Facts facts;
     std::map<std::string, int> errors;
-    std::map<Step, int> steps; // each with how often it was gone
+    std::map<Step, int> steps; // with the number of times that each was taken
 };
 
 // What comes of a life, or of a part of one, while the rule is in force.
@@ -53,8 +53,8 @@ template <class Life> Outcome Live(WholeBench &bench, const Life &life, FaultRul
     return outcome;
 }
 
-// Each step fails, brings nothing, and an empty enumeration: what becomes of the model, and what the log says.
-// `prepare` goes well in any case.
+// Every step in turn fails, brings nothing, or brings an empty enumeration: what changes in the model, and the errors.
+// No step of `prepare` fails.
 template <class Prepare, class Life>
 std::string TellOfSteps(WholeBench &bench, const Prepare &prepare, const Life &life) {
     const LogMask quiet(LOG_UPTO(LOG_INFO));
