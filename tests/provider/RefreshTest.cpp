@@ -172,6 +172,10 @@ TEST(Refresh, FetchesTheInstanceThatItIsNotGiven) {
     EXPECT_TRUE(LoggedTimes(1, LOG_ERR, "GetInstance root/sim:Sim_Battery* failed, status: rc 1, msg NULL"));
     bench.Broker().Faults().Remove(fault);
     EXPECT_THAT(refreshed(), ElementsAre("30"));
+    const Invocation call(bench); // without a path there is nothing to ask
+    EXPECT_EQ(GetInstance(call.Context(), nullptr), nullptr);
+    EXPECT_EQ(AssociatorNames(call.Context(), nullptr, "CIM_Container", "CIM_Chassis"), nullptr);
+    EXPECT_TRUE(LoggedTimes(2, LOG_ERR, "* NULL *failed, status: rc 4, msg NULL"));
 }
 
 // Unlike a builder it knows no second choice: the first pool that the disk names is its pool.
