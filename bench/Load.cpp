@@ -5,7 +5,6 @@
 #include <atomic>
 #include <chrono>
 #include <mutex>
-#include <syslog.h>
 #include <thread>
 
 namespace bench {
@@ -67,7 +66,6 @@ void Settle(Rig &rig) {
 } // namespace
 
 void MeasureLoad(Report &report) {
-    setlogmask(LOG_UPTO(LOG_INFO));
     const Json hardware = Describe({24});
     Rig rig(hardware);
     rig.Start();

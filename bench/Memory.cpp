@@ -8,7 +8,6 @@
 
 #include <fstream>
 #include <stdexcept>
-#include <syslog.h>
 #include <unistd.h>
 
 namespace bench {
@@ -75,7 +74,6 @@ void MeasureGrowth(Report &report) {
 
 // The extra of 992 more disks, and of 124 more volumes on the same disks.
 void MeasureMemory(Report &report) {
-    setlogmask(LOG_UPTO(LOG_INFO));
     MeasureGrowth(report);
     const double few = HeapBytesWith({8, 8}), many = HeapBytesWith({1000, 1000});
     report.Put("memory: own heap for each disk of 1,000", (many - few) / 992, AtMost(1024), "bytes");
