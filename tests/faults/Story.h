@@ -12,6 +12,9 @@
 
 namespace support {
 
+// What clients see, by class: object path and every property, sorted.
+using Served = std::map<std::string, std::vector<std::string>>;
+
 class Story {
 public:
     explicit Story(Hardware start, BenchOptions options = {});
@@ -41,6 +44,7 @@ private:
     bool Lost();
     void Await(); // all jobs, or an up-call that is lost
     void Unload();
+    Served Everything();
 
     Hardware start;
     std::atomic<bool> started{false};

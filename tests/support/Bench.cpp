@@ -107,40 +107,6 @@ std::vector<std::string> Bench::Identifiers(const std::string &className) {
     return identifiers;
 }
 
-Served Bench::Everything() {
-    Served served;
-    for (const char *className : kServedClasses) {
-        for (const cim::Instance &instance : Enumerate(className)) {
-            auto &properties = served[Shown(instance.path->Key(IdentifyingKey(className)))];
-            EXPECT_TRUE(properties.empty()) << instance.path->ToString() << " comes twice";
-            properties["path"] = instance.path->ToString();
-            for (const cim::NamedValue &property : instance.properties)
-                if (!property.value.IsNull())
-                    properties[property.name.Text()] = WithMembersSorted(Shown(&property.value));
-        }
-    }
-    return served;
-}
-
-std::vector<std::string> Differences(const Served &served, const Served &wanted) {
-    std::vector<std::string> differences;
-    const auto compare = [&](const Served &these, const Served &others, const char *how) {
-        for (const auto &[identifier, properties] : these) {
-            const auto other = others.find(identifier);
-            if (other == others.end()) differences.push_back(identifier + " is " + how);
-            if (other == others.end()) continue;
-            for (const auto &[name, value] : properties) {
-                const auto found = other->second.find(name);
-                if (found == other->second.end() || found->second != value)
-                    differences.push_back(identifier + " " + name + "=" + value + " is " + how);
-            }
-        }
-    };
-    compare(wanted, served, "missing");
-    compare(served, wanted, "not wanted");
-    return differences;
-}
-
 cim::Answer<cim::Instance> Bench::Get(const std::string &className, const std::string &identifier,
                                       cim::PropertyList properties) {
     return broker->GetInstance({{}, kNameSpace, className, {{IdentifyingKey(className), Text(identifier)}}},

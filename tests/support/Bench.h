@@ -8,7 +8,6 @@
 
 #include <chrono>
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -40,11 +39,6 @@ struct BenchOptions {
 // Polls, for conditions that nothing signals.
 bool Eventually(const std::function<bool()> &condition, std::chrono::milliseconds limit = std::chrono::seconds(60));
 
-// What clients see of each instance, by its identifier: the path and every property that has a value, as text.
-using Served = std::map<std::string, std::map<std::string, std::string>>;
-// A line for each instance and property of which they differ.
-std::vector<std::string> Differences(const Served &served, const Served &wanted);
-
 // One at a time: time, log and the vendor's description belong to the process.
 class Bench {
 public:
@@ -71,7 +65,6 @@ public:
     std::vector<std::string> Column(const std::string &className, const std::string &property);
     // The identifiers that the class's instances go by (DeviceID, Name or InstanceID), from the names alone.
     std::vector<std::string> Identifiers(const std::string &className);
-    Served Everything();
     cim::Answer<cim::Instance> Get(const std::string &className, const std::string &identifier,
                                    cim::PropertyList properties = nullptr);
 
