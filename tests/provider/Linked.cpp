@@ -6,7 +6,8 @@ namespace support {
 namespace {
 
 BenchOptions WithProvider(BenchOptions options) {
-    options.provider.createInstanceMI = QuarnelProvider_Create_InstanceMI;
+    if (options.provider.createInstanceMI == nullptr)
+        options.provider.createInstanceMI = QuarnelProvider_Create_InstanceMI;
     return options;
 }
 

@@ -44,6 +44,8 @@ Bench::Bench(Hardware description, const BenchOptions &options) : hardware(std::
 
     cim::BrokerConfig config = ServerConfig();
     if (options.provider.createInstanceMI != nullptr) config.builtins[kProvider] = options.provider;
+    config.mofTexts = {{"the test's classes", options.classes}};
+    config.registrationTexts = {{"the test's registrations", options.registrations}};
     config.memory = options.memory;
     config.unkind = options.unkind;
     config.filterResults = options.filterResults;

@@ -33,7 +33,8 @@ struct BenchOptions {
     cim::Unkindness unkind = UnkindWanted() ? cim::kUnkind : cim::Unkindness{};
     bool filterResults = true;
     bool factoryPerClass = false;
-    cim::BuiltinProvider provider; // when QuarnelProvider is linked in; otherwise its library is loaded
+    std::string classes, registrations; // more of them, as MOF and as stanzas
+    cim::BuiltinProvider provider;      // when QuarnelProvider is linked in; otherwise its library is loaded
 };
 
 // Polls, for conditions that nothing signals.

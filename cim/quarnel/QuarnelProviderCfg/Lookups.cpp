@@ -37,6 +37,7 @@ Record *Find(KeyIndex_t *index, const List_t *list, const char *sought, const Wo
 }
 
 char *FindMember(const StoragePool_t *pool, const char *diskID) {
+    NoteControllerNeeded();
     for (char *member : Each<char>(pool->Drives))
         if (strcmp(member, diskID) == 0) return member;
     return nullptr;

@@ -44,4 +44,6 @@ void NoteUnlocked(LockRank rank) { held &= ~Bit(rank); }
 
 void NoteUpcall() { Check((held & ~Bit(LockRank::Kind)) == 0, "up-call under a lock", 0); }
 
+void NoteControllerNeeded() { Check((held & Bit(LockRank::Controller)) != 0, "CtrlMutex is not held", 0); }
+
 #endif

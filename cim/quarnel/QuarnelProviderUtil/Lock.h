@@ -26,10 +26,13 @@ enum class LockRank { Life, Kind, Controller, Threads, Queue };
 void NoteLocked(LockRank rank);
 void NoteUnlocked(LockRank rank);
 void NoteUpcall();
+// Ends it as well when the calling thread holds no controller's CtrlMutex.
+void NoteControllerNeeded();
 #else
 inline void NoteLocked(LockRank) {}
 inline void NoteUnlocked(LockRank) {}
 inline void NoteUpcall() {}
+inline void NoteControllerNeeded() {}
 #endif
 
 template <LockRank Rank> class TS(scoped_lockable) ScopedLock {
