@@ -54,37 +54,25 @@ Footprint TakeFootprint() {
     return {heap, pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE))};
 }
 
-std::uint32_t Count(std::uint32_t Life_t::*which) { // of workers, in the life that there is
-    const ThreadsLock lock(ThisLife().QuarnelThreadMutex);
-    return ThisLife().*which;
-}
-
 // One thing that goes wrong a few times, some time from now.
 cim::FaultRule RandomFault(Dice &dice) {
-    Rule upcalls(
-        {Operation::EnumerateInstances, Operation::GetInstance, Operation::Associators, Operation::AssociatorNames});
-    upcalls.After(static_cast<std::uint64_t>(dice.Below(200))).Times(static_cast<std::uint64_t>(1 + dice.Below(5)));
-    switch (dice.Below(5)) {
-    case 0:
-        return upcalls.Takes(std::chrono::milliseconds(1 + dice.Below(10)));
-    case 1:
-        upcalls.operations = {
-            dice.OneOf({Operation::NewObjectPath, Operation::NewInstance, Operation::NewArray, Operation::Clone,
-                        Operation::GetObjectPath, Operation::GetClassName, Operation::ToString, Operation::GetCharPtr,
-                        Operation::ToArray, Operation::PrepareAttachThread})};
-        return upcalls.Does(Effect::NullWithOk);
-    case 2: // not answered until the fault ends; in a factory's walk the broker's requests would be lost, too
-        return Rule({Operation::Associators, Operation::AssociatorNames})
-            .Along(dice.OneOf({"CIM_SystemDevice", "CIM_HostedStoragePool", "CIM_SystemPackaging", "CIM_MediaPresent",
-                               "CIM_PackageInConnector", "CIM_Container", "CIM_ConcreteComponent",
-                               "CIM_ElementSettingData", "CIM_AllocatedFromStoragePool"}))
-            .After(static_cast<std::uint64_t>(dice.Below(20)))
-            .Times(1)
-            .Does(Effect::Lost);
-    default:
-        return upcalls.Does(dice.OneOf({Effect::Fail, Effect::NullWithOk, Effect::Empty}))
-            .Saying(dice.OneIn(2) ? "out of order" : "");
-    }
+    const auto upcalls = {Operation::EnumerateInstances, Operation::GetInstance, Operation::Associators,
+                          Operation::AssociatorNames};
+    const auto objects = {
+        Operation::NewObjectPath, Operation::NewInstance,        Operation::NewArray, Operation::Clone,
+        Operation::GetObjectPath, Operation::GetClassName,       Operation::ToString, Operation::GetCharPtr,
+        Operation::ToArray,       Operation::PrepareAttachThread};
+    // Not answered until the fault ends. In a factory's walk the broker's requests would be lost, too.
+    const auto workersWalks = {"CIM_SystemDevice",      "CIM_HostedStoragePool",  "CIM_SystemPackaging",
+                               "CIM_MediaPresent",      "CIM_PackageInConnector", "CIM_Container",
+                               "CIM_ConcreteComponent", "CIM_ElementSettingData", "CIM_AllocatedFromStoragePool"};
+    Rule rule = dice.OneOf({Rule(upcalls).Takes(std::chrono::milliseconds(1 + dice.Below(10))),
+                            Rule(dice.OneOf(objects)).Does(Effect::NullWithOk),
+                            Rule(upcalls).Does(dice.OneOf({Effect::Fail, Effect::NullWithOk, Effect::Empty})),
+                            Rule(upcalls).Fails().Saying("out of order"),
+                            Rule(Operation::Associators).Along(dice.OneOf(workersWalks)).Does(Effect::Lost)});
+    return rule.After(static_cast<std::uint64_t>(dice.Below(100)))
+        .Times(rule.effect == Effect::Lost ? 1 : static_cast<std::uint64_t>(1 + dice.Below(5)));
 }
 
 // What a refresh takes over of the devices that it knows; the rest is read when the device appears, and is not there
@@ -123,16 +111,14 @@ public:
         Recover();
         const Sight followed = Look();
         EXPECT_TRUE(Eventually([this] { // the lost ones have been replaced, those that came back have left
-            return Count(&Life_t::RunningWorkers) == kWorkers && Count(&Life_t::LostWorkers) == 0 &&
-                   bench.Broker().Live().contexts == kWorkers;
+            return bench.Broker().Live().attachedThreads == kWorkers && bench.Broker().Live().contexts == kWorkers;
         }));
         bench.LetEveryWorkerWork();
-        EXPECT_TRUE(Soon([this] { return bench.Broker().Live().clones == PathsOwned(); })) << Alive();
-        EXPECT_EQ(bench.Broker().Live().lent, 0u);
+        EXPECT_TRUE(Eventually([this] { return bench.Broker().Live().clones == PathsOwned(); }));
+        bench.ExpectOnlyRecordsAlive();
         Reload();
         Compare(followed, Look(), weather);
         Unload();
-        leftBehind = false;
         LogCapture::Clear();
     }
 
@@ -167,7 +153,7 @@ private:
         while (PassRequests(clients, 40)) {
             if (weather == Weather::Foul && dice.OneIn(2)) failing.push_back(bench.Inject(RandomFault(dice)));
             if (failing.size() > 6) EndFault();
-            if (dice.OneIn(12)) UnloadAmongRequests(clients, weather);
+            if (dice.OneIn(LostUpcall() ? 4 : 12)) UnloadAmongRequests(clients, weather);
             if (dice.OneIn(20)) bench.Broker().AskToUnload(kProvider); // with requests running: as it likes
             if (dice.OneIn(20)) bench.Broker().CallFactoryAgain(kProvider);
         }
@@ -203,14 +189,15 @@ private:
         failing.pop_front();
     }
 
+    bool LostUpcall() { return bench.Broker().Faults().LostNow() > 0; }
+
     // Whatever the workers are doing. A life with a lost up-call is left behind, also while requests are running.
     void UnloadAmongRequests(Clients &clients, Weather weather) {
-        const bool abandon = bench.Broker().Faults().LostNow() > 0, amid = abandon && dice.OneIn(2);
+        const bool abandon = LostUpcall(), amid = abandon && dice.OneIn(2);
         if (!amid) clients.KeepOut();
         if (abandon) {
             EXPECT_EQ(bench.Broker().CallCleanUp(kProvider, true), CMPI_RC_OK);
             bench.Broker().CallFactoryAgain(kProvider);
-            leftBehind = true;
         } else {
             Unload();
         }
@@ -228,21 +215,8 @@ private:
             return rc != CMPI_RC_DO_NOT_UNLOAD;
         });
         EXPECT_EQ(rc, CMPI_RC_OK);
-        EXPECT_TRUE(Soon([this] {
-            const cim::LiveObjects live = bench.Broker().Live();
-            return live.lent + live.clones + live.contexts + live.attachedThreads == 0;
-        })) << Alive();
+        bench.ExpectNothingAlive();
         ++done["unloads"];
-    }
-
-    // At once; but the last thing that a life left behind does is to free what it had.
-    bool Soon(const std::function<bool()> &condition) { return leftBehind ? Eventually(condition) : condition(); }
-
-    std::string Alive() {
-        const cim::LiveObjects live = bench.Broker().Live();
-        return std::to_string(live.lent) + " lent objects, " + std::to_string(live.clones) + " clones (records own " +
-               std::to_string(PathsOwned()) + "), " + std::to_string(live.contexts) + " contexts, " +
-               std::to_string(live.attachedThreads) + " threads";
     }
 
     void Reload() {
@@ -256,12 +230,17 @@ private:
         bench.Broker().Load(kProvider);
         // A start that failed is tried again by the factory; one that found no means for any worker is not.
         bench.Broker().CallFactoryAgain(kProvider);
-        if (ThisLife().RaidControllerList.Size == 0 || Count(&Life_t::RunningWorkers) == 0) Reload();
+        if (ThisLife().RaidControllerList.Size == 0 || !AnyWorker()) Reload();
         EXPECT_TRUE(WorkersIdle());
         for (const char *className : {kVolume, kPort, kBattery}) {
             TestClock::Advance(StateUpdateInterval);
             bench.Refresh(className);
         }
+    }
+
+    static bool AnyWorker() {
+        const ThreadsLock lock(ThisLife().QuarnelThreadMutex);
+        return ThisLife().RunningWorkers > 0;
     }
 
     Sight Look() {
@@ -300,7 +279,6 @@ private:
     LinkedBench bench;
     WellFormed wellFormed;
     std::deque<cim::Faults::Id> failing;
-    bool leftBehind = false; // a life, in this episode
     std::map<std::string, std::uint64_t> done;
 };
 
