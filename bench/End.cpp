@@ -2,7 +2,7 @@
 #include "bench/Groups.h"
 #include "bench/Rig.h"
 #include "bench/Turns.h"
-#include "tests/host/Process.h"
+#include "tests/support/Process.h"
 #include "tests/wbem/Client.h"
 
 #include <csignal>

@@ -4,7 +4,7 @@
 #include "cim/client/Hosted.h"
 #include "cim/recording/DescriptionText.h"
 #include "cim/simhhrc/Description.h"
-#include "tests/host/Process.h"
+#include "tests/support/Process.h"
 
 #include <gmock/gmock.h>
 
@@ -95,7 +95,7 @@ struct RoundTrip {
         recordingAgain = RecordingOf(*connection);
     }
 
-    Folder folder;
+    support::TemporaryFolder folder;
     std::vector<std::string> served, servedAgain;
     std::string recording, recordingAgain;
 };
@@ -112,7 +112,7 @@ TEST_P(RecordedSample, IsReplayedInstanceForInstance) {
 INSTANTIATE_TEST_SUITE_P(Record, RecordedSample, testing::Values("rack-server.json", "storage-node.json"));
 
 TEST(Record, AForeignVendorsOddModelIsReplayedAsItWas) {
-    const Folder folder;
+    const support::TemporaryFolder folder;
     const RoundTrip trip(folder.Write("foreign.json", kForeign));
     EXPECT_EQ(trip.servedAgain, trip.served);
     EXPECT_EQ(trip.recordingAgain, trip.recording);
@@ -173,10 +173,10 @@ TEST(Record, EveryValueHasAFormInADescription) {
     }
     EXPECT_EQ(properties[0].value.text, "\xc3\x28");
     EXPECT_EQ(properties[1].value.text, "a \"b\" \\ \n\t\xe2\x82\xac");
-    EXPECT_EQ(properties[2].value.scalar.uint16, 0xD800);
-    EXPECT_EQ(properties[3].value.scalar.sint64, INT64_MIN);
-    EXPECT_EQ(properties[4].value.scalar.uint64, UINT64_MAX);
-    EXPECT_EQ(properties[6].value.scalar.real64, 0.1);
+    EXPECT_EQ(properties[2].value.number, cim::Numeric(std::uint64_t{0xD800}));
+    EXPECT_EQ(properties[3].value.number, cim::Numeric(std::int64_t{INT64_MIN}));
+    EXPECT_EQ(properties[4].value.number, cim::Numeric(std::uint64_t{UINT64_MAX}));
+    EXPECT_EQ(properties[6].value.number, cim::Numeric(0.1));
     EXPECT_TRUE(properties[10].value.elements.at(1).null);
 }
 
@@ -216,7 +216,7 @@ private:
 };
 
 TEST(Record, WhateverRequestFailsTheWalkSaysWhereItStopped) {
-    const Folder folder;
+    const support::TemporaryFolder folder;
     const auto broker = Host(folder.Write("foreign.json", kForeign));
     const auto hosted = Hosted(*broker);
     std::size_t failed = 1;
@@ -239,7 +239,7 @@ TEST(Record, WhateverRequestFailsTheWalkSaysWhereItStopped) {
 }
 
 TEST(Record, WhatIsRefusedStopsTheWalkOrIsLeftOutAndNamed) {
-    const Folder folder;
+    const support::TemporaryFolder folder;
     const auto broker = Host(folder.Write("foreign.json", kForeign));
     const auto hosted = Hosted(*broker);
     // The first ten requests lead to the controller's software, which it has none of.
@@ -261,7 +261,7 @@ TEST(Record, WhatIsRefusedStopsTheWalkOrIsLeftOutAndNamed) {
 }
 
 TEST(RecordCommand, WritesToStandardOutputAndListsWhatIsLeftOnTheOther) {
-    const Folder folder;
+    const support::TemporaryFolder folder;
     std::vector<std::string> served;
     Outcome outcome;
     {

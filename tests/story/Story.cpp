@@ -2,7 +2,6 @@
 
 #include "tests/support/TestClock.h"
 
-#include <fstream>
 #include <stdexcept>
 
 namespace cim {
@@ -10,11 +9,6 @@ namespace cim {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-Json RackServer() {
-    std::ifstream file(SampleHardware("rack-server.json"));
-    return Json::parse(file);
-}
 
 Json &DiskIn(Json &controller, int slot) {
     for (auto &disk : controller["disks"]) {
@@ -64,15 +58,7 @@ const std::vector<Step> kStory{
      }},
 };
 
-Stage::Stage() : server(RackServer()) {
-    HostingOptions options;
-    options.hardwareFile = server.File();
-    std::string error;
-    hosted = StartHosting(options, &error);
-    if (hosted == nullptr || WaitForFirstBuild(*hosted, options, &error) != FirstBuild::Done) {
-        throw std::runtime_error(error);
-    }
-}
+Stage::Stage() : server(SampleHardware("rack-server.json")), hosted(support::Host(server.File())) {}
 
 void Stage::Play(const Step &step) {
     step.happen(server.Controller());

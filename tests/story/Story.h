@@ -3,7 +3,7 @@
 
 #include "cim/inventory/Inventory.h"
 #include "cim/program/Hosting.h"
-#include "tests/host/Server.h"
+#include "tests/support/DescribedHardware.h"
 
 #include <memory>
 #include <vector>
@@ -27,7 +27,7 @@ public:
     Broker &broker() { return *hosted; }
 
 private:
-    Server server;
+    support::DescribedHardware server;
     std::unique_ptr<Broker> hosted;
 };
 
