@@ -118,14 +118,10 @@ void Clients::KeepOut() {
     changed.wait(lock, [this] { return inside == 0; });
 }
 
-std::uint64_t Clients::Requests() const {
-    const std::lock_guard lock(mutex);
-    return requests;
-}
-
-void Clients::WaitForRequests(std::uint64_t total) {
+std::uint64_t Clients::WaitForMore(int some) {
     std::unique_lock lock(mutex);
-    changed.wait(lock, [&] { return requests >= total; });
+    changed.wait(lock, [&, wanted = requests + static_cast<std::uint64_t>(some)] { return requests >= wanted; });
+    return requests;
 }
 
 } // namespace support

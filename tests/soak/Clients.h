@@ -21,15 +21,14 @@ public:
 
     void LetIn(Weather weather);
     void KeepOut(); // returns when no request is running
-    std::uint64_t Requests() const;
-    // Returns when that many requests in all have been answered: not while everybody is kept out.
-    void WaitForRequests(std::uint64_t total);
+    // How many requests have been answered, when some more have been: not while everybody is kept out.
+    std::uint64_t WaitForMore(int some);
 
 private:
     class Client;
     void Run(Client client);
 
-    mutable std::mutex mutex;
+    std::mutex mutex;
     std::condition_variable changed;
     bool open = false; // guarded by mutex, as the next four
     bool over = false;

@@ -13,6 +13,7 @@
 #include <deque>
 #include <fstream>
 #include <malloc.h>
+#include <regex>
 #include <unistd.h>
 
 #ifdef QUARNEL_SANITIZED
@@ -78,16 +79,9 @@ cim::FaultRule RandomFault(Dice &dice) {
 
 // What a refresh takes over of the devices that it knows; the rest is read when the device appears, and is not there
 // when reading went wrong. An extent's health depends on its pool's Primordial.
-const std::set<std::string> kFollowed = {"StorageVolume.OperationalStatus",
-                                         "StorageVolume.ExtentStatus",
-                                         "StorageVolume.HealthState",
-                                         "StorageVolume.NumberOfBlocks",
-                                         "StorageVolume.ConsumableBlocks",
-                                         "StorageExtent.OperationalStatus",
-                                         "Battery.Caption",
-                                         "Battery.OperationalStatus",
-                                         "Battery.BatteryStatus",
-                                         "Battery.HealthState"};
+const std::regex kFollowed(R"((StorageVolume|StorageExtent|Battery)\.OperationalStatus|)"
+                           R"(StorageVolume\.(ExtentStatus|HealthState|NumberOfBlocks|ConsumableBlocks)|)"
+                           R"(Battery\.(Caption|BatteryStatus|HealthState))");
 
 class Soak {
 public:
@@ -149,39 +143,22 @@ private:
     void Storm(Weather weather) {
         Clients clients(bench.Broker(), wellFormed, kClients, dice.Seed());
         clients.LetIn(weather);
-        std::uint64_t changes = 0;
-        std::thread changing([&, seed = dice.Seed()] { changes = ChangeHardware(clients, seed); });
-        while (PassRequests(clients, 40)) {
-            if (weather == Weather::Foul && dice.OneIn(2)) failing.push_back(bench.Inject(RandomFault(dice)));
-            if (failing.size() > 6) EndFault();
-            if (dice.OneIn(LostUpcall() ? 4 : 12)) UnloadAmongRequests(clients, weather);
-            if (dice.OneIn(20)) bench.Broker().AskToUnload(kProvider); // with requests running: as it likes
-            if (dice.OneIn(20)) bench.Broker().CallFactoryAgain(kProvider);
-        }
-        changing.join();
-        clients.KeepOut();
-        done["changes of the hardware"] += changes;
-        done["requests"] += clients.Requests();
-    }
-
-    // On a thread of its own: hardware and time. How often.
-    std::uint64_t ChangeHardware(Clients &clients, std::uint64_t seed) {
-        Dice pace(seed);
-        std::uint64_t changes = 0;
-        for (; PassRequests(clients, 1 + pace.Below(30)); ++changes) {
+        std::uint64_t requests = 0;
+        while (requests < kRequestsPerEpisode) {
             bench.Change([&](Hardware &hardware) {
-                for (int i = pace.Below(4); i >= 0; --i) random.Change(hardware);
+                for (int i = dice.Below(4); i >= 0; --i) random.Change(hardware);
             });
-            TestClock::Advance(pace.OneOf<time_t>({0, 1, 7, StateUpdateInterval, 2 * StateUpdateInterval}));
+            ++done["changes of the hardware"];
+            TestClock::Advance(dice.OneOf<time_t>({0, 1, 7, StateUpdateInterval, 2 * StateUpdateInterval}));
+            if (weather == Weather::Foul && dice.OneIn(4)) failing.push_back(bench.Inject(RandomFault(dice)));
+            if (failing.size() > 6) EndFault();
+            if (dice.OneIn(LostUpcall() ? 6 : 30)) UnloadAmongRequests(clients, weather);
+            if (dice.OneIn(40)) bench.Broker().AskToUnload(kProvider); // with requests running: as it likes
+            if (dice.OneIn(40)) bench.Broker().CallFactoryAgain(kProvider);
+            requests = clients.WaitForMore(1 + dice.Below(30));
         }
-        return changes;
-    }
-
-    // Waits until the clients have made some more requests; false when that makes an episode.
-    static bool PassRequests(Clients &clients, int some) {
-        const std::uint64_t next = clients.Requests() + static_cast<std::uint64_t>(some);
-        clients.WaitForRequests(std::min(next, kRequestsPerEpisode));
-        return next < kRequestsPerEpisode;
+        clients.KeepOut();
+        done["requests"] += requests;
     }
 
     void EndFault() { // what it has lost is answered
@@ -267,7 +244,7 @@ private:
             const std::string controller = IdentityOf(name.substr(begin + 1, end - begin - 1)).controller;
             if (sight.controllers.count(controller) == 0 || others.count(controller) == 0) continue;
             facts[name.substr(0, end) + ".there"];
-            if (weather == Weather::Fair || kFollowed.count(name.substr(0, begin) + name.substr(end)) != 0)
+            if (weather == Weather::Fair || std::regex_match(name.substr(0, begin) + name.substr(end), kFollowed))
                 facts[name] = WithMembersSorted(value);
         }
         return facts;
@@ -275,7 +252,7 @@ private:
 
     const LogMask quiet{LOG_UPTO(LOG_WARNING)};
     Dice dice;
-    RandomHardware random; // the changing thread's during a storm, as the description
+    RandomHardware random;
     const Hardware calm;
     LinkedBench bench;
     WellFormed wellFormed;
