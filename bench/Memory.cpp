@@ -13,7 +13,6 @@
 namespace bench {
 namespace {
 
-constexpr Kind kAll[] = {kExtents, kVolumes, kPorts, kBatteries};
 constexpr int kRounds = 2000; // of five refreshes: pools, disks, volumes, ports, batteries
 constexpr int kFirstRounds = 50;
 
@@ -44,7 +43,7 @@ double HeapBytesWith(const Layout &layout) {
 void RefreshEverything(Rig &rig) {
     const std::uint64_t before = rig.Broker().UpcallCount(); // a job left over from the last round may begin at once
     MakeRefreshesDue();
-    for (const Kind &kind : kAll) rig.Trigger(kind);
+    for (const Kind &kind : kDevices) rig.Trigger(kind);
     rig.WaitForUpcalls(before, rig.RefreshUpcalls() + 3);
 }
 

@@ -2,7 +2,7 @@
 // not answered for a while, the provider is unloaded and loaded again, in brokers kind and unkind. All answers are well
 // formed, the model comes back to what is there, and nothing grows.
 //
-// A few seconds; TEST_SECONDS sets another length, TEST_SEED other decisions.
+// Some seconds; TEST_SECONDS sets another length, TEST_SEED other decisions.
 #include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 #include "tests/provider/Model.h"
 #include "tests/soak/Clients.h"
@@ -266,7 +266,7 @@ INSTANTIATE_TEST_SUITE_P(Brokers, SoakIn, testing::Values(true, false),
                          [](const auto &test) { return test.param ? "Unkind" : "Kind"; });
 
 TEST_P(SoakIn, EveryAnswerIsWellFormedAndNothingGrows) {
-    const std::uint64_t seconds = FromEnvironment("TEST_SECONDS", 2);
+    const std::uint64_t seconds = FromEnvironment("TEST_SECONDS", 1);
     const std::uint64_t seed = FromEnvironment("TEST_SEED", 20240101);
     BenchOptions options;
     if (GetParam()) {

@@ -1,5 +1,7 @@
 #include "tests/support/LogCapture.h"
 
+#include "tests/support/Syslog.h"
+
 #include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
@@ -19,19 +21,6 @@ struct Store {
 Store &TheStore() {
     static Store *store = new Store;
     return *store;
-}
-
-void Capture(int priority, const char *format, va_list arguments) {
-    if ((setlogmask(0) & LOG_MASK(LOG_PRI(priority))) == 0) return;
-    char *text = nullptr;
-    if (vasprintf(&text, format, arguments) < 0) return;
-    static const bool echo = getenv("TEST_LOG_ECHO") != nullptr;
-    if (echo) fprintf(stderr, "<%d>%s", LOG_PRI(priority), text);
-    Store &store = TheStore();
-    const std::lock_guard lock(store.mutex);
-    store.lines.push_back({LOG_PRI(priority), text});
-    free(text);
-    store.grown.notify_all();
 }
 
 bool Fits(const LogLine &line, int priority, std::string_view pattern) {
@@ -58,6 +47,19 @@ std::string Shown(int priority) {
 }
 
 } // namespace
+
+void TakeLogLine(int priority, const char *format, va_list arguments) {
+    if ((setlogmask(0) & LOG_MASK(LOG_PRI(priority))) == 0) return;
+    char *text = nullptr;
+    if (vasprintf(&text, format, arguments) < 0) return;
+    static const bool echo = getenv("TEST_LOG_ECHO") != nullptr;
+    if (echo) fprintf(stderr, "<%d>%s", LOG_PRI(priority), text);
+    Store &store = TheStore();
+    const std::lock_guard lock(store.mutex);
+    store.lines.push_back({LOG_PRI(priority), text});
+    free(text);
+    store.grown.notify_all();
+}
 
 bool Matches(std::string_view text, std::string_view pattern) {
     for (bool first = true;; first = false) { // the leftmost place of each literal leaves the most to those behind it
@@ -127,26 +129,3 @@ testing::AssertionResult LoggedInOrder(const std::vector<std::string> &patterns)
 }
 
 } // namespace support
-
-// Take the C library's place, also of the entries that a fortified build calls.
-extern "C" {
-void vsyslog(int priority, const char *format, va_list arguments) { support::Capture(priority, format, arguments); }
-
-void syslog(int priority, const char *format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    support::Capture(priority, format, arguments);
-    va_end(arguments);
-}
-
-void __vsyslog_chk(int priority, int, const char *format, va_list arguments) {
-    support::Capture(priority, format, arguments);
-}
-
-void __syslog_chk(int priority, int, const char *format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    support::Capture(priority, format, arguments);
-    va_end(arguments);
-}
-}
