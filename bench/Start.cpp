@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <deque>
+#include <future>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -22,25 +23,34 @@ void KeepMapped(const Rig &rig) {
     if (dlopen(rig.ProviderFile().c_str(), RTLD_NOW | RTLD_LOCAL) == nullptr) throw std::runtime_error(dlerror());
 }
 
-// One life of the provider, with its factory call in the middle of what is timed or behind it: either way the caches
-// have seen another life meanwhile.
+// What `work` takes, and then three threads that live on until the time is taken, as the provider's workers do.
+double TimeWithThreads(const std::function<void()> &work) {
+    std::promise<void> over;
+    std::vector<std::thread> threads;
+    const double time = ThreadTimeOf([&, end = over.get_future().share()] {
+        work();
+        for (int i = 0; i < 3; ++i) threads.emplace_back([end] { end.wait(); });
+    });
+    over.set_value();
+    for (std::thread &thread : threads) thread.join();
+    return time;
+}
+
+// Either is timed when three threads have just ended, whose stacks the next ones get, and the caches have seen another
+// life of the provider since the last time.
 double TimeFactory(Rig &rig) {
+    TimeWithThreads([] {});
     const double time = ThreadTimeOf([&rig] { rig.Load(); });
     rig.Broker().WaitForBackground(5ms, 60s);
     rig.Unload();
     return time;
 }
 
-// What the factory cannot do without: its up-calls, and three workers.
+// What the factory cannot do without.
 double TimeNeeds(Rig &rig) {
     TimeFactory(rig);
-    std::vector<std::thread> workers;
-    const double time = ThreadTimeOf([&] {
-        DirectClient::FactoryUpcalls(rig);
-        for (int i = 0; i < 3; ++i) workers.emplace_back([] {});
-    });
-    for (std::thread &worker : workers) worker.join();
-    return time;
+    TimeWithThreads([] {});
+    return TimeWithThreads([&rig] { DirectClient::FactoryUpcalls(rig); });
 }
 
 } // namespace
