@@ -6,7 +6,6 @@
 #include <fmt/format.h>
 
 #include <stdexcept>
-#include <syslog.h>
 
 namespace bench {
 namespace {
@@ -21,7 +20,6 @@ void ReadAll(const DirectClient &client, const Rig &rig) {
 } // namespace
 
 void MeasureCache(Report &report) {
-    setlogmask(LOG_UPTO(LOG_INFO));
     const Json hardware = Describe({});
     Rig rig(hardware);
     rig.Start();

@@ -8,7 +8,6 @@
 #include <chrono>
 #include <fstream>
 #include <stdexcept>
-#include <syslog.h>
 
 namespace bench {
 namespace {
@@ -59,7 +58,6 @@ Json StorageNode() {
 } // namespace
 
 void MeasureFirstBuild(Report &report) {
-    setlogmask(LOG_UPTO(LOG_INFO));
     for (int i = 0; i < kSlowRuns; ++i)
         for (const int disks : kSizes) {
             const FirstBuild build = Build(Slowed(Describe({disks}), 5));

@@ -14,6 +14,7 @@ void MeasureRefresh(Report &report);
 void MeasureFirstBuild(Report &report);
 void MeasureLoad(Report &report);
 void MeasureStart(Report &report);
+void MeasureEnd(Report &report);
 void MeasureHttp(Report &report);
 
 // Draws the curves of growth as an SVG. False, with the reason on standard error, when gnuplot cannot.

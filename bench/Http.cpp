@@ -9,7 +9,6 @@
 #include <fmt/format.h>
 
 #include <stdexcept>
-#include <syslog.h>
 
 namespace bench {
 namespace {
@@ -48,10 +47,8 @@ std::size_t Exchange(cim::wbem::Client &client, const std::string &request) {
     return client.ReadAnswer().size();
 }
 
-} // namespace
-
-void MeasureHttp(Report &report) {
-    setlogmask(LOG_UPTO(LOG_INFO));
+// One run, with servers and connections of its own: which pages and cores they get decides as much as the code.
+void Run(Report &report) {
     Rig rig(Describe({1000}));
     rig.Start();
     HttpAnswer last; // what the server sent, for the static one to send again
@@ -78,7 +75,20 @@ void MeasureHttp(Report &report) {
         .Together({turn("http/extents", client, enumerate, 1), turn("http/the same bytes", staticClient, enumerate, 4)})
         .Together({turn("http/get", client, get, 1)})
         .Run(report);
-    report.Ratio("CIM-XML: 1,000 extents ÷ sending the same bytes", "http/extents", "http/the same bytes", AtMost(3));
+}
+
+} // namespace
+
+void MeasureHttp(Report &report) {
+    constexpr int kRuns = 5;
+    for (int i = 0; i < kRuns; ++i) {
+        Report run;
+        Run(run);
+        report.Add("http/ratio", run.MedianRatio("http/extents", "http/the same bytes"));
+        report.Add("http/get", run.Median("http/get"));
+    }
+    report.Put(fmt::format("CIM-XML: 1,000 extents ÷ sending the same bytes, median of {} runs", kRuns),
+               report.Median("http/ratio"), AtMost(3));
     report.Put("CIM-XML: requests for one extent on a kept connection", 1 / report.Median("http/get"), kReported,
                "per second");
 }

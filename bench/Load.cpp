@@ -5,7 +5,6 @@
 #include <atomic>
 #include <chrono>
 #include <mutex>
-#include <syslog.h>
 #include <thread>
 
 namespace bench {
@@ -17,7 +16,6 @@ using Clock = std::chrono::steady_clock;
 constexpr int kClients = 8;
 constexpr int kRounds = 5;
 constexpr auto kPhase = 1500ms;
-constexpr Kind kAll[] = {kExtents, kVolumes, kPorts, kBatteries};
 
 // All clients ask for one class after another; every request is a sample.
 void Ask(Rig &rig, Report &report, const char *name) {
@@ -29,7 +27,7 @@ void Ask(Rig &rig, Report &report, const char *name) {
             std::vector<double> times;
             for (std::size_t next = 0; Clock::now() < end; ++next) {
                 const auto start = Clock::now();
-                rig.Enumerate(kAll[next % std::size(kAll)]);
+                rig.Enumerate(kDevices[next % std::size(kDevices)]);
                 times.push_back(std::chrono::duration<double>(Clock::now() - start).count());
             }
             const std::lock_guard lock(mutex);
@@ -59,7 +57,7 @@ void Settle(Rig &rig) {
     for (std::uint64_t before = 0; before != rig.Broker().UpcallCount();) {
         rig.Broker().WaitForBackground(300ms, 60s);
         before = rig.Broker().UpcallCount();
-        for (const Kind &kind : kAll) rig.Trigger(kind);
+        for (const Kind &kind : kDevices) rig.Trigger(kind);
         rig.Broker().WaitForBackground(50ms, 60s);
     }
 }
@@ -67,7 +65,6 @@ void Settle(Rig &rig) {
 } // namespace
 
 void MeasureLoad(Report &report) {
-    setlogmask(LOG_UPTO(LOG_INFO));
     const Json hardware = Describe({24});
     Rig rig(hardware);
     rig.Start();

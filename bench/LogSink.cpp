@@ -1,5 +1,7 @@
 #include "bench/LogSink.h"
 
+#include "tests/support/Syslog.h"
+
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
@@ -13,24 +15,6 @@ namespace bench {
 namespace {
 
 std::atomic<int> writing{-1};
-
-void Write(int priority, const char *format, va_list arguments) {
-    if ((setlogmask(0) & LOG_MASK(LOG_PRI(priority))) == 0) return;
-    const int socket = writing.load(std::memory_order_acquire);
-    if (socket < 0) return;
-    char line[2048];
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    tm local{};
-    localtime_r(&now.tv_sec, &local);
-    int length = snprintf(line, sizeof line, "<%d>", priority);
-    length += static_cast<int>(
-        strftime(line + length, sizeof line - static_cast<std::size_t>(length), "%b %e %T quarnel-bench: ", &local));
-    const int text = vsnprintf(line + length, sizeof line - static_cast<std::size_t>(length), format, arguments);
-    length = text < 0 ? length : length + text;
-    const auto size = static_cast<std::size_t>(length) < sizeof line ? static_cast<std::size_t>(length) : sizeof line;
-    (void)send(socket, line, size, MSG_NOSIGNAL); // waits when the reader is slow, as syslog does
-}
 
 } // namespace
 
@@ -56,26 +40,20 @@ LogSink::~LogSink() {
 
 } // namespace bench
 
-// Take the C library's place, also of the entries that a fortified build calls.
-extern "C" {
-
-void vsyslog(int priority, const char *format, va_list arguments) { bench::Write(priority, format, arguments); }
-
-void syslog(int priority, const char *format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    bench::Write(priority, format, arguments);
-    va_end(arguments);
-}
-
-void __vsyslog_chk(int priority, int, const char *format, va_list arguments) {
-    bench::Write(priority, format, arguments);
-}
-
-void __syslog_chk(int priority, int, const char *format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    bench::Write(priority, format, arguments);
-    va_end(arguments);
-}
+void support::TakeLogLine(int priority, const char *format, va_list arguments) {
+    if ((setlogmask(0) & LOG_MASK(LOG_PRI(priority))) == 0) return;
+    const int socket = bench::writing.load(std::memory_order_acquire);
+    if (socket < 0) return;
+    char line[2048];
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    tm local{};
+    localtime_r(&now.tv_sec, &local);
+    int length = snprintf(line, sizeof line, "<%d>", priority);
+    length += static_cast<int>(
+        strftime(line + length, sizeof line - static_cast<std::size_t>(length), "%b %e %T quarnel-bench: ", &local));
+    const int text = vsnprintf(line + length, sizeof line - static_cast<std::size_t>(length), format, arguments);
+    length = text < 0 ? length : length + text;
+    const auto size = static_cast<std::size_t>(length) < sizeof line ? static_cast<std::size_t>(length) : sizeof line;
+    (void)send(socket, line, size, MSG_NOSIGNAL); // waits when the reader is slow, as syslog does
 }

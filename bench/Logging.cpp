@@ -31,7 +31,6 @@ void WithMask(int mask, const std::function<void()> &work) {
 } // namespace
 
 void MeasureLogging(Report &report) {
-    setlogmask(LOG_UPTO(LOG_INFO));
     ReadLogMask();
     const LogSink sink;
     Turns turns;

@@ -8,13 +8,11 @@
 
 #include <fstream>
 #include <stdexcept>
-#include <syslog.h>
 #include <unistd.h>
 
 namespace bench {
 namespace {
 
-constexpr Kind kAll[] = {kExtents, kVolumes, kPorts, kBatteries};
 constexpr int kRounds = 2000; // of five refreshes: pools, disks, volumes, ports, batteries
 constexpr int kFirstRounds = 50;
 
@@ -45,7 +43,7 @@ double HeapBytesWith(const Layout &layout) {
 void RefreshEverything(Rig &rig) {
     const std::uint64_t before = rig.Broker().UpcallCount(); // a job left over from the last round may begin at once
     MakeRefreshesDue();
-    for (const Kind &kind : kAll) rig.Trigger(kind);
+    for (const Kind &kind : kDevices) rig.Trigger(kind);
     rig.WaitForUpcalls(before, rig.RefreshUpcalls() + 3);
 }
 
@@ -75,7 +73,6 @@ void MeasureGrowth(Report &report) {
 
 // The extra of 992 more disks, and of 124 more volumes on the same disks.
 void MeasureMemory(Report &report) {
-    setlogmask(LOG_UPTO(LOG_INFO));
     MeasureGrowth(report);
     const double few = HeapBytesWith({8, 8}), many = HeapBytesWith({1000, 1000});
     report.Put("memory: own heap for each disk of 1,000", (many - few) / 992, AtMost(1024), "bytes");

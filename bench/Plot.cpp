@@ -19,6 +19,7 @@ constexpr char kSame[] = "same", kReversed[] = "reversed", kRandom[] = "random";
 
 const Curve kEnumerations[] = {
     {"an extent, of so many", ExtentGrowth, true},
+    {"the same, bare provider", BareGrowth, true},
     {"a volume, on a pool of so many disks", VolumeGrowth, false},
 };
 const Curve kRefreshes[] = {

@@ -8,7 +8,6 @@
 #include <fmt/format.h>
 
 #include <deque>
-#include <syslog.h>
 
 namespace bench {
 namespace {
@@ -32,7 +31,6 @@ Rig &StartOrdered(std::deque<Rig> &rigs, int disks, Order order) {
 } // namespace
 
 void MeasureRefresh(Report &report) {
-    setlogmask(LOG_UPTO(LOG_INFO));
     std::deque<Rig> rigs;
     Turns turns;
     for (const auto &[name, order, target] : kOrders) {

@@ -101,20 +101,22 @@ double Report::Percentile(const std::string &name, double percent) const {
     return PercentileOf(Samples(name), percent);
 }
 
-double Report::MedianRatio(const std::string &of, const std::string &over) const {
-    const std::vector<double> &above = Samples(of), &below = Samples(over);
-    if (above.size() != below.size()) throw std::logic_error(of + " and " + over + " were not taken together");
-    std::vector<double> ratios;
-    for (std::size_t i = 0; i < above.size(); ++i) ratios.push_back(above[i] / below[i]);
+double Report::MedianRatio(const Names &of, const Names &over) const {
+    std::vector<double> ratios(Samples(of.front()).size(), 1);
+    const auto each = [&](const Names &names, auto apply) {
+        for (const std::string &name : names) {
+            const std::vector<double> &list = Samples(name);
+            if (list.size() != ratios.size()) throw std::logic_error(name + " was not taken together with the others");
+            std::transform(list.begin(), list.end(), ratios.begin(), ratios.begin(), apply);
+        }
+    };
+    each(of, [](double sample, double ratio) { return ratio * sample; });
+    each(over, [](double sample, double ratio) { return ratio / sample; });
     return PercentileOf(ratios, 50);
 }
 
 void Report::Put(const std::string &name, double measured, const Target &target, const std::string &unit) {
     figures.push_back({name, measured, unit, target});
-}
-
-void Report::Ratio(const std::string &name, const std::string &of, const std::string &over, const Target &target) {
-    Put(name, MedianRatio(of, over), target);
 }
 
 bool Report::AllMet() const {

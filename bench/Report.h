@@ -33,12 +33,18 @@ public:
     void Add(const std::string &name, double sample) { samples[name].push_back(sample); }
     double Median(const std::string &name) const { return Percentile(name, 50); }
     double Percentile(const std::string &name, double percent) const;
-    // The median of the ratios of samples that were taken together.
-    double MedianRatio(const std::string &of, const std::string &over) const;
+    // The median of the ratios of samples that were taken together; of several names the samples' product counts.
+    using Names = std::vector<std::string>;
+    double MedianRatio(const Names &of, const Names &over) const;
+    double MedianRatio(const std::string &of, const std::string &over) const {
+        return MedianRatio(Names{of}, Names{over});
+    }
 
     // Figures, in the order of the table.
     void Put(const std::string &name, double measured, const Target &target, const std::string &unit = {});
-    void Ratio(const std::string &name, const std::string &of, const std::string &over, const Target &target);
+    void Ratio(const std::string &name, const std::string &of, const std::string &over, const Target &target) {
+        Put(name, MedianRatio(of, over), target);
+    }
 
     bool AllMet() const;
     std::string Table() const; // Markdown, and columns to the eye, under a line about the machine

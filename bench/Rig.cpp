@@ -23,12 +23,6 @@ constexpr time_t kMoreThanTheInterval = 21;
 constexpr time_t kMoreThanIdle = 601;
 constexpr char kProvider[] = "QuarnelProvider";
 
-std::string NewFolder() {
-    std::string pattern = (fs::temp_directory_path() / "quarnel-bench-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot make " + pattern);
-    return pattern;
-}
-
 void CopyLibraries(const std::string &folder, Library library) {
     const std::string own = BuildFolder() + "/lib/";
     const std::string provider = library == Library::AsInstalled ? own : own + "bench/";
@@ -81,11 +75,11 @@ template <class Condition> void Await(const char *what, const Condition &conditi
 
 void MakeRefreshesDue() { support::TestClock::Advance(kMoreThanTheInterval); }
 
-Rig::Rig(Json hardware, Library library) : folder(NewFolder()), disks(DisksOf(hardware)) {
-    CopyLibraries(folder, library);
+Rig::Rig(Json hardware, Library library) : disks(DisksOf(hardware)) {
+    CopyLibraries(folder.Path(), library);
     Describe(hardware);
     std::string error;
-    broker = cim::Broker::Create(Configuration(folder), &error);
+    broker = cim::Broker::Create(Configuration(folder.Path()), &error);
     if (broker == nullptr) throw std::runtime_error(error);
 }
 
@@ -93,11 +87,10 @@ Rig::~Rig() {
     broker->Shutdown();
     Forget(broker->Handle());
     broker.reset();
-    fs::remove_all(folder);
 }
 
 void Rig::Load() {
-    setenv("SIM_HHRC_HARDWARE", (folder + "/hardware.json").c_str(), 1);
+    setenv("SIM_HHRC_HARDWARE", (folder / "hardware.json").c_str(), 1);
     const cim::Status status = broker->Load(kProvider);
     if (!status.Ok()) throw std::runtime_error(status.message);
 }
@@ -120,7 +113,7 @@ void Rig::Unload() {
 
 // Dated back, so that the vendor need not look at the file's text again.
 void Rig::Describe(const Json &hardware) {
-    const std::string file = folder + "/hardware.json";
+    const std::string file = folder / "hardware.json";
     std::ofstream(file + ".new") << hardware << '\n';
     fs::last_write_time(file + ".new", fs::file_time_type::clock::now() - 1h);
     fs::rename(file + ".new", file);

@@ -7,6 +7,7 @@
 #include "bench/Hardware.h"
 #include "cim/broker/Broker.h"
 #include "tests/support/BuildTree.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <memory>
 #include <string>
@@ -26,6 +27,7 @@ constexpr Kind kExtents = {"Zembra_QuarnelStorageExtent", "zbrStorageExt"};
 constexpr Kind kVolumes = {"Zembra_QuarnelStorageVolume", "zbrStorageVolume"};
 constexpr Kind kPorts = {"Zembra_QuarnelSASSATAPort", "zbrPort"};
 constexpr Kind kBatteries = {"Zembra_QuarnelBattery", "zbrControllerBattery"};
+constexpr Kind kDevices[] = {kExtents, kVolumes, kPorts, kBatteries};
 
 // The provider as it is, or the same code linked with a heap that counts.
 enum class Library { AsInstalled, CountedHeap };
@@ -59,10 +61,10 @@ public:
 
     cim::Broker &Broker() { return *broker; }
     std::size_t Disks() const { return disks; }
-    std::string ProviderFile() const { return folder + "/libQuarnelProvider.so"; }
+    std::string ProviderFile() const { return folder / "libQuarnelProvider.so"; }
 
 private:
-    std::string folder;
+    const support::TemporaryFolder folder;
     std::size_t disks = 0;
     std::unique_ptr<cim::Broker> broker;
 };

@@ -10,6 +10,7 @@
 #include <exception>
 #include <fstream>
 #include <malloc.h>
+#include <syslog.h>
 
 namespace {
 
@@ -20,7 +21,8 @@ constexpr struct {
     {"memory", bench::MeasureMemory}, // first: a heap that others have used hides growth
     {"size", bench::MeasureSize},     {"rendering", bench::MeasureRendering}, {"logging", bench::MeasureLogging},
     {"cache", bench::MeasureCache},   {"refresh", bench::MeasureRefresh},     {"build", bench::MeasureFirstBuild},
-    {"load", bench::MeasureLoad},     {"start", bench::MeasureStart},         {"http", bench::MeasureHttp},
+    {"load", bench::MeasureLoad},     {"start", bench::MeasureStart},         {"end", bench::MeasureEnd},
+    {"http", bench::MeasureHttp},
 };
 
 constexpr time_t kBeginning = 1'700'000'000;
@@ -42,6 +44,7 @@ void Measure(const Options &options, bench::Report &report) {
         const auto chosen = std::find(options.only.begin(), options.only.end(), group.name);
         if (!options.only.empty() && chosen == options.only.end()) continue;
         fmt::print(stderr, "measuring {}...\n", group.name);
+        setlogmask(LOG_UPTO(LOG_INFO));
         group.measure(report);
     }
 }

@@ -78,7 +78,7 @@ std::string ToText(const Change &change, const std::string &time) {
         if (column.text == &Item::state || (stateChanged && column.text == &Item::healthWord)) continue;
         const std::string &from = change.before->*column.text, &to = change.after->*column.text;
         if (from == to) continue;
-        lines += fmt::format("{}{} {} -> {}\n", start, LowerCase(column.title), Shown(from), Shown(to));
+        lines += fmt::format("{}{} {} -> {}\n", start, column.title, Shown(from), Shown(to));
     }
     return lines;
 }

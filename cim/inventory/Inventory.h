@@ -75,6 +75,21 @@ struct Item {
     std::string charge;                         // of batteries
 };
 
+// What there is to know of an item, each fact by one name for tables, lines and JSON.
+struct Fact {
+    const char *name;
+    std::string Item::*text;
+    bool right = false; // a number: columns of it are aligned right
+};
+inline constexpr Fact kFacts[] = {
+    {"controller", &Item::controller}, {"device", &Item::device},     {"state", &Item::state},
+    {"health", &Item::healthWord},     {"name", &Item::name},         {"model", &Item::model},
+    {"package", &Item::package},       {"firmware", &Item::firmware}, {"level", &Item::level},
+    {"size", &Item::size, true},       {"drives", &Item::drives},     {"enclosure", &Item::enclosure},
+    {"slot", &Item::slot, true},       {"type", &Item::portType},     {"usage", &Item::usage},
+    {"charge", &Item::charge},
+};
+
 // Items by class. Worst health first, then by controller and place.
 using Inventory = std::array<std::vector<Item>, kServedClasses.size()>;
 Inventory Describe(Instances instances);

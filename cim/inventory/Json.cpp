@@ -58,6 +58,14 @@ Json ToJson(const Instances &instances, const ServedClass *only) {
     return all;
 }
 
+Json FactsOf(const Item &item) {
+    Json facts = Json::object();
+    for (const Fact &fact : kFacts) {
+        if (!(item.*fact.text).empty()) facts[fact.name] = item.*fact.text;
+    }
+    return facts;
+}
+
 std::string Dump(const Json &json, int indent) { return json.dump(indent, ' ', false, Json::error_handler_t::replace); }
 
 } // namespace cim

@@ -15,6 +15,8 @@ Json ToJson(const Value &value);
 Json ToJson(const Instance &instance);
 // An object with an array of instances for each served class, or for `only` alone.
 Json ToJson(const Instances &instances, const ServedClass *only);
+// An object of the item's facts, without those that it does not have.
+Json FactsOf(const Item &item);
 
 // As text; what is not valid UTF-8 in it is replaced. An indent of -1 gives one line.
 std::string Dump(const Json &json, int indent);

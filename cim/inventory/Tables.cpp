@@ -3,71 +3,29 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 #include <map>
 
 namespace cim {
 
 namespace {
 
-struct TableRow {
-    const char *title; // in capitals: no class of instances is called by one
-    bool always;       // shown without --class
-    std::vector<ItemColumn> columns;
-};
-
-// In kServedClasses' order.
-const std::array<TableRow, kServedClasses.size()> kTables{{
-    {"Controllers",
-     true,
-     {{"CONTROLLER", &Item::controller},
-      {"MODEL", &Item::model},
-      {"PACKAGE", &Item::package},
-      {"FIRMWARE", &Item::firmware},
-      {"STATE", &Item::state},
-      {"HEALTH", &Item::healthWord}}},
-    {"Software identities",
-     false,
-     {{"CONTROLLER", &Item::controller},
-      {"MODEL", &Item::model},
-      {"PACKAGE", &Item::package},
-      {"FIRMWARE", &Item::firmware}}},
-    {"Volumes",
-     true,
-     {{"CONTROLLER", &Item::controller},
-      {"VOLUME", &Item::device, true},
-      {"NAME", &Item::name},
-      {"LEVEL", &Item::level},
-      {"SIZE", &Item::size, true},
-      {"STATE", &Item::state},
-      {"HEALTH", &Item::healthWord},
-      {"DRIVES", &Item::drives}}},
-    {"Disks",
-     true,
-     {{"CONTROLLER", &Item::controller},
-      {"ENCLOSURE", &Item::enclosure},
-      {"SLOT", &Item::slot, true},
-      {"DISK", &Item::device},
-      {"SIZE", &Item::size, true},
-      {"FIRMWARE", &Item::firmware},
-      {"STATE", &Item::state},
-      {"HEALTH", &Item::healthWord}}},
-    {"Ports",
-     true,
-     {{"CONTROLLER", &Item::controller},
-      {"PORT", &Item::device},
-      {"NAME", &Item::name},
-      {"TYPE", &Item::portType},
-      {"USE", &Item::usage},
-      {"STATE", &Item::state},
-      {"HEALTH", &Item::healthWord}}},
-    {"Batteries",
-     true,
-     {{"CONTROLLER", &Item::controller},
-      {"BATTERY", &Item::device},
-      {"CHARGE", &Item::charge},
-      {"STATE", &Item::state},
-      {"HEALTH", &Item::healthWord}}},
+// The columns of each class's table, by facts.
+const std::array<std::vector<std::string_view>, kServedClasses.size()> kColumns{{
+    {"controller", "model", "package", "firmware", "state", "health"},
+    {"controller", "model", "package", "firmware"},
+    {"controller", "device", "name", "level", "size", "state", "health", "drives"},
+    {"controller", "enclosure", "slot", "device", "size", "firmware", "state", "health"},
+    {"controller", "device", "name", "type", "usage", "state", "health"},
+    {"controller", "device", "charge", "state", "health"},
 }};
+
+std::string InCapitals(std::string text, std::size_t count = std::string::npos) {
+    count = std::min(count, text.size());
+    std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(count), text.begin(),
+                   [](unsigned char c) { return std::toupper(c); });
+    return text;
+}
 
 // By severity.
 struct Look {
@@ -82,24 +40,25 @@ Look LookOf(const Item &item) {
     return item.health != nullptr ? kLooks[static_cast<std::size_t>(item.health->severity)] : kLooks[0];
 }
 
-TextTable TableOf(const std::vector<Item> &items, std::size_t count, const TableRow &table,
+TextTable TableOf(const ServedClass &served, const std::vector<Item> &items, std::size_t count,
                   const std::set<std::string> *changed) {
+    const auto columns = ColumnsOf(served);
     TextTable text;
-    for (const auto &column : table.columns) text.columns.push_back({column.title, column.right});
+    for (const auto &column : columns) text.columns.push_back({InCapitals(column.title), column.right});
     const auto changeMark = [changed](const Item &item) {
         return changed == nullptr ? "" : changed->count(item.path) != 0 ? "*" : " ";
     };
     for (std::size_t i = 0; i < count; ++i) {
         const auto [mark, style] = LookOf(items[i]);
         TextTable::Row row{fmt::format("{:2}{}", mark, changeMark(items[i])), {}, style};
-        for (const auto &column : table.columns) row.cells.push_back(items[i].*column.text);
+        for (const auto &column : columns) row.cells.push_back(items[i].*column.text);
         text.rows.push_back(std::move(row));
     }
     return text;
 }
 
 struct Section {
-    const TableRow *table;
+    const ServedClass *served;
     const std::vector<Item> *items;
     std::size_t shown; // its first rows
 
@@ -148,13 +107,23 @@ std::string CountLine(const std::vector<Section> &sections, bool sample) {
 
 } // namespace
 
-const std::vector<ItemColumn> &ColumnsOf(const ServedClass &served) { return kTables[served.index].columns; }
+std::vector<ItemColumn> ColumnsOf(const ServedClass &served) {
+    std::vector<ItemColumn> columns;
+    for (const std::string_view name : kColumns[served.index]) {
+        const auto &fact =
+            *std::find_if(std::begin(kFacts), std::end(kFacts), [name](const Fact &each) { return name == each.name; });
+        const char *title = name == "device" ? served.kind : name == "usage" ? "use" : fact.name;
+        columns.push_back({title, fact.text, fact.right || (name == "device" && served.index == kVolume)});
+    }
+    return columns;
+}
 
 std::string RenderTables(const Inventory &inventory, const TablesOptions &options) {
     std::vector<Section> sections;
-    for (std::size_t i = 0; i < kTables.size(); ++i) {
-        const bool wanted = options.only != nullptr ? options.only == &kServedClasses[i] : kTables[i].always;
-        if (wanted) sections.push_back({&kTables[i], &inventory[i], inventory[i].size()});
+    for (const auto &served : kServedClasses) {
+        const auto &items = inventory[served.index];
+        const bool wanted = options.only != nullptr ? options.only == &served : served.index != kSoftware;
+        if (wanted) sections.push_back({&served, &items, items.size()});
     }
     std::string text;
     std::size_t height = options.height;
@@ -165,13 +134,13 @@ std::string RenderTables(const Inventory &inventory, const TablesOptions &option
     }
     Fit(sections, height);
 
-    for (const auto &[table, items, shown] : sections) {
+    for (const auto &[served, items, shown] : sections) {
+        text += Styled(InCapitals(served->kinds, 1), kBold, options.text);
         if (items->empty()) {
-            text += Styled(table->title, kBold, options.text) + ": none\n\n";
+            text += ": none\n\n";
             continue;
         }
-        text += Styled(table->title, kBold, options.text) + "\n";
-        text += Render(TableOf(*items, shown, *table, options.changed), options.text);
+        text += "\n" + Render(TableOf(*served, *items, shown, options.changed), options.text);
         if (shown < items->size()) {
             text += fmt::format("   ... and {} more, none worse than {}\n", items->size() - shown,
                                 (*items)[shown].health != nullptr ? (*items)[shown].health->word : "these");

@@ -10,12 +10,13 @@
 
 namespace cim {
 
+// A column of a kind's table, titled in lower case.
 struct ItemColumn {
     const char *title;
     std::string Item::*text;
-    bool right = false;
+    bool right;
 };
-const std::vector<ItemColumn> &ColumnsOf(const ServedClass &served);
+std::vector<ItemColumn> ColumnsOf(const ServedClass &served);
 
 struct TablesOptions {
     bool sample = false;               // say that this is the sample hardware

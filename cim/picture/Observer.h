@@ -1,18 +1,36 @@
 // Looks at the hardware on behalf of everybody who wants to see it, and remembers what changed between two looks.
 #pragma once
 
-#include "cim/inventory/Inventory.h"
-#include "cim/picture/ChangeLog.h"
+#include "cim/inventory/Changes.h"
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <ctime>
+#include <deque>
 #include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
 
 namespace cim::picture {
+
+// What has changed since the server started, as far as anybody will want to read back.
+constexpr std::size_t kChangesKept = 300;
+
+class ChangeLog {
+public:
+    // The oldest entry gives way when there are too many.
+    void Add(const Change &change, const std::string &time);
+
+    // As `quarnel watch --json` has them, newest first, each with "number" (counted from 1), the item's "facts" and, of
+    // a changed one, "factChanges": {fact: {"from", "to"}}.
+    Json ToJson() const;
+
+private:
+    std::deque<Json> newestFirst;
+    std::uint64_t added = 0;
+};
 
 // What is known after a look.
 struct Observation {

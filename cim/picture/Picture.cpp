@@ -1,7 +1,7 @@
 #include "cim/picture/Picture.h"
 
 #include "cim/picture/Assets.h"
-#include "cim/picture/Document.h"
+#include "cim/picture/InventoryDocument.h"
 #include "cim/wbem/Headers.h"
 
 #include <fmt/format.h>

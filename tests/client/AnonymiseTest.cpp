@@ -114,7 +114,7 @@ TEST_P(AnonymousSample, NoSecretIsLeftInAnyText) {
 }
 
 TEST_P(AnonymousSample, WithAllSecretsInEveryTextTheReplayServesAsMuchAsBefore) {
-    const Folder folder;
+    const support::TemporaryFolder folder;
     VendorModel model = SampleModel(GetParam());
     AddTexts(model);
     std::string all;
@@ -132,7 +132,7 @@ TEST_P(AnonymousSample, WithAllSecretsInEveryTextTheReplayServesAsMuchAsBefore) 
 INSTANTIATE_TEST_SUITE_P(Anonymise, AnonymousSample, testing::Values("rack-server.json", "storage-node.json"));
 
 TEST(Anonymise, ReplaysTheSameHardware) {
-    const Folder folder;
+    const support::TemporaryFolder folder;
     std::vector<std::string> served, anonymous;
     VendorModel model;
     {

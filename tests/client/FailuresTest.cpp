@@ -1,13 +1,13 @@
 // Whatever goes wrong with a server elsewhere is one line that says who answered what.
-#include "tests/client/Answering.h"
-
-#include "cim/client/Client.h"
+#include "tests/client/Hosting.h"
+#include "tests/support/Golden.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -22,6 +22,8 @@ ClientOptions OptionsFor(const std::string &url) {
     return options;
 }
 
+Outcome Quarnel(const std::vector<std::string> &arguments) { return RunToEnd(BinFolder() + "/quarnel", arguments); }
+
 Status Ask(const ClientOptions &options) {
     std::string error;
     const auto connection = Connect(options, &error);
@@ -29,37 +31,39 @@ Status Ask(const ClientOptions &options) {
     return connection->EnumerateInstances("root/cimv2", "CIM_Thing").status;
 }
 
-// A TCP socket on loopback that answers nothing by itself.
-class Socket {
+// A server that takes one connection and closes it once something has been asked.
+class HangsUp {
 public:
-    Socket() : handle(socket(AF_INET, SOCK_STREAM, 0)) {
+    HangsUp() {
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        EXPECT_EQ(bind(handle, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
         socklen_t size = sizeof address;
-        EXPECT_EQ(getsockname(handle, reinterpret_cast<sockaddr *>(&address), &size), 0);
+        auto *const general = reinterpret_cast<sockaddr *>(&address);
+        EXPECT_TRUE(bind(handle, general, size) == 0 && getsockname(handle, general, &size) == 0);
+        EXPECT_EQ(listen(handle, 1), 0);
         url = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port));
+        peer = std::thread([this] {
+            const int connection = accept(handle, nullptr, nullptr);
+            char request[16];
+            (void)recv(connection, request, sizeof request, 0);
+            const linger hard{1, 0};
+            setsockopt(connection, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
+            close(connection);
+        });
     }
-    ~Socket() { close(handle); }
-    Socket(const Socket &) = delete;
-    Socket &operator=(const Socket &) = delete;
-
-    void Listen() { EXPECT_EQ(listen(handle, 1), 0); }
-    // Takes one connection and closes it once something has been asked.
-    void HangUpOnce() {
-        const int connection = accept(handle, nullptr, nullptr);
-        char request[16];
-        (void)recv(connection, request, sizeof request, 0);
-        const linger hard{1, 0};
-        setsockopt(connection, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
-        close(connection);
+    ~HangsUp() {
+        peer.join();
+        close(handle);
     }
+    HangsUp(const HangsUp &) = delete;
+    HangsUp &operator=(const HangsUp &) = delete;
 
     std::string url;
 
 private:
-    int handle;
+    const int handle = socket(AF_INET, SOCK_STREAM, 0);
+    std::thread peer;
 };
 
 TEST(ClientFailures, AUrlThatNamesNoServerIsRefusedBeforeAnythingIsSent) {
@@ -77,17 +81,14 @@ TEST(ClientFailures, NobodyThere) {
     EXPECT_EQ(status.rc, kNoAnswer);
     EXPECT_EQ(status.message, "http://no-such-host.invalid: no such host");
 
-    const Socket notListening;
-    EXPECT_EQ(Ask(OptionsFor(notListening.url)).message, notListening.url + ": connection refused");
+    const std::string gone = Answering(CimAnswer("")).Url();
+    EXPECT_EQ(Ask(OptionsFor(gone)).message, gone + ": connection refused");
 }
 
 TEST(ClientFailures, AServerThatHangsUp) {
-    Socket socket;
-    socket.Listen();
-    std::thread peer([&] { socket.HangUpOnce(); });
-    EXPECT_EQ(Ask(OptionsFor(socket.url)).message,
-              socket.url + ": it closed the connection before its answer was complete");
-    peer.join();
+    const HangsUp server;
+    EXPECT_EQ(Ask(OptionsFor(server.url)).message,
+              server.url + ": it closed the connection before its answer was complete");
 }
 
 TEST(ClientFailures, AServerThatDoesNotAnswerInTime) {
@@ -169,10 +170,29 @@ TEST(ClientFailures, AnswersThatAreNoAnswers) {
 }
 
 TEST(ClientFailures, TheStatusTellsACimErrorFromNoAnswer) {
-    const Answering notFound(CimAnswer("<ERROR CODE=\"6\"/>"));
+    const Answering notFound(CimAnswer("<ERROR CODE=\"6\"/>")), odd(CimAnswer("<ERROR CODE=\"99\"/>"));
     EXPECT_EQ(Ask(OptionsFor(notFound.Url())).rc, CMPI_RC_ERR_NOT_FOUND);
-    const Answering odd(CimAnswer("<ERROR CODE=\"99\"/>"));
     EXPECT_EQ(Ask(OptionsFor(odd.Url())).rc, CMPI_RC_ERR_FAILED);
+    // It is there and says what is wrong with it.
+    EXPECT_EQ(Quarnel({"check", "--unreachable", "critical", "--url", odd.Url()}).status, 3);
+}
+
+TEST(ClientFailures, WithoutAWholeModelTheFormerRecordingStays) {
+    const auto broker = Host(SampleHardware("rack-server.json"));
+    std::atomic<int> left{30};
+    const Answering failing([&](const wbem::HttpRequest &request) {
+        if (left-- > 0) return wbem::Handle(*broker, request);
+        return wbem::HttpAnswer{503, {{"Content-Type", "text/plain"}}, "going down\n"};
+    });
+    const support::TemporaryFolder folder;
+    const std::string file = folder.Write("node.json", "precious\n");
+    const Outcome outcome = Quarnel({"record", "--url", failing.Url(), "-o", file});
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_EQ(outcome.err.rfind("quarnel: stopped after 30 requests and ", 0), 0u) << outcome.err;
+    EXPECT_NE(outcome.err.find("answered 503 Service Unavailable: going down\n"), std::string::npos) << outcome.err;
+    support::ExpectGolden(file, "precious\n");
+    std::filesystem::remove(file);
+    EXPECT_TRUE(std::filesystem::is_empty(folder.Path()));
 }
 
 } // namespace

@@ -4,7 +4,7 @@
 #include "cim/client/Hosted.h"
 #include "cim/recording/DescriptionText.h"
 #include "cim/simhhrc/Description.h"
-#include "tests/host/Process.h"
+#include "tests/support/Process.h"
 
 #include <gmock/gmock.h>
 
@@ -95,7 +95,7 @@ struct RoundTrip {
         recordingAgain = RecordingOf(*connection);
     }
 
-    Folder folder;
+    support::TemporaryFolder folder;
     std::vector<std::string> served, servedAgain;
     std::string recording, recordingAgain;
 };
@@ -112,7 +112,7 @@ TEST_P(RecordedSample, IsReplayedInstanceForInstance) {
 INSTANTIATE_TEST_SUITE_P(Record, RecordedSample, testing::Values("rack-server.json", "storage-node.json"));
 
 TEST(Record, AForeignVendorsOddModelIsReplayedAsItWas) {
-    const Folder folder;
+    const support::TemporaryFolder folder;
     const RoundTrip trip(folder.Write("foreign.json", kForeign));
     EXPECT_EQ(trip.servedAgain, trip.served);
     EXPECT_EQ(trip.recordingAgain, trip.recording);
@@ -216,7 +216,7 @@ private:
 };
 
 TEST(Record, WhateverRequestFailsTheWalkSaysWhereItStopped) {
-    const Folder folder;
+    const support::TemporaryFolder folder;
     const auto broker = Host(folder.Write("foreign.json", kForeign));
     const auto hosted = Hosted(*broker);
     std::size_t failed = 1;
@@ -239,7 +239,7 @@ TEST(Record, WhateverRequestFailsTheWalkSaysWhereItStopped) {
 }
 
 TEST(Record, WhatIsRefusedStopsTheWalkOrIsLeftOutAndNamed) {
-    const Folder folder;
+    const support::TemporaryFolder folder;
     const auto broker = Host(folder.Write("foreign.json", kForeign));
     const auto hosted = Hosted(*broker);
     // The first ten requests lead to the controller's software, which it has none of.
@@ -261,7 +261,7 @@ TEST(Record, WhatIsRefusedStopsTheWalkOrIsLeftOutAndNamed) {
 }
 
 TEST(RecordCommand, WritesToStandardOutputAndListsWhatIsLeftOnTheOther) {
-    const Folder folder;
+    const support::TemporaryFolder folder;
     std::vector<std::string> served;
     Outcome outcome;
     {

@@ -1,8 +1,6 @@
 // Servers behind TLS: certificates are verified, and what is wrong with one is told.
 #include "tests/client/Hosting.h"
 
-#include "tests/host/Process.h"
-
 #include <map>
 
 namespace cim {
@@ -30,17 +28,13 @@ const std::vector<std::string> kCertificates = {"good", "expired", "selfsigned",
 // quarnel serve, with stunnel in front of it once for each certificate.
 class Tls : public testing::Test {
 protected:
-    Tls() : serve(BinFolder() + "/quarnel", {"serve", "--port", "0"}) {
-        Process make("/bin/sh", {"-c", "cd " + folder.File("") + kMakeCertificates});
+    Tls() {
+        Process make("/bin/sh", {"-c", "cd " + folder.Path() + kMakeCertificates});
         EXPECT_EQ(make.Wait(), 0) << make.Err();
-        EXPECT_TRUE(serve.WaitFor(",")) << serve.Err();
-        const auto begin = serve.Out().find("http://");
-        plain = serve.Out().substr(begin, serve.Out().find(',') - begin);
-
         std::string configuration = "foreground = yes\npid =\ndebug = info\nsyslog = no\n";
         for (const std::string &name : kCertificates) {
             configuration += "[" + name + "]\naccept = 127.0.0.1:0\nconnect = " + plain.substr(7) +
-                             "\ncert = " + Pem(name) + "\nkey = " + folder.File("server.key") + "\n";
+                             "\ncert = " + Pem(name) + "\nkey = " + folder.Path() + "/server.key\n";
         }
         const std::string file = folder.Write("stunnel.conf", configuration);
         stunnel = std::make_unique<Process>("/usr/bin/stunnel4", std::vector<std::string>{file});
@@ -48,7 +42,7 @@ protected:
         for (const std::string &name : kCertificates) urls[name] = "https://" + AddressOf(name);
     }
 
-    std::string Pem(const std::string &name) const { return folder.File(name + ".pem"); }
+    std::string Pem(const std::string &name) const { return folder / (name + ".pem"); }
 
     // Service [good] (FD=8) bound to 127.0.0.1:40171
     std::string AddressOf(const std::string &name) const {
@@ -68,10 +62,10 @@ protected:
         return message.empty() ? message : message.substr(url.size() + 2);
     }
 
-    const Folder folder;
-    Process serve;
+    const support::TemporaryFolder folder;
+    const support::Serve serve{SampleHardware("rack-server.json")};
+    const std::string &plain = serve.Url();
     std::unique_ptr<Process> stunnel;
-    std::string plain;
     std::map<std::string, std::string> urls;
 };
 
@@ -84,24 +78,24 @@ TEST_F(Tls, OnlyCertificatesOfTrustedAuthoritiesAreAccepted) {
     EXPECT_EQ(Ask(urls["selfsigned"], Pem("selfsigned")), "") << "it is its own authority";
     EXPECT_EQ(Ask(urls["other"], authority),
               refused + "no alternative certificate subject name matches target host name '127.0.0.1'");
-    EXPECT_EQ(Ask(urls["good"], folder.File("stunnel.conf")),
-              "no certificates can be read from " + folder.File("stunnel.conf"));
+    EXPECT_EQ(Ask(urls["good"], folder / "stunnel.conf"),
+              "no certificates can be read from " + folder.Path() + "/stunnel.conf");
     EXPECT_EQ(Ask("https" + plain.substr(4), authority).rfind("no TLS connection: ", 0), 0u);
     EXPECT_NE(Ask("http" + urls["good"].substr(5), ""), "");
 }
 
 TEST_F(Tls, TheProgramShowsTheSameAsWithoutTls) {
     const std::string program = BinFolder() + "/quarnel";
-    Process open(program, {"list", "--json", "--url", plain});
-    Process secret(program, {"list", "--json", "--url", urls["good"], "--cacert", Pem("authority")});
-    EXPECT_EQ(open.Wait(), 0) << open.Err();
-    EXPECT_EQ(secret.Wait(), 0) << secret.Err();
-    EXPECT_EQ(secret.Out(), open.Out());
-    EXPECT_GT(secret.Out().size(), 1000u);
+    const Outcome open = RunToEnd(program, {"list", "--json", "--url", plain});
+    const Outcome secret = RunToEnd(program, {"list", "--json", "--url", urls["good"], "--cacert", Pem("authority")});
+    EXPECT_EQ(open.status, 0) << open.err;
+    EXPECT_EQ(secret.status, 0) << secret.err;
+    EXPECT_EQ(secret.out, open.out);
+    EXPECT_GT(secret.out.size(), 1000u);
 
-    Process expired(program, {"check", "--url", urls["expired"], "--cacert", Pem("authority")});
-    EXPECT_EQ(expired.Wait(), 3);
-    EXPECT_EQ(expired.Out(),
+    const Outcome expired = RunToEnd(program, {"check", "--url", urls["expired"], "--cacert", Pem("authority")});
+    EXPECT_EQ(expired.status, 3);
+    EXPECT_EQ(expired.out,
               "UNKNOWN: " + urls["expired"] + ": its certificate is not accepted: certificate has expired\n");
 }
 

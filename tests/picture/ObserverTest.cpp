@@ -23,7 +23,6 @@ Seen SeenBy(Observer &observer) {
 
 TEST(Observer, LogsWhatChangedNewestFirst) {
     ScriptedHardware hardware;
-    hardware.Disk("ONLINE", 2, 5);
     Observer observer(hardware.Reader(), kLookEachTime);
     const Seen first = SeenBy(observer);
     EXPECT_EQ(first.changes, Json::array());
@@ -87,7 +86,6 @@ TEST(Observer, LooksAreSharedWhileTheyAreFresh) {
 
 TEST(Observer, LooksByItselfWhenNobodyAsks) {
     ScriptedHardware hardware;
-    hardware.Disk("ONLINE", 2, 5);
     Observer observer(hardware.Reader(), {std::chrono::hours(1), std::chrono::milliseconds(5)});
     hardware.Disk("FAILED", 6, 30);
     const int looks = hardware.Looks();

@@ -1,8 +1,9 @@
 #include "cim/picture/Picture.h"
 
-#include "cim/inventory/Json.h"
+#include "cim/picture/InventoryDocument.h"
 #include "cim/wbem/Headers.h"
 #include "tests/picture/ScriptedHardware.h"
+#include "tests/support/Golden.h"
 
 #include <gtest/gtest.h>
 
@@ -15,17 +16,22 @@ namespace {
 using wbem::HttpAnswer;
 using wbem::HttpRequest;
 
+const std::string kSources = QUARNEL_TEST_SOURCES;
+
 class PictureTest : public testing::Test {
 protected:
-    HttpAnswer Get(const std::string &path, const wbem::HeaderList &headers = {{"Host", "localhost:5988"}}) {
+    static HttpAnswer Get(Picture &from, const std::string &path, const wbem::HeaderList &headers) {
         HttpRequest request;
         request.method = "GET";
         request.path = path;
         request.headers = headers;
-        return picture.Answer(request).value();
+        return from.Answer(request).value();
+    }
+    HttpAnswer Get(const std::string &path, const wbem::HeaderList &headers = {{"Host", "localhost:5988"}}) {
+        return Get(picture, path, headers);
     }
 
-    ScriptedHardware hardware{"ONLINE", 2, 5};
+    ScriptedHardware hardware;
     Picture picture{hardware.Reader(), false, kLookEachTime};
 };
 
@@ -115,20 +121,30 @@ TEST_F(PictureTest, TheInventoryIsSentAgainOnlyWhenItChanged) {
 
     // Another server's version 1 is another one.
     Picture restarted(hardware.Reader(), false, kLookEachTime);
-    HttpRequest request;
-    request.method = "GET";
-    request.path = "/api/inventory";
-    request.headers = known;
-    EXPECT_EQ(restarted.Answer(request)->status, 200u);
+    EXPECT_EQ(Get(restarted, "/api/inventory", known).status, 200u);
 }
 
 TEST_F(PictureTest, OnlySampleHardwareIsCalledThat) {
     EXPECT_EQ(Json::parse(Get("/api/inventory").body).count("source"), 0u);
     Picture sample(hardware.Reader(), true, kLookEachTime);
-    HttpRequest request;
-    request.method = "GET";
-    request.path = "/api/inventory";
-    EXPECT_EQ(Json::parse(sample.Answer(request)->body)["source"], "sample hardware");
+    EXPECT_EQ(Json::parse(Get(sample, "/api/inventory", {}).body)["source"], "sample hardware");
+}
+
+TEST(InventoryDocument, IsWhatListHasWithFactsAndMembers) {
+    std::ifstream file(kSources + "/server.json");
+    Instances server = support::InstancesOf(Json::parse(file));
+    ObjectPath path = server[kVolume][0].path;
+    path.keys.push_back({"SystemName", Value::Text("host.example")});
+    server[kVolume][0].path = path;
+    Observation observation;
+    observation.inventory = Describe(server);
+    observation.age = std::chrono::milliseconds(1500);
+    Json document = InventoryDocument(observation, false);
+    for (const char *time : {"time", "watchedSince"}) EXPECT_EQ(document.erase(time), 1u) << time;
+    for (const auto &served : kServedClasses) {
+        for (auto &item : document[served.name]) item["path"] = item["path"].get<std::string>().substr(11);
+    }
+    support::ExpectGolden(kSources + "/document.json", Dump(document, 1) + "\n");
 }
 
 TEST_F(PictureTest, WhatCannotBeReadIsSaid) {

@@ -2,19 +2,13 @@
 #pragma once
 
 #include "cim/picture/Observer.h"
-#include "tests/host/Samples.h"
-
-#include <mutex>
-#include <string>
+#include "tests/support/ServedInstances.h"
 
 namespace cim::picture {
 
 class ScriptedHardware {
 public:
-    ScriptedHardware() = default; // nothing
-    ScriptedHardware(const std::string &state, std::uint64_t status, std::uint64_t health) {
-        Disk(state, status, health);
-    }
+    ScriptedHardware() { Disk("ONLINE", 2, 5); }
 
     Observer::Read Reader() {
         return [this] {
@@ -26,20 +20,13 @@ public:
     }
 
     // One disk in slot 2 of enclosure 252, in that state and with that firmware.
-    void Disk(const std::string &state, std::uint64_t status, std::uint64_t health, const std::string &firmware = "1") {
-        const std::lock_guard lock(mutex);
-        answer = {};
-        answer.value[kDisk] = {SampleDisk(
-            "c0_2", "Drive 2 in enclosure 252 on controller c0 Fw: " + firmware + " - " + state, status, health)};
+    void Disk(const std::string &state, int status, int health, const std::string &firmware = "1") {
+        const std::string caption = "Drive 2 in enclosure 252 on controller c0 Fw: " + firmware + " - " + state;
+        Json disk = {{"id", "c0_2"}, {"Caption", caption}, {"OperationalStatus", {status}}, {"HealthState", health}};
+        Is({{}, support::InstancesOf({{"disk", Json::array({disk})}})});
     }
-    void Nothing() {
-        const std::lock_guard lock(mutex);
-        answer = {};
-    }
-    void Fails(const std::string &reason) {
-        const std::lock_guard lock(mutex);
-        answer.status = {CMPI_RC_ERR_FAILED, reason};
-    }
+    void Nothing() { Is({}); }
+    void Fails(const std::string &reason) { Is({{CMPI_RC_ERR_FAILED, reason}, {}}); }
 
     int Looks() {
         const std::lock_guard lock(mutex);
@@ -51,6 +38,11 @@ public:
     }
 
 private:
+    void Is(Answer<Instances> now) {
+        const std::lock_guard lock(mutex);
+        answer = std::move(now);
+    }
+
     std::mutex mutex;
     std::condition_variable looked;
     Answer<Instances> answer; // guarded by mutex, as what follows

@@ -1,8 +1,6 @@
 #include "tests/provider/Linked.h"
 
-#include <algorithm>
 #include <cstdlib>
-#include <sstream>
 
 namespace support {
 namespace {
@@ -100,22 +98,6 @@ std::size_t PathsOwned() {
     for (const RaidController_t *ctrl : Each<RaidController_t>(&ThisLife().RaidControllerList))
         paths += PathsOwned(*ctrl);
     return paths;
-}
-
-std::string WithMembersSorted(std::string row) {
-    const std::string opening = ", Drives(";
-    for (std::size_t at = row.find(opening); at != std::string::npos; at = row.find(opening, at)) {
-        at += opening.size();
-        const std::size_t end = row.find(')', at);
-        std::vector<std::string> members;
-        std::istringstream list(row.substr(at, end - at));
-        for (std::string member; std::getline(list, member, ',');) members.push_back(member);
-        std::sort(members.begin(), members.end());
-        std::string sorted;
-        for (const std::string &member : members) sorted += (sorted.empty() ? "" : ",") + member;
-        row.replace(at, end - at, sorted);
-    }
-    return row;
 }
 
 RaidController_t *TheController(std::size_t index) {

@@ -67,10 +67,6 @@ RaidController_t *TheController(std::size_t index = 0); // fails the test when t
 std::string Members(const std::string &poolID, std::size_t controller = 0);
 
 std::size_t PathsOwned(); // by all records, clones of the broker's
-// A caption, or a text with captions in it, with the members of each volume in the order of their names: two workers
-// build disks side by side, so a pool lists its members in any order.
-std::string WithMembersSorted(std::string row);
-
 // An invocation for code that is called directly, and what it needs.
 class Invocation {
 public:

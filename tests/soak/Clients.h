@@ -1,9 +1,9 @@
-// Clients on threads of their own, who ask for everything at random and look at every answer.
+// Clients on threads of their own, who ask for everything at random and fail the test on any
+// wrong answer.
 #pragma once
 
 #include "tests/soak/WellFormed.h"
 
-#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -11,38 +11,24 @@
 
 namespace support {
 
-// What went wrong, from any thread.
-class Findings {
-public:
-    void Wrong(const std::string &what); // told at once; of very many only the first ones
-    std::uint64_t Count() const { return count; }
-
-private:
-    std::atomic<std::uint64_t> count{0};
-};
-
 class Clients {
 public:
     // They wait until they are let in.
-    Clients(cim::Broker &broker, int count, std::uint64_t seed, Findings &findings);
+    Clients(cim::Broker &broker, const WellFormed &wellFormed, int count, std::uint64_t seed);
     ~Clients();
     Clients(const Clients &) = delete;
     Clients &operator=(const Clients &) = delete;
 
     void LetIn(Weather weather);
     void KeepOut(); // returns when no request is running
-    std::uint64_t Requests() const;
-    // Returns when that many requests in all have been answered: not while everybody is kept out.
-    void WaitForRequests(std::uint64_t total);
+    // How many requests have been answered, when some more have been: not while everybody is kept out.
+    std::uint64_t WaitForMore(int some);
 
 private:
-    void Run(std::uint64_t seed);
-    bool Enter();
-    void Leave();
+    class Client;
+    void Run(Client client);
 
-    cim::Broker &broker;
-    Findings &findings;
-    mutable std::mutex mutex;
+    std::mutex mutex;
     std::condition_variable changed;
     bool open = false; // guarded by mutex, as the next four
     bool over = false;

@@ -5,9 +5,19 @@
 namespace support {
 namespace {
 
-constexpr int kDisks = 24, kVolumes = 6, kPorts = 4, kBatteries = 2; // of each controller, when all are there
+// With the one that is served where none can be read.
+constexpr int kStatuses[] = {2, 6, 12, 15, 3, 0}, kVolumeStatuses[] = {2, 3, 6, 5, 0};
 
-std::string Numbered(const char *prefix, int number) { return prefix + std::to_string(number); }
+// What a controller can have: how many of each, and how many changes of sixteen let one come or go, or change its
+// state.
+constexpr struct {
+    const char *list, *prefix;
+    int most, comeOrGo, change;
+} kKinds[] = {{"pools", "e", 1, 1, 0},
+              {"volumes", "v", 6, 2, 2},
+              {"disks", "d", 24, 4, 3},
+              {"ports", "p", 4, 2, 0},
+              {"batteries", "b", 2, 1, 1}};
 
 } // namespace
 
@@ -19,29 +29,29 @@ Hardware RandomHardware::Start() {
 
 Json RandomHardware::NewController(const std::string &id) {
     Json controller = {{"id", id},
+                       {"status", id == "c2" ? 0 : 2},
                        {"model", "R8i"},
                        {"software", {{{"kind", "firmware"}, {"version", "4.81"}}}},
                        {"enclosures", {{{"id", "1"}}}},
-                       {"pools", {{{"id", "free"}, {"primordial", true}}, {{"id", "dg0"}}, {{"id", "dg1"}}}},
-                       {"disks", Json::array()},
-                       {"volumes", Json::array()},
-                       {"ports", Json::array()},
-                       {"batteries", Json::array()}};
+                       {"pools", {{{"id", "free"}, {"primordial", true}}, {{"id", "dg0"}}, {{"id", "dg1"}}}}};
+    for (const auto &kind : kKinds) controller.emplace(kind.list, Json::array());
     for (int i = 0; i < 60; ++i) ChangeDevices(controller);
     return controller;
 }
 
 // Takes the entry out, or adds it when it is not there.
-void RandomHardware::Toggle(Json &controller, const char *list, const std::string &id, Json entry) {
+void RandomHardware::Toggle(Json &controller, const std::string &list, const std::string &prefix, int number) {
+    const Json entry = Entry(controller, list, prefix, number);
+    const std::string id = entry["id"], name = controller["id"].get<std::string>() + id;
     Json &entries = controller[list];
-    const std::string name = controller["id"].get<std::string>() + list + id;
     const auto found =
         std::find_if(entries.begin(), entries.end(), [&](const Json &other) { return other["id"] == id; });
     if (found != entries.end()) {
         entries.erase(found);
         gone.insert(name);
+        for (Json &disk : controller["disks"]) // a pool that leaves hands its disks to another
+            if (disk["pool"] == id) disk["pool"] = "dg1";
     } else if (inTurmoil || gone.count(name) == 0) {
-        entry["id"] = id;
         entries.push_back(entry);
     }
 }
@@ -60,13 +70,6 @@ void RandomHardware::ToggleController(Hardware &hardware) {
         controllers.push_back(NewController("c2"));
 }
 
-// A pool that goes leaves its disks to another.
-void RandomHardware::TogglePool(Json &controller) {
-    Toggle(controller, "pools", "extra", Json::object());
-    for (Json &disk : controller["disks"])
-        if (disk["pool"] == "extra" && controller["pools"].size() == 3) disk["pool"] = "dg1";
-}
-
 void RandomHardware::Change(Hardware &hardware) {
     if (inTurmoil && dice.OneIn(30))
         ToggleController(hardware);
@@ -75,71 +78,59 @@ void RandomHardware::Change(Hardware &hardware) {
 }
 
 void RandomHardware::ChangeDevices(Json &controller) {
-    const auto changeOne = [this](Json &list, const Json &change) {
-        if (!list.empty()) dice.OneOf(list).update(change);
-    };
-    switch (dice.Below(16)) {
-    case 0:
-        TogglePool(controller);
-        break;
-    case 1:
-    case 2: {
-        const int number = dice.Below(kVolumes);
-        Json volume = Volume();
-        volume.update({{"pool", Numbered("dg", number % 2)}, {"raid", "RAID5"}, {"uniqueId", Numbered("naa", number)}});
-        Toggle(controller, "volumes", Numbered("v", number), volume);
-        break;
-    }
-    case 3:
-    case 4:
-        changeOne(controller["volumes"], Volume());
-        break;
-    case 5:
-    case 6:
-    case 7:
-        changeOne(controller["disks"], Disk(controller));
-        break;
-    case 8:
-    case 9: {
-        const std::string id = Numbered("p", dice.Below(kPorts));
-        Toggle(controller, "ports", id, {{"name", "Port " + id}});
-        break;
-    }
-    case 10:
-        Toggle(controller, "batteries", Numbered("b", dice.Below(kBatteries)), Battery());
-        break;
-    case 11:
-        changeOne(controller["batteries"], Battery());
-        break;
-    default: {
-        const int slot = dice.Below(kDisks);
-        Json disk = Disk(controller);
-        disk.update({{"enclosure", "1"},
-                     {"slot", slot},
-                     {"primordial", false},
-                     {"firmware", Numbered("N", slot)},
-                     {"blocks", 1000 + slot}});
-        Toggle(controller, "disks", Numbered("d", slot), disk);
-    }
+    int choice = dice.Below(16);
+    for (const auto &[list, prefix, most, comeOrGo, change] : kKinds) {
+        if (choice < comeOrGo) return Toggle(controller, list, prefix, dice.Below(most));
+        choice -= comeOrGo + change;
+        if (choice >= 0) continue;
+        Json &entries = controller[list];
+        if (entries.empty()) return;
+        Json &entry = dice.OneOf(entries);
+        entry = Entry(controller, list, prefix, std::stoi(entry["id"].get<std::string>().substr(1)));
+        return;
     }
 }
 
-Json RandomHardware::Disk(const Json &controller) {
-    return {{"pool", dice.OneOf(controller["pools"])["id"]},
-            {"status", dice.OneOf({2, 6, 12, 15, 3})},
-            {"extentStatus", dice.OneOf({2, 3, 11, 13})}};
+// What stays as it is for an identifier follows from its number, the rest is its present state.
+Json RandomHardware::Entry(const Json &controller, const std::string &list, const std::string &prefix, int number) {
+    const std::string count = std::to_string(number), id = prefix + count;
+    if (list == "disks")
+        return {{"id", id},
+                {"enclosure", "1"},
+                {"slot", number},
+                {"primordial", false},
+                {"firmware", "N" + count},
+                {"blocks", 1000 + number},
+                {"pool", dice.OneOf(controller["pools"])["id"]},
+                {"status", dice.OneOf(kStatuses)},
+                {"extentStatus", dice.OneOf({2, 3, 11, 13})}};
+    if (list == "volumes")
+        return {{"id", id},
+                {"pool", "dg" + std::to_string(number % 2)},
+                {"raid", "RAID5"},
+                {"uniqueId", "naa" + count},
+                {"status", dice.OneOf(kVolumeStatuses)},
+                {"extentStatus", dice.OneOf({2, 3})},
+                {"name", "name" + std::to_string(dice.Below(5))},
+                {"blocks", 1000 + dice.Below(10)},
+                {"consumableBlocks", dice.Below(1000)}};
+    if (list == "batteries")
+        return {{"id", id}, {"status", dice.OneOf(kStatuses)}, {"batteryStatus", 1 + dice.Below(5)}};
+    if (list == "ports") return {{"id", id}, {"name", "Port " + id}, {"status", number == 3 ? 0 : 2}};
+    return {{"id", id}};
 }
 
-Json RandomHardware::Volume() {
-    return {{"status", dice.OneOf({2, 3, 6, 5})},
-            {"extentStatus", dice.OneOf({2, 3})},
-            {"name", Numbered("name", dice.Below(5))},
-            {"blocks", 1000 + dice.Below(10)},
-            {"consumableBlocks", dice.Below(1000)}};
-}
-
-Json RandomHardware::Battery() {
-    return {{"status", dice.OneOf({2, 6, 12, 15, 3})}, {"batteryStatus", 1 + dice.Below(5)}};
+// The disks apart: a volume on so many would have a caption too long to tell its state.
+Hardware RandomHardware::EveryState() {
+    constexpr int kEnough = 300; // for the rarest of them
+    Hardware every;
+    for (const char *id : {"c0", "c2"}) every.document["controllers"].push_back(NewController(id));
+    for (const std::string list : {"disks", "volumes", "batteries", "ports"}) {
+        Json &controller = every.Controller(list == "disks" ? "c0" : "c2");
+        controller[list] = Json::array();
+        for (int i = 0; i < kEnough; ++i) controller[list].push_back(Entry(controller, list, "x", i));
+    }
+    return every;
 }
 
 } // namespace support

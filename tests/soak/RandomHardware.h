@@ -7,18 +7,38 @@
 // turmoil.
 #pragma once
 
-#include "tests/soak/Dice.h"
 #include "tests/support/Hardware.h"
 
+#include <random>
 #include <set>
 #include <string>
 
 namespace support {
 
+// Decisions at random, the same ones for the same seed.
+class Dice {
+public:
+    explicit Dice(std::uint64_t seed) : random(seed) {}
+    std::uint64_t Seed() { return random(); } // for other dice
+    int Below(int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); }
+    bool OneIn(int chances) { return Below(chances) == 0; }
+    template <class Choice> Choice OneOf(std::initializer_list<Choice> choices) {
+        return *(choices.begin() + Below(static_cast<int>(choices.size())));
+    }
+    template <class List> auto &OneOf(List &list) {
+        return list[static_cast<std::size_t>(Below(static_cast<int>(std::size(list))))];
+    }
+
+private:
+    std::mt19937_64 random;
+};
+
 class RandomHardware {
 public:
     explicit RandomHardware(std::uint64_t seed) : dice(seed) {}
     Hardware Start();
+    // So many devices that each state is among them.
+    Hardware EveryState();
     void Change(Hardware &hardware);
     // In turmoil whole controllers come and go, too.
     void NewSeason(Hardware &hardware, bool turmoil);
@@ -26,12 +46,9 @@ public:
 private:
     void ChangeDevices(Json &controller);
     void ToggleController(Hardware &hardware);
-    void TogglePool(Json &controller);
-    void Toggle(Json &controller, const char *list, const std::string &id, Json entry);
+    void Toggle(Json &controller, const std::string &list, const std::string &prefix, int number);
     Json NewController(const std::string &id);
-    Json Disk(const Json &controller);
-    Json Volume();
-    Json Battery();
+    Json Entry(const Json &controller, const std::string &list, const std::string &prefix, int number);
 
     Dice dice;
     bool inTurmoil = false;

@@ -1,187 +1,91 @@
 #include "tests/soak/WellFormed.h"
 
-#include "tests/support/LogCapture.h"
 #include "tests/support/Values.h"
 
 #include <algorithm>
-#include <sstream>
-#include <unistd.h>
 
 namespace support {
 namespace {
 
-using Words = std::vector<std::string>;
+const std::string kAbsent = "absent";
 
-// In captions {c} and {d} are the controller's and the device's IDs as the identifier has them, {n} the device's
-// number. A disk goes by its ID for as long as enclosures are not read: a refresh can be quicker than the first build
-// of all controllers but the first.
-const struct Form {
-    const char *className, *prefix;
-    Words captions; // patterns
-    Words foulCaptions;
-    Words keys;
-    Words properties; // besides keys
-    Words optional;   // in foul weather
-} kForms[] = {
-    {kController,
-     "zbrController",
-     {"Controller {c} (R8i)"},
-     {"Controller {c} (*)"},
-     {"CreationClassName", "Name"},
-     {"Caption", "ElementName", "OperationalStatus", "HealthState", "IdentifyingDescriptions", "OtherIdentifyingInfo",
-      "Dedicated", "NameFormat"},
-     {"OperationalStatus", "IdentifyingDescriptions", "OtherIdentifyingInfo", "Dedicated"}},
-    {kSoftware,
-     "zembra:ControllerSoftware",
-     {"Controller {c} (R8i)"},
-     {"Controller {c} (*)"},
-     {"InstanceID"},
-     {"Caption", "ElementName", "IsEntity", "VersionString"},
-     {}},
-    {kVolume,
-     "zbrStorageVolume",
-     {"RAID5 name* Logical Volume {d} on controller {c}, Drives(*) - *"},
-     {"*Logical Volume {d} on controller {c}* - *"},
-     {"SystemCreationClassName", "SystemName", "CreationClassName", "DeviceID"},
-     {"Caption", "ElementName", "OperationalStatus", "HealthState", "NameFormat", "Name", "NameNamespace", "BlockSize",
-      "NumberOfBlocks", "ConsumableBlocks", "IsBasedOnUnderlyingRedundancy", "NoSinglePointOfFailure", "DataRedundancy",
-      "DeltaReservation", "Primordial", "ExtentStatus"},
-     {"OperationalStatus", "ExtentStatus", "Name"}},
-    {kExtent,
-     "zbrStorageExt",
-     {"Drive {n} in enclosure 1 on controller {c} Fw: N{n} - *", "Drive {d} on controller {c} Fw: N{n} - *"},
-     {"Drive * in enclosure 1 on controller {c} Fw: * - *", "Drive {d} on controller {c} Fw: * - *"},
-     {"SystemCreationClassName", "SystemName", "CreationClassName", "DeviceID"},
-     {"Caption", "ElementName", "OperationalStatus", "HealthState", "BlockSize", "NumberOfBlocks", "Primordial"},
-     {"OperationalStatus"}},
-    {kPort,
-     "zbrPort",
-     {"Port {d} on Controller {c}"},
-     {"Port {d} on Controller {c}", "{d} on Controller {c}"},
-     {"SystemCreationClassName", "SystemName", "CreationClassName", "DeviceID"},
-     {"Caption", "ElementName", "OperationalStatus", "HealthState", "PortType", "UsageRestriction"},
-     {"OperationalStatus"}},
-    {kBattery,
-     "zbrControllerBattery",
-     {"Battery {d} on Controller {c}"},
-     {"Battery {d} on Controller {c}"},
-     {"SystemCreationClassName", "SystemName", "CreationClassName", "DeviceID"},
-     {"Caption", "ElementName", "OperationalStatus", "HealthState", "BatteryStatus"},
-     {"OperationalStatus"}},
-};
+Identity IdentityIn(const cim::ObjectPath &path) { return IdentityOf(Shown(path.Key(IdentifyingKey(path.className)))); }
 
-// Which words, statuses and healths go together: all come of one look at one record.
-const struct {
-    const char *className, *caption;
-    Words status; // empty: any
-    const char *health;
-} kStates[] = {
-    {kVolume, "* - OPTIMAL", {"{2}"}, "5"},
-    {kVolume, "* - DEGRADED", {"{3}"}, "10"},
-    {kVolume, "* - OFFLINE", {"{6}"}, "30"},
-    {kVolume, "* - UNDEFINED", {"{5}", "{0}"}, "0"}, // 0: what an empty array, or none, is read as
-    {kExtent, "* - HOT SPARE", {"{2}"}, "5"},
-    {kExtent, "* - UNCONFIGURED GOOD", {"{2}", "{15}"}, "5"},
-    {kExtent, "* - REBUILD", {"{2}"}, "5"},
-    {kExtent, "* - ONLINE", {"{2}"}, "5"},
-    {kExtent, "* - UNCONFIGURED BAD", {"{6}"}, "10"},
-    {kExtent, "* - FAILED", {"{6}"}, "30"},
-    {kExtent, "* - OFFLINE", {"{12}"}, "20"},
-    {kExtent, "* - UNDEFINED", {"{3}", "{0}"}, "10"},
-    {kPort, "*", {"{2}"}, "5"},
-    {kPort, "*", {"{0}"}, "0"},
-    {kBattery, "*", {"{2}", "{15}"}, "5"},
-    {kBattery, "*", {"{6}"}, "30"},
-    {kBattery, "*", {"{12}"}, "20"},
-    {kBattery, "*", {"{3}", "{0}"}, "0"},
-    {kController, "*", {"{2}", "{0}"}, "5"},
-};
-
-bool Contains(const Words &words, const std::string &word) {
-    return std::any_of(words.begin(), words.end(), [&](const std::string &w) { return cim::SameName(w, word); });
+// What a client is told of the state: "DEGRADED {3} 10".
+std::string StateIn(const cim::Instance &instance, const std::string &status) {
+    const std::string caption = Shown(instance, "Caption");
+    const std::size_t word = caption.rfind(" - ");
+    return (word == std::string::npos ? "" : caption.substr(word)) + " " + status + " " +
+           Shown(instance, "HealthState");
 }
 
-const Form &FormOf(const std::string &className) {
-    return *std::find_if(std::begin(kForms), std::end(kForms), [&](const Form &f) { return className == f.className; });
-}
-
-std::string Replaced(std::string text, const std::string &what, const std::string &with) {
-    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size()))
-        text.replace(at, what.size(), with);
-    return text;
-}
-
-bool Fits(const std::string &caption, const std::string &identifier, const Form &form, Weather weather) {
-    const std::string ids = identifier.substr(std::string(form.prefix).size());
-    const std::size_t separator = std::min(ids.find('_'), ids.size());
-    const std::string device = ids.substr(std::min(separator + 1, ids.size()));
-    for (std::string pattern : weather == Weather::Fair ? form.captions : form.foulCaptions) {
-        pattern = Replaced(pattern, "{c}", ids.substr(0, separator));
-        pattern = Replaced(pattern, "{d}", device);
-        pattern = Replaced(pattern, "{n}", device.substr(std::min<std::size_t>(1, device.size())));
-        if (Matches(caption, pattern)) return true;
-    }
-    return false;
-}
-
-std::string FlawInState(const cim::Instance &instance, const std::string &className) {
-    if (className == kSoftware) return {};
-    const std::string caption = Shown(instance, "Caption"), status = Shown(instance, "OperationalStatus");
-    const std::string health = Shown(instance, "HealthState");
-    for (const auto &state : kStates)
-        if (className == state.className && Matches(caption, state.caption) && health == state.health &&
-            (status == "absent" || Contains(state.status, status)))
-            return {};
-    return "status " + status + " and health " + health + " do not go with \"" + caption + "\"";
-}
+bool MayBeMissing(const std::string &property, CMPIType type) { return (type & CMPI_ARRAY) != 0 || property == "Name"; }
 
 } // namespace
 
-std::string Flaw(const cim::ObjectPath &path, const std::string &className, Weather weather) {
-    const Form &form = FormOf(className);
+Identity IdentityOf(const std::string &identifier) {
+    const std::size_t end = std::min(identifier.find('_'), identifier.size()), start = end < 2 ? 0 : end - 2;
+    return {identifier.substr(0, start), identifier.substr(start, end - start), identifier.substr(end)};
+}
+
+void WellFormed::Learn(const cim::Instance &sample) {
+    Form &form = forms[sample.path->className];
+    form.path = sample.path;
+    for (const cim::NamedValue &property : sample.properties)
+        if (!property.value.IsNull() && sample.path->Key(property.name) == nullptr)
+            form.properties[property.name.Text()] = property.value.type;
+    for (const std::string &status : {Shown(sample, "OperationalStatus"), kAbsent})
+        form.states.insert(StateIn(sample, status));
+}
+
+std::string WellFormed::Flaw(const cim::ObjectPath &path, const std::string &className, Weather weather) const {
+    const cim::ObjectPath &sample = forms.at(className).path;
     if (path.className != className || path.nameSpace != kNameSpace) return "is of another class or namespace";
-    if (path.keys.size() != form.keys.size()) return "has too many or too few keys";
-    for (const std::string &name : form.keys) {
-        const std::string value = Shown(path.Key(name));
-        const bool host = name.rfind("System", 0) == 0;
-        if (name == "CreationClassName" && value != className) return "has a creation class name of " + value;
-        if (host && value.empty() && weather == Weather::Fair) return "has no " + name;
-        if (name == "SystemCreationClassName" && !value.empty() && value != "OMC_UnitaryComputerSystem")
-            return "has a system class name of " + value;
+    if (path.keys.size() != sample.keys.size()) return "has too many or too few keys";
+    for (const cim::NamedValue &key : sample.keys) {
+        const std::string found = Shown(path.Key(key.name));
+        const bool unread = weather == Weather::Foul && found.empty();
+        if (key.name.Text() != IdentifyingKey(className) && found != Shown(&key.value) && !unread)
+            return "has a " + key.name.Text() + " of " + found;
     }
-    const std::string identifier = Shown(path.Key(IdentifyingKey(className)));
-    const bool device = form.keys.size() == 4;
-    if (!Matches(identifier, form.prefix + std::string(device ? "c*_*" : "c*")))
-        return "has an identifier " + identifier;
+    const Identity of = IdentityIn(path), like = IdentityIn(sample);
+    if (of.prefix != like.prefix || of.controller[0] != 'c' || (of.device.size() > 1) != (like.device.size() > 1))
+        return "has such an identifier";
     return {};
 }
 
-std::string Flaw(const cim::Instance &instance, const std::string &className, Weather weather, cim::PropertyList list) {
+std::string WellFormed::Flaw(const cim::Instance &instance, const std::string &className, Weather weather,
+                             cim::PropertyList list) const {
     std::string flaw = Flaw(instance.path, className, weather);
     if (!flaw.empty()) return flaw;
-    const Form &form = FormOf(className);
+    const Form &form = forms.at(className);
     for (const cim::NamedValue &property : instance.properties) {
-        if (property.value.IsNull() || Contains(form.keys, property.name)) continue;
-        if (!Contains(form.properties, property.name)) return "has an unknown property " + property.name.Text();
-        if (list != nullptr && !Contains(*list, property.name))
-            return "has " + property.name.Text() + ", not asked for";
-    }
-    for (const std::string &key : form.keys) {
-        const cim::Value *copy = instance.Property(key);
-        if (copy != nullptr && !copy->IsNull() && Shown(copy) != Shown(instance.path->Key(key)))
-            return "says of itself that its " + key + " is " + Shown(copy);
+        const std::string &name = property.name.Text();
+        if (property.value.IsNull()) continue;
+        if (const cim::Value *key = instance.path->Key(name)) {
+            if (*key != property.value) return "says of itself that its " + name + " is " + Shown(&property.value);
+            continue;
+        }
+        const auto known = form.properties.find(name);
+        if (known == form.properties.end() || known->second != property.value.type)
+            return "has an unknown property " + name + ", or of another type";
+        if (list != nullptr && std::find(list->begin(), list->end(), name) == list->end())
+            return "has " + name + ", not asked for";
     }
     if (list != nullptr) return {};
-    for (const std::string &name : form.properties) {
-        const cim::Value *value = instance.Property(name);
-        const bool optional = weather == Weather::Foul && Contains(form.optional, name);
-        if ((value == nullptr || value->IsNull()) && !optional) return "has no " + name;
-    }
-    const std::string identifier = Shown(instance.path->Key(IdentifyingKey(className)));
+    for (const auto &[name, type] : form.properties)
+        if (Shown(instance, name) == kAbsent && (weather == Weather::Fair || !MayBeMissing(name, type)))
+            return "has no " + name;
+    const Identity of = IdentityIn(instance.path);
     const std::string caption = Shown(instance, "Caption");
-    if (!Fits(caption, identifier, form, weather)) return "is captioned \"" + caption + "\"";
+    // A device's own number is in its caption, a disk's as that of its slot.
+    const std::string number = of.device.substr(std::min<std::size_t>(2, of.device.size()));
+    if (caption.find("ontroller " + of.controller) == std::string::npos ||
+        (weather == Weather::Fair && caption.find(number) == std::string::npos))
+        return "is captioned \"" + caption + "\"";
     if (Shown(instance, "ElementName") != caption) return "has an element name other than its caption";
-    return FlawInState(instance, className);
+    const std::string state = StateIn(instance, Shown(instance, "OperationalStatus"));
+    return form.states.count(state) != 0 ? "" : "is in a state of" + state;
 }
 
 } // namespace support

@@ -1,34 +1,38 @@
 // A server's bad week in steps: what happens to the hardware, and what a client sees then. Needs the test clock.
 #pragma once
 
-#include "cim/inventory/Inventory.h"
-#include "cim/program/Hosting.h"
-#include "tests/host/Server.h"
+#include "cim/inventory/Changes.h"
+#include "tests/support/DescribedHardware.h"
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace cim {
 
 struct Step {
-    const char *title;
-    void (*happen)(nlohmann::ordered_json &controller);
+    std::string title;
+    nlohmann::ordered_json changes; // of the description, as JSON Patch (RFC 6902)
 };
-extern const std::vector<Step> kStory;
+std::vector<Step> TheStory(); // story.json
 
 // The rack server of the samples with a broker that has the provider loaded, and a client of it.
 class Stage {
 public:
     Stage(); // throws std::runtime_error when the broker cannot be started or the first build does not end
 
-    void Play(const Step &step);
-    // What a client sees once the provider has had a reason to look at the hardware.
-    Instances See();
+    const Inventory &Seen() const { return now; }
+    // What a client sees otherwise than before, once the provider has had a reason to look at the hardware. Holds until
+    // the next step.
+    std::vector<Change> Play(const Step &step);
     Broker &broker() { return *hosted; }
 
 private:
-    Server server;
+    Inventory See();
+
+    support::DescribedHardware server;
     std::unique_ptr<Broker> hosted;
+    Inventory before, now;
 };
 
 } // namespace cim

@@ -1,5 +1,4 @@
 // Tells the story on standard output.
-#include "cim/inventory/Changes.h"
 #include "cim/inventory/Tables.h"
 #include "cim/program/Terminal.h"
 #include "tests/story/Story.h"
@@ -17,29 +16,24 @@ void Tell() {
     TablesOptions options;
     options.text.colour = WantsColour();
     Stage stage;
-    Inventory before = Describe(stage.See());
-    Print(Styled("At first all is well", kBold, options.text) + "\n\n" + RenderTables(before, options));
+    Print(Styled("At first all is well", kBold, options.text) + "\n\n" + RenderTables(stage.Seen(), options));
 
     int number = 0;
-    for (const auto &step : kStory) {
-        stage.Play(step);
-        Inventory after = Describe(stage.See());
+    for (const Step &step : TheStory()) {
         std::string text = Styled(fmt::format("\n{}. {}", ++number, step.title), kBold, options.text) + "\n\n";
         std::set<std::string> changed;
         std::set<const ServedClass *> kinds;
-        const std::string time = TimeText(std::time(nullptr));
-        for (const auto &change : Compare(before, after, nullptr)) {
-            text += ToText(change, time);
+        for (const Change &change : stage.Play(step)) {
+            text += ToText(change, TimeText(std::time(nullptr)));
             changed.insert(change.Subject().path);
             kinds.insert(change.Subject().served);
         }
         for (const auto *kind : kinds) {
             options.only = kind;
             options.changed = &changed;
-            text += "\n" + RenderTables(after, options);
+            text += "\n" + RenderTables(stage.Seen(), options);
         }
         Print(text);
-        before = std::move(after);
     }
 }
 

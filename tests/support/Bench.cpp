@@ -7,13 +7,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <thread>
 
 namespace support {
-namespace fs = std::filesystem;
 
 bool UnkindWanted() {
     const char *wanted = std::getenv("QUARNEL_TEST_BROKER");
@@ -36,11 +33,8 @@ std::string IdentifyingKey(const std::string &className) {
 
 Bench::Bench(Hardware description, const BenchOptions &options) : hardware(std::move(description)) {
     LogCapture::Clear();
-    std::string pattern = (fs::path(testing::TempDir()) / "quarnel-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot make " + pattern);
-    folder = pattern;
     Save();
-    setenv("SIM_HHRC_HARDWARE", (folder + "/hardware.json").c_str(), 1);
+    setenv("SIM_HHRC_HARDWARE", (folder / "hardware.json").c_str(), 1);
 
     cim::BrokerConfig config = ServerConfig();
     if (options.provider.createInstanceMI != nullptr) config.builtins[kProvider] = options.provider;
@@ -58,12 +52,15 @@ Bench::Bench(Hardware description, const BenchOptions &options) : hardware(std::
 Bench::~Bench() {
     End();
     TestClock::Release();
-    fs::remove_all(folder);
 }
 
 void Bench::End() {
     broker->Faults().Clear();
     broker->Shutdown();
+    ExpectNothingAlive();
+}
+
+void Bench::ExpectNothingAlive() {
     const auto left = [this] { return broker->Live().attachedThreads == 0 && broker->Live().clones == 0; };
     Eventually(left, std::chrono::seconds(10)); // and then says what is there
     const cim::LiveObjects live = broker->Live();
@@ -73,11 +70,7 @@ void Bench::End() {
     EXPECT_EQ(live.attachedThreads, 0u);
 }
 
-void Bench::Save() {
-    const std::string file = folder + "/hardware.json";
-    std::ofstream(file + ".new") << hardware.document.dump(1) << '\n';
-    fs::rename(file + ".new", file);
-}
+void Bench::Save() { folder.Write("hardware.json", hardware.document.dump(1)); }
 
 void Bench::Load() {
     const cim::Status status = broker->Load(kProvider);

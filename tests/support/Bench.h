@@ -5,6 +5,7 @@
 #include "cim/broker/Broker.h"
 #include "tests/support/BuildTree.h"
 #include "tests/support/Hardware.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <chrono>
 #include <functional>
@@ -55,6 +56,9 @@ public:
     void Load(); // the provider, which finds its controllers and starts its first build
     void End();  // as the destructor does; for tests that look at what is there afterwards
 
+    // Of the broker's, when every thread has left it that a clean-up may have left behind.
+    void ExpectNothingAlive();
+
     // Changes the hardware, in one step for the vendor.
     void Change(const std::function<void(Hardware &)> &change);
     // What must not be changed but by Change.
@@ -78,7 +82,7 @@ public:
 private:
     void Save();
 
-    std::string folder;
+    const TemporaryFolder folder;
     Hardware hardware;
     std::unique_ptr<cim::Broker> broker;
 };

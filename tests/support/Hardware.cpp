@@ -27,27 +27,6 @@ Hardware &Hardware::Add(const char *list, const std::string &id, const Json &mor
     return *this;
 }
 
-Hardware &Hardware::WithEnclosure(const std::string &id, const Json &more) { return Add("enclosures", id, more); }
-Hardware &Hardware::WithPool(const std::string &id, const Json &more) { return Add("pools", id, more); }
-Hardware &Hardware::WithDisk(const std::string &id, const Json &more) { return Add("disks", id, more); }
-Hardware &Hardware::WithVolume(const std::string &id, const Json &more) { return Add("volumes", id, more); }
-Hardware &Hardware::WithPort(const std::string &id, const Json &more) { return Add("ports", id, more); }
-Hardware &Hardware::WithBattery(const std::string &id, const Json &more) { return Add("batteries", id, more); }
-
-Hardware &Hardware::WithDevice(const std::string &id, const std::string &className) {
-    return Add("devices", id, {{"class", className}});
-}
-
-Hardware &Hardware::WithProfile(const Json &profile) {
-    document["profiles"].push_back(profile);
-    return *this;
-}
-
-Hardware &Hardware::WithRule(const Json &behaviour) {
-    document["behaviour"].push_back(behaviour);
-    return *this;
-}
-
 Json &Hardware::Controller(const std::string &id) {
     Json &controllers = document["controllers"];
     return id.empty() ? controllers.front() : *FindById(controllers, id);

@@ -14,16 +14,24 @@ class Hardware {
 public:
     // A controller; what follows with With... is the latest one's. `more` are further members of the entry.
     Hardware &WithController(const std::string &id, const Json &more = Json::object());
-    Hardware &WithEnclosure(const std::string &id, const Json &more = Json::object());
-    Hardware &WithPool(const std::string &id, const Json &more = Json::object());
-    Hardware &WithDisk(const std::string &id, const Json &more = Json::object());
-    Hardware &WithVolume(const std::string &id, const Json &more = Json::object());
-    Hardware &WithPort(const std::string &id, const Json &more = Json::object());
-    Hardware &WithBattery(const std::string &id, const Json &more = Json::object());
+    Hardware &WithEnclosure(const std::string &id, const Json &more = Json::object()) {
+        return Add("enclosures", id, more);
+    }
+    Hardware &WithPool(const std::string &id, const Json &more = Json::object()) { return Add("pools", id, more); }
+    Hardware &WithDisk(const std::string &id, const Json &more = Json::object()) { return Add("disks", id, more); }
+    Hardware &WithVolume(const std::string &id, const Json &more = Json::object()) { return Add("volumes", id, more); }
+    Hardware &WithPort(const std::string &id, const Json &more = Json::object()) { return Add("ports", id, more); }
+    Hardware &WithBattery(const std::string &id, const Json &more = Json::object()) {
+        return Add("batteries", id, more);
+    }
     // One of the given class that is none of the above, or one of the above in a place among others.
-    Hardware &WithDevice(const std::string &id, const std::string &className);
-    Hardware &WithProfile(const Json &profile);
-    Hardware &WithRule(const Json &behaviour);
+    Hardware &WithDevice(const std::string &id, const std::string &className) {
+        return Add("devices", id, {{"class", className}});
+    }
+    Hardware &WithProfile(const Json &profile) {
+        document["profiles"].push_back(profile);
+        return *this;
+    }
 
     Json &Controller(const std::string &id = {}); // empty: the first
     // An entry of a controller's list, such as ("disks", "d0"). Throws when there is none.

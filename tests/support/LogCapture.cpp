@@ -1,5 +1,7 @@
 #include "tests/support/LogCapture.h"
 
+#include "tests/support/Syslog.h"
+
 #include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
@@ -19,19 +21,6 @@ struct Store {
 Store &TheStore() {
     static Store *store = new Store;
     return *store;
-}
-
-void Capture(int priority, const char *format, va_list arguments) {
-    if ((setlogmask(0) & LOG_MASK(LOG_PRI(priority))) == 0) return;
-    char *text = nullptr;
-    if (vasprintf(&text, format, arguments) < 0) return;
-    static const bool echo = getenv("TEST_LOG_ECHO") != nullptr;
-    if (echo) fprintf(stderr, "<%d>%s", LOG_PRI(priority), text);
-    Store &store = TheStore();
-    const std::lock_guard lock(store.mutex);
-    store.lines.push_back({LOG_PRI(priority), text});
-    free(text);
-    store.grown.notify_all();
 }
 
 bool Fits(const LogLine &line, int priority, std::string_view pattern) {
@@ -59,24 +48,31 @@ std::string Shown(int priority) {
 
 } // namespace
 
+void TakeLogLine(int priority, const char *format, va_list arguments) {
+    if ((setlogmask(0) & LOG_MASK(LOG_PRI(priority))) == 0) return;
+    char *text = nullptr;
+    if (vasprintf(&text, format, arguments) < 0) return;
+    static const bool echo = getenv("TEST_LOG_ECHO") != nullptr;
+    if (echo) fprintf(stderr, "<%d>%s", LOG_PRI(priority), text);
+    Store &store = TheStore();
+    const std::lock_guard lock(store.mutex);
+    store.lines.push_back({LOG_PRI(priority), text});
+    free(text);
+    store.grown.notify_all();
+}
+
 bool Matches(std::string_view text, std::string_view pattern) {
-    // Greedy with one point to return to: the last star and how much of the text it has swallowed.
-    std::size_t t = 0, p = 0, star = std::string_view::npos, swallowed = 0;
-    while (t < text.size()) {
-        if (p < pattern.size() && pattern[p] == '*') {
-            star = p++;
-            swallowed = t;
-        } else if (p < pattern.size() && pattern[p] == text[t]) {
-            ++p;
-            ++t;
-        } else if (star != std::string_view::npos) {
-            p = star + 1;
-            t = ++swallowed;
-        } else {
-            return false;
-        }
+    for (bool first = true;; first = false) { // the leftmost place of each literal leaves the most to those behind it
+        const std::size_t star = pattern.find('*');
+        const std::string_view literal = pattern.substr(0, star);
+        const bool last = star == std::string_view::npos;
+        if (last && text.size() < literal.size()) return false;
+        const std::size_t at = first ? 0 : last ? text.size() - literal.size() : text.find(literal);
+        if (at == std::string_view::npos || text.substr(at, literal.size()) != literal) return false;
+        if (last) return text.size() == at + literal.size();
+        text.remove_prefix(at + literal.size());
+        pattern.remove_prefix(star + 1);
     }
-    return pattern.find_first_not_of('*', p) == std::string_view::npos;
 }
 
 void LogCapture::Clear() {
@@ -106,7 +102,7 @@ bool LogCapture::WaitFor(std::string_view pattern, std::size_t count, std::chron
 
 testing::AssertionResult Logged(int priority, std::string_view pattern) {
     if (LogCapture::Count(priority, pattern) > 0) return testing::AssertionSuccess();
-    return testing::AssertionFailure() << "no line <" << priority << "> \"" << pattern << "\"; " << Shown(priority);
+    return LoggedTimes(1, priority, pattern);
 }
 
 testing::AssertionResult LoggedTimes(std::size_t times, int priority, std::string_view pattern) {
@@ -133,26 +129,3 @@ testing::AssertionResult LoggedInOrder(const std::vector<std::string> &patterns)
 }
 
 } // namespace support
-
-// Take the C library's place, also of the entries that a fortified build calls.
-extern "C" {
-void vsyslog(int priority, const char *format, va_list arguments) { support::Capture(priority, format, arguments); }
-
-void syslog(int priority, const char *format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    support::Capture(priority, format, arguments);
-    va_end(arguments);
-}
-
-void __vsyslog_chk(int priority, int, const char *format, va_list arguments) {
-    support::Capture(priority, format, arguments);
-}
-
-void __syslog_chk(int priority, int, const char *format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    support::Capture(priority, format, arguments);
-    va_end(arguments);
-}
-}

@@ -1,5 +1,9 @@
 #include "tests/support/Values.h"
 
+#include <algorithm>
+#include <sstream>
+#include <vector>
+
 namespace support {
 
 cim::Value U16s(std::initializer_list<std::uint64_t> numbers) {
@@ -26,6 +30,22 @@ std::string Shown(const cim::Value *value) {
 
 std::string Shown(const cim::Instance &instance, std::string_view property) {
     return Shown(instance.Property(property));
+}
+
+std::string WithMembersSorted(std::string row) {
+    const std::string opening = ", Drives(";
+    for (std::size_t at = row.find(opening); at != std::string::npos; at = row.find(opening, at)) {
+        at += opening.size();
+        const std::size_t end = row.find(')', at);
+        std::vector<std::string> members;
+        std::istringstream list(row.substr(at, end - at));
+        for (std::string member; std::getline(list, member, ',');) members.push_back(member);
+        std::sort(members.begin(), members.end());
+        std::string sorted;
+        for (const std::string &member : members) sorted += (sorted.empty() ? "" : ",") + member;
+        row.replace(at, end - at, sorted);
+    }
+    return row;
 }
 
 } // namespace support

@@ -22,4 +22,8 @@ cim::Value U16s(std::initializer_list<std::uint64_t> numbers);
 std::string Shown(const cim::Value *value);
 std::string Shown(const cim::Instance &instance, std::string_view property);
 
+// A caption, or a text with captions in it, with the members of each volume in the order of their names: two workers
+// build disks side by side, so a pool lists its members in any order.
+std::string WithMembersSorted(std::string row);
+
 } // namespace support

@@ -1,5 +1,5 @@
 // quarnel serve with a client that nobody here wrote: what wbemcli prints is what quarnel list shows.
-#include "tests/host/Process.h"
+#include "tests/support/Process.h"
 #include "tests/wbem/Client.h"
 
 #include <gtest/gtest.h>
