@@ -95,7 +95,7 @@ std::string CountLine(const std::vector<Section> &sections, bool sample) {
             ++count.second;
         }
     }
-    std::string line = fmt::format("{} instance{}", total, total == 1 ? "" : "s");
+    std::string line = Counted(total, "instance", "instances");
     if (sample) line += fmt::format(" of {}", kSampleHardware);
     const char *separator = ": ";
     for (const auto &[severity, count] : counts) {

@@ -46,6 +46,10 @@ std::string Printable(std::string_view text) {
     return printable;
 }
 
+std::string Counted(std::size_t count, const char *one, const char *several) {
+    return std::to_string(count) + " " + (count == 1 ? one : several);
+}
+
 std::string Shown(std::string_view text) { return text.empty() ? "-" : Printable(text); }
 
 std::string Styled(const std::string &text, const char *style, const TextOptions &options) {

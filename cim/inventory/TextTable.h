@@ -39,6 +39,9 @@ std::string Printable(std::string_view text);
 // The same, and "-" for an empty text.
 std::string Shown(std::string_view text);
 
+// "1 disk", "2 disks".
+std::string Counted(std::size_t count, const char *one, const char *several);
+
 // Characters, not bytes, of a UTF-8 text.
 std::size_t LengthOf(std::string_view text);
 
