@@ -1,6 +1,6 @@
 #include "cim/inventory/Verdict.h"
 
-#include "cim/inventory/Text.h"
+#include "cim/inventory/ShownText.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

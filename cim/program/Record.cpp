@@ -1,5 +1,5 @@
 // quarnel record: a real server's hardware as a description that the simulated vendor serves.
-#include "cim/inventory/Text.h"
+#include "cim/inventory/ShownText.h"
 #include "cim/program/Command.h"
 #include "cim/program/Terminal.h"
 #include "cim/recording/Anonymise.h"

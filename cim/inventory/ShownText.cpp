@@ -1,4 +1,4 @@
-#include "cim/inventory/Text.h"
+#include "cim/inventory/ShownText.h"
 
 #include <algorithm>
 
