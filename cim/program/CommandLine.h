@@ -1,4 +1,4 @@
-// What the command line says of itself: its help, and the words in it that nobody expected.
+// What the command line says of itself: its help, and unexpected words in it.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -7,13 +7,13 @@
 
 namespace cim {
 
-// Names and types of options; what goes with what is said in their descriptions.
+// Names and types of options; their descriptions say which exclude or need each other.
 class HelpFormatter : public CLI::Formatter {
 public:
     std::string make_option_opts(const CLI::Option *option) const override;
 };
 
-// One line on what the parsed program did not expect, in its order; empty when it expected all of it.
+// One line naming the unexpected words, in their order; empty when there were none.
 std::string Unexpected(const CLI::App &program);
 
 } // namespace cim

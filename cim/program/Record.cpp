@@ -29,7 +29,7 @@ struct RecordOptions {
     std::string file;
 };
 
-// One line on standard error that is written over; nothing where nobody could see it move.
+// One line on standard error that is overwritten; nothing when that is not a terminal.
 class ProgressLine {
 public:
     void Show(const WalkProgress &progress) {

@@ -78,7 +78,7 @@ TEST_F(WatchTest, WhatChangesIsToldToEachInTheirWay) {
     for (const char *shown : {"!!* c1          8             1  d1", "Removed", "Extc1_d3 removed: UNCONFIGURED BAD",
                               "!!  c1          8             1  d1"})
         EXPECT_TRUE(screen.WaitFor(shown)) << shown;
-    // Ctrl-Z, and on again: nothing of it ends anybody, and the terminal is as it was in between.
+    // Ctrl-Z, and on again: nobody ends, and the terminal is restored in between.
     screen.Type("\x1a");
     EXPECT_TRUE(screen.WaitFor(kScreenEnds));
     for (Process *each : {&lines, static_cast<Process *>(&serve)}) each->Signal(SIGTSTP);

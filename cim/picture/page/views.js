@@ -162,7 +162,7 @@ function deviceView() {
     };
 }
 
-// A headed list; without items there is none to be seen.
+// A headed list, hidden while it is empty.
 function listView(title, className, makeView) {
     const list = element('ul', className);
     const node = element('section', 'group', element('h4', '', title), list);
