@@ -1,10 +1,9 @@
 #include "cim/inventory/Captions.h"
 
-#include "cim/inventory/NaturalOrder.h"
-
 #include <algorithm>
-#include <cctype>
 #include <charconv>
+#include <optional>
+#include <tuple>
 
 namespace cim {
 
@@ -14,30 +13,37 @@ constexpr auto kNone = std::string_view::npos;
 
 bool StartsWith(std::string_view text, std::string_view start) { return text.substr(0, start.size()) == start; }
 
-bool StartsWithDigit(std::string_view text) {
-    return !text.empty() && std::isdigit(static_cast<unsigned char>(text.front())) != 0;
+bool EndsWith(std::string_view text, std::string_view end) {
+    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
-std::string_view Trimmed(std::string_view text) {
-    const auto end = text.find_last_not_of(' ');
-    return end == kNone ? std::string_view{} : text.substr(0, end + 1);
+// What stands before the last such mark; the text is then what stands behind it. None, and the text as it was, when
+// there is no mark.
+std::optional<std::string_view> TakeBefore(std::string_view &text, std::string_view mark) {
+    const auto at = text.rfind(mark);
+    if (at == kNone) return {};
+    const auto before = text.substr(0, at);
+    text.remove_prefix(at + mark.size());
+    return before;
 }
 
-// The word behind the last " - ".
-std::string StateAtEndOf(std::string_view text) {
-    const auto dash = text.rfind(" - ");
-    return dash == kNone ? std::string() : std::string(text.substr(dash + 3));
+// The word behind the last " - ", which with what is before it goes.
+std::string TakeState(std::string_view &text) {
+    std::string_view state = text;
+    const auto before = TakeBefore(state, " - ");
+    text = before.value_or(text);
+    return std::string(before ? state : "");
 }
 
 // The caption puts a volume's level in front of its name with nothing but a space between them: what looks like a
 // level is one.
 std::size_t LengthOfLevel(std::string_view text) {
-    std::string word(text.substr(0, text.find(' ')));
-    std::transform(word.begin(), word.end(), word.begin(), [](unsigned char c) { return std::toupper(c); });
-    if (word == "RAID" && StartsWithDigit(text.substr(std::min(text.size(), word.size() + 1)))) { // "RAID 5"
-        return std::min(text.size(), text.find(' ', word.size() + 1));
+    const std::string word = LowerCase(text.substr(0, text.find(' ')));
+    const auto behind = std::min(word.size() + 1, text.size());
+    if (word == "raid" && text.find_first_of("0123456789", behind) == behind) { // "RAID 5"
+        return std::min(text.size(), text.find(' ', behind));
     }
-    return StartsWith(word, "RAID") || word == "JBOD" ? word.size() : 0;
+    return StartsWith(word, "raid") || word == "jbod" ? word.size() : 0;
 }
 
 struct Drive {
@@ -49,12 +55,9 @@ struct Drive {
 
 constexpr std::string_view kDrivesStart = ", Drives(", kCut = "...";
 
-bool EndsWith(std::string_view text, std::string_view end) {
-    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
-}
-
-std::string MiddleOf(const std::string &controller, const std::string &device) {
-    return "Logical Volume " + device + " on controller " + controller;
+// What a volume's caption has between its name and its list of drives.
+std::string MiddleOf(const Item &volume) {
+    return "Logical Volume " + volume.device + " on controller " + volume.controller;
 }
 
 // Where the list ends that a volume's caption begins with: an enclosure's tag may hold a ")", so at the last one before
@@ -100,94 +103,7 @@ bool Follows(const Drive &drive, const Drive &before) {
     return drive.placed && before.placed && drive.enclosure == before.enclosure && drive.slot == before.slot + 1;
 }
 
-} // namespace
-
-std::string ModelIn(std::string_view caption, const std::string &controller) {
-    const std::string start = "Controller " + controller + " (";
-    if (!StartsWith(caption, start)) return {};
-    caption.remove_prefix(start.size());
-    if (!caption.empty() && caption.back() == ')') caption.remove_suffix(1);
-    return std::string(caption);
-}
-
-Versions VersionsIn(std::string_view versionString) {
-    constexpr std::string_view packageEnd = " (Package)", between = "; ", firmwareEnd = " (Fw)";
-    const auto package = versionString.find(packageEnd);
-    if (package == kNone) return {std::string(versionString), {}};
-    Versions versions{std::string(versionString.substr(0, package)), {}};
-    versionString.remove_prefix(package + packageEnd.size());
-    if (StartsWith(versionString, between)) versionString.remove_prefix(between.size());
-    versions.firmware = versionString.substr(0, versionString.rfind(firmwareEnd));
-    return versions;
-}
-
-VolumeCaption ReadVolumeCaption(std::string_view caption, const std::string &controller, const std::string &device) {
-    const std::string middle = MiddleOf(controller, device);
-    VolumeCaption facts;
-    const auto start = caption.rfind(middle);
-    if (start == kNone) return facts;
-
-    const auto front = caption.substr(0, start);
-    const auto level = LengthOfLevel(front);
-    facts.level = front.substr(0, level);
-    facts.name = Trimmed(front.substr(std::min(front.size(), level > 0 ? level + 1 : 0)));
-
-    auto rest = caption.substr(start + middle.size());
-    if (StartsWith(rest, kDrivesStart)) {
-        rest.remove_prefix(kDrivesStart.size());
-        const auto end = EndOfDrives(rest);
-        facts.drives = rest.substr(0, end);
-        if (end == kNone) facts.drives += kCut;
-        rest.remove_prefix(std::min(end, rest.size()));
-    }
-    facts.state = StateAtEndOf(rest);
-    return facts;
-}
-
-std::string WithDrivesInOrder(std::string_view caption, const std::string &controller, const std::string &device) {
-    const std::string drives = ReadVolumeCaption(caption, controller, device).drives;
-    std::string list;
-    for (const Drive &drive : InOrder(drives)) list.append(list.empty() ? "" : ",").append(drive.text);
-    if (EndsWith(list, kCut)) list.resize(list.size() - kCut.size());
-    std::string ordered(caption);
-    if (list.empty()) return ordered;
-    const std::string front = MiddleOf(controller, device);
-    return ordered.replace(ordered.rfind(front) + front.size() + kDrivesStart.size(), list.size(), list);
-}
-
-DiskCaption ReadDiskCaption(std::string_view caption, const std::string &controller) {
-    constexpr std::string_view start = "Drive ", enclosure = " in enclosure ";
-    const std::string middle = " on controller " + controller + " Fw: ";
-    DiskCaption facts;
-    const auto end = caption.rfind(middle);
-    if (!StartsWith(caption, start) || end == kNone) return facts;
-
-    const auto place = caption.substr(start.size(), end - start.size());
-    const auto in = place.find(enclosure);
-    if (in != kNone) {
-        facts.slot = place.substr(0, in);
-        facts.enclosure = place.substr(in + enclosure.size());
-    }
-    const auto rest = caption.substr(end + middle.size());
-    facts.firmware = rest.substr(0, rest.rfind(" - "));
-    facts.state = StateAtEndOf(rest);
-    return facts;
-}
-
-std::string PortNameIn(std::string_view caption, const std::string &controller) {
-    return std::string(caption.substr(0, caption.rfind(" on Controller " + controller)));
-}
-
-std::vector<std::string_view> SplitDrives(std::string_view drives) {
-    std::vector<std::string_view> pieces;
-    while (!drives.empty()) {
-        const auto comma = std::min(drives.find(','), drives.size());
-        pieces.push_back(drives.substr(0, comma));
-        drives.remove_prefix(std::min(comma + 1, drives.size()));
-    }
-    return pieces;
-}
-
+// With runs of slots joined.
 std::string JoinSlots(std::string_view drives) {
     const std::vector<Drive> list = InOrder(drives);
     std::string joined;
@@ -201,6 +117,125 @@ std::string JoinSlots(std::string_view drives) {
         first = last + 1;
     }
     return joined;
+}
+
+void ReadVolume(std::string_view caption, Item &item) {
+    item.state.clear(); // also where the caption is cut before it
+    const auto front = TakeBefore(caption, MiddleOf(item));
+    if (!front) return;
+    const auto level = LengthOfLevel(*front);
+    item.level = front->substr(0, level);
+    const auto name = front->substr(std::min(front->size(), level > 0 ? level + 1 : 0));
+    item.name = name.substr(0, name.find_last_not_of(' ') + 1);
+
+    if (StartsWith(caption, kDrivesStart)) {
+        caption.remove_prefix(kDrivesStart.size());
+        const auto end = EndOfDrives(caption);
+        item.driveList = caption.substr(0, end);
+        if (end == kNone) item.driveList += kCut;
+        caption.remove_prefix(std::min(end, caption.size()));
+        item.drives = JoinSlots(item.driveList);
+    }
+    item.state = TakeState(caption);
+}
+
+void ReadDisk(std::string_view caption, Item &item) {
+    constexpr std::string_view start = "Drive ", enclosure = " in enclosure ";
+    const auto place = TakeBefore(caption, " on controller " + item.controller + " Fw: ");
+    if (!place || !StartsWith(*place, start)) return;
+    const auto in = place->find(enclosure);
+    if (in != kNone) {
+        item.slot = place->substr(start.size(), in - start.size());
+        item.enclosure = place->substr(in + enclosure.size());
+    }
+    const std::string state = TakeState(caption);
+    if (!state.empty()) item.state = state;
+    item.firmware = caption;
+}
+
+void ReadModel(std::string_view caption, Item &item) {
+    const std::string start = "Controller " + item.controller + " (";
+    if (!StartsWith(caption, start)) return;
+    caption.remove_prefix(start.size());
+    if (EndsWith(caption, ")")) caption.remove_suffix(1);
+    item.model = caption;
+}
+
+void ReadVersions(std::string_view versions, Item &item) {
+    constexpr std::string_view packageEnd = " (Package)", between = "; ", firmwareEnd = " (Fw)";
+    const auto package = versions.find(packageEnd);
+    item.package = versions.substr(0, package);
+    if (package == kNone) return;
+    versions.remove_prefix(package + packageEnd.size());
+    if (StartsWith(versions, between)) versions.remove_prefix(between.size());
+    item.firmware = versions.substr(0, versions.rfind(firmwareEnd));
+}
+
+} // namespace
+
+void ReadCaption(Item &item) {
+    const std::string &caption = TextIn(item.instance, "Caption");
+    switch (item.served->index) {
+    case kSoftware:
+        ReadVersions(TextIn(item.instance, "VersionString"), item);
+        [[fallthrough]];
+    case kController:
+        return ReadModel(caption, item);
+    case kVolume:
+        return ReadVolume(caption, item);
+    case kDisk:
+        return ReadDisk(caption, item);
+    case kPort:
+        item.name = caption.substr(0, caption.rfind(" on Controller " + item.controller));
+        return;
+    case kBattery:
+        return;
+    }
+}
+
+std::string WithDrivesInOrder(std::string_view caption, const Item &volume) {
+    Item read = volume;
+    ReadVolume(caption, read);
+    std::string list;
+    for (const Drive &drive : InOrder(read.driveList)) list.append(list.empty() ? "" : ",").append(drive.text);
+    if (EndsWith(list, kCut)) list.resize(list.size() - kCut.size());
+    std::string ordered(caption);
+    if (list.empty()) return ordered;
+    const std::string middle = MiddleOf(volume);
+    return ordered.replace(ordered.rfind(middle) + middle.size() + kDrivesStart.size(), list.size(), list);
+}
+
+std::vector<std::string_view> SplitDrives(std::string_view drives) {
+    std::vector<std::string_view> pieces;
+    while (!drives.empty()) {
+        const auto comma = std::min(drives.find(','), drives.size());
+        pieces.push_back(drives.substr(0, comma));
+        drives.remove_prefix(std::min(comma + 1, drives.size()));
+    }
+    return pieces;
+}
+
+bool NaturallyBefore(std::string_view a, std::string_view b) {
+    const auto digit = [](char c) { return c >= '0' && c <= '9'; };
+    while (!a.empty() && !b.empty()) {
+        if (digit(a.front()) && digit(b.front())) {
+            const auto take = [&](std::string_view &text) {
+                while (text.size() > 1 && text[0] == '0' && digit(text[1])) text.remove_prefix(1);
+                std::size_t length = 0;
+                while (length < text.size() && digit(text[length])) ++length;
+                const auto number = text.substr(0, length);
+                text.remove_prefix(length);
+                return number;
+            };
+            const auto x = take(a), y = take(b);
+            if (x != y) return std::make_tuple(x.size(), x) < std::make_tuple(y.size(), y);
+        } else {
+            if (a.front() != b.front()) return a.front() < b.front();
+            a.remove_prefix(1);
+            b.remove_prefix(1);
+        }
+    }
+    return a.empty() && !b.empty();
 }
 
 } // namespace cim

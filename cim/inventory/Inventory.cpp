@@ -2,7 +2,6 @@
 
 #include "cim/client/Hosted.h"
 #include "cim/inventory/Captions.h"
-#include "cim/inventory/NaturalOrder.h"
 
 #include <fmt/format.h>
 
@@ -56,6 +55,7 @@ constexpr const char *kBatteryStatus[] = {
     "Learning",
     "Overcharged",
 };
+constexpr std::pair<std::uint64_t, const char *> kPortTypes[] = {{0, "Unknown"}, {93, "SATA"}, {94, "SAS"}};
 constexpr const char *kUsageRestriction[] = {"Unknown", "", "Front-end only", "Back-end only", "Not restricted"};
 
 template <std::size_t Count> std::string WordFor(const char *const (&words)[Count], const std::uint64_t *value) {
@@ -64,25 +64,12 @@ template <std::size_t Count> std::string WordFor(const char *const (&words)[Coun
     return std::to_string(*value);
 }
 
-const std::string &TextIn(const Instance &instance, const char *name) {
-    static const std::string none;
-    const Value *value = instance.Property(name);
-    const auto *text = value != nullptr ? value->As<std::string>() : nullptr;
-    return text != nullptr ? *text : none;
-}
-
 // The number, or an array's first; null when there is none.
 const std::uint64_t *NumberIn(const Instance &instance, const char *name) {
     const Value *value = instance.Property(name);
     if (value == nullptr) return nullptr;
     if (const auto *elements = value->As<Value::Elements>()) value = elements->empty() ? nullptr : &elements->front();
     return value != nullptr ? value->As<std::uint64_t>() : nullptr;
-}
-
-std::string PortTypeIn(const Instance &instance) {
-    const auto *type = NumberIn(instance, "PortType");
-    if (type == nullptr) return {};
-    return *type == 0 ? "Unknown" : *type == 93 ? "SATA" : *type == 94 ? "SAS" : std::to_string(*type);
 }
 
 // Blocks have 512 bytes also where a CIM server does not pass the disks' BlockSize on: it is of another width than the
@@ -147,47 +134,24 @@ std::string VolumeStateOf(const std::uint64_t *status, const std::string &inCapt
 
 void ReadFacts(Item &item) {
     const Instance &instance = item.instance;
-    const std::string &caption = TextIn(instance, "Caption");
-    item.state = item.status = WordFor(kOperationalStatus, NumberIn(instance, "OperationalStatus"));
-    switch (item.served->index) {
-    case kController:
-        item.model = ModelIn(caption, item.controller);
-        break;
-    case kSoftware: {
-        item.model = ModelIn(caption, item.controller);
-        auto versions = VersionsIn(TextIn(instance, "VersionString"));
-        item.package = std::move(versions.package);
-        item.firmware = std::move(versions.firmware);
-        break;
+    const std::uint64_t *status = NumberIn(instance, "OperationalStatus");
+    item.state = item.status = WordFor(kOperationalStatus, status);
+    item.size = SizeOf(instance);
+    item.usage = WordFor(kUsageRestriction, NumberIn(instance, "UsageRestriction"));
+    item.charge = WordFor(kBatteryStatus, NumberIn(instance, "BatteryStatus"));
+    if (const auto *type = NumberIn(instance, "PortType")) {
+        item.portType = std::to_string(*type);
+        for (const auto &[number, word] : kPortTypes)
+            if (*type == number) item.portType = word;
     }
-    case kVolume: {
-        auto facts = ReadVolumeCaption(caption, item.controller, item.device);
-        item.level = std::move(facts.level);
-        item.name = std::move(facts.name);
-        item.drives = JoinSlots(facts.drives);
-        item.driveList = std::move(facts.drives);
-        item.size = SizeOf(instance);
-        item.state = VolumeStateOf(NumberIn(instance, "OperationalStatus"), facts.state);
-        break;
+    if (const auto *state = NumberIn(instance, "HealthState")) {
+        const auto row = std::find_if(std::begin(kHealthWords), std::end(kHealthWords),
+                                      [state](const Health &health) { return health.state == *state; });
+        item.health = row != std::end(kHealthWords) ? row : kHealthWords;
+        item.healthWord = item.health->word;
     }
-    case kDisk: {
-        auto facts = ReadDiskCaption(caption, item.controller);
-        item.slot = std::move(facts.slot);
-        item.enclosure = std::move(facts.enclosure);
-        item.firmware = std::move(facts.firmware);
-        item.size = SizeOf(instance);
-        if (!facts.state.empty()) item.state = std::move(facts.state);
-        break;
-    }
-    case kPort:
-        item.name = PortNameIn(caption, item.controller);
-        item.portType = PortTypeIn(instance);
-        item.usage = WordFor(kUsageRestriction, NumberIn(instance, "UsageRestriction"));
-        break;
-    case kBattery:
-        item.charge = WordFor(kBatteryStatus, NumberIn(instance, "BatteryStatus"));
-        break;
-    }
+    ReadCaption(item);
+    if (item.served->index == kVolume) item.state = VolumeStateOf(status, item.state);
 }
 
 void SortByPath(std::vector<Instance> &instances) {
@@ -214,10 +178,11 @@ bool ShownBefore(const Item &a, const Item &b) {
 
 } // namespace
 
-const Health &HealthOf(std::uint64_t state) {
-    const auto row = std::find_if(std::begin(kHealthWords), std::end(kHealthWords),
-                                  [state](const Health &health) { return health.state == state; });
-    return row != std::end(kHealthWords) ? *row : kHealthWords[0];
+const std::string &TextIn(const Instance &instance, const char *name) {
+    static const std::string none;
+    const Value *value = instance.Property(name);
+    const auto *text = value != nullptr ? value->As<std::string>() : nullptr;
+    return text != nullptr ? *text : none;
 }
 
 const ServedClass *FindServedClass(std::string_view name) {
@@ -238,7 +203,7 @@ void PutInOrder(Instances &instances) {
         for (auto &property : volume.properties) {
             if (!SameName(property.name, "Caption") && !SameName(property.name, "ElementName")) continue;
             const auto *text = property.value.As<std::string>();
-            if (text != nullptr) property.value = Value::Text(WithDrivesInOrder(*text, item.controller, item.device));
+            if (text != nullptr) property.value = Value::Text(WithDrivesInOrder(*text, item));
         }
     }
 }
@@ -266,10 +231,6 @@ Inventory Describe(Instances instances) {
         for (auto &instance : instances[i]) {
             Item item = ItemOf(kServedClasses[i], std::move(instance), controllers);
             if (i == kController) controllers.push_back(item.controller);
-            if (const auto *health = NumberIn(item.instance, "HealthState")) {
-                item.health = &HealthOf(*health);
-                item.healthWord = item.health->word;
-            }
             ReadFacts(item);
             inventory[i].push_back(std::move(item));
         }

@@ -47,13 +47,12 @@ void PutInOrder(Instances &instances);
 Answer<Instances> ReadInstances(Connection &server);
 Answer<Instances> ReadInstances(Broker &broker);
 
-// A row of CIM's value map for HealthState.
+// A row of CIM's value map for HealthState; values outside it are "Unknown".
 struct Health {
     std::uint64_t state;
     const char *word;
     int severity; // the higher, the worse; what is unknown is worth a look before what is fine
 };
-const Health &HealthOf(std::uint64_t state); // "Unknown" for values outside the map
 
 // One instance, told apart. A text that the instance does not have is empty.
 struct Item {
@@ -89,6 +88,9 @@ inline constexpr Fact kFacts[] = {
     {"slot", &Item::slot, true},       {"type", &Item::portType},     {"usage", &Item::usage},
     {"charge", &Item::charge},
 };
+
+// A property's text; empty when it has none.
+const std::string &TextIn(const Instance &instance, const char *property);
 
 // Items by class. Worst health first, then by controller and place.
 using Inventory = std::array<std::vector<Item>, kServedClasses.size()>;

@@ -1,26 +1,21 @@
 #include "cim/inventory/Json.h"
 
+#include "cim/values/Text.h"
+
 #include <map>
 
 namespace cim {
 
 namespace {
 
-// A UTF-16 unit as UTF-8. Half of a pair is no character.
-std::string TextOf(std::uint64_t unit) {
-    const auto byte = [](std::uint64_t bits) { return static_cast<char>(static_cast<unsigned char>(bits)); };
-    if (unit >= 0xD800 && unit < 0xE000) unit = 0xFFFD;
-    if (unit < 0x80) return {byte(unit)};
-    if (unit < 0x800) return {byte(0xC0 | unit >> 6), byte(0x80 | (unit & 0x3F))};
-    return {byte(0xE0 | unit >> 12), byte(0x80 | (unit >> 6 & 0x3F)), byte(0x80 | (unit & 0x3F))};
-}
-
 struct Convert {
     CMPIType type;
 
     Json operator()(std::monostate) const { return nullptr; }
     Json operator()(bool value) const { return value; }
-    Json operator()(std::uint64_t value) const { return type == CMPI_char16 ? Json(TextOf(value)) : Json(value); }
+    Json operator()(std::uint64_t value) const {
+        return type == CMPI_char16 ? Json(Utf8Of(static_cast<char32_t>(value))) : Json(value);
+    }
     Json operator()(std::int64_t value) const { return value; }
     Json operator()(double value) const { return value; }
     Json operator()(const std::string &value) const { return value; }

@@ -40,19 +40,29 @@ Look LookOf(const Item &item) {
     return item.health != nullptr ? kLooks[static_cast<std::size_t>(item.health->severity)] : kLooks[0];
 }
 
-TextTable TableOf(const ServedClass &served, const std::vector<Item> &items, std::size_t count,
-                  const std::set<std::string> *changed) {
+// The heading, and a line for each of the first items.
+std::string TableOf(const ServedClass &served, const std::vector<Item> &items, std::size_t count,
+                    const TablesOptions &options) {
     const auto columns = ColumnsOf(served);
-    TextTable text;
-    for (const auto &column : columns) text.columns.push_back({InCapitals(column.title), column.right});
-    const auto changeMark = [changed](const Item &item) {
-        return changed == nullptr ? "" : changed->count(item.path) != 0 ? "*" : " ";
-    };
-    for (std::size_t i = 0; i < count; ++i) {
-        const auto [mark, style] = LookOf(items[i]);
-        TextTable::Row row{fmt::format("{:2}{}", mark, changeMark(items[i])), {}, style};
-        for (const auto &column : columns) row.cells.push_back(items[i].*column.text);
-        text.rows.push_back(std::move(row));
+    std::vector<std::string> lines(1 + count);
+    for (std::size_t i = 0; i <= count; ++i) {
+        lines[i] = Padded(i > 0 ? LookOf(items[i - 1]).mark : "", 2, false);
+        if (options.changed == nullptr) continue;
+        lines[i] += i > 0 && options.changed->count(items[i - 1].path) != 0 ? "*" : " ";
+    }
+    const char *separator = " ";
+    for (const auto &[title, fact, right] : columns) {
+        std::vector<std::string> cells{InCapitals(title)};
+        for (std::size_t i = 0; i < count; ++i) cells.push_back(Shown(items[i].*fact));
+        std::size_t width = 0;
+        for (const auto &cell : cells) width = std::max(width, LengthOf(cell));
+        for (std::size_t i = 0; i <= count; ++i) lines[i] += separator + Padded(cells[i], width, right);
+        separator = "  ";
+    }
+    std::string text;
+    for (std::size_t i = 0; i <= count; ++i) {
+        const char *style = i > 0 ? LookOf(items[i - 1]).style : "";
+        text += Styled(Cut(lines[i], options.text.width), style, options.text) + "\n";
     }
     return text;
 }
@@ -95,7 +105,7 @@ std::string CountLine(const std::vector<Section> &sections, bool sample) {
             ++count.second;
         }
     }
-    std::string line = fmt::format("{} instance{}", total, total == 1 ? "" : "s");
+    std::string line = Counted(total, "instance", "instances");
     if (sample) line += fmt::format(" of {}", kSampleHardware);
     const char *separator = ": ";
     for (const auto &[severity, count] : counts) {
@@ -140,7 +150,7 @@ std::string RenderTables(const Inventory &inventory, const TablesOptions &option
             text += ": none\n\n";
             continue;
         }
-        text += "\n" + Render(TableOf(*served, *items, shown, options.changed), options.text);
+        text += "\n" + TableOf(*served, *items, shown, options);
         if (shown < items->size()) {
             text += fmt::format("   ... and {} more, none worse than {}\n", items->size() - shown,
                                 (*items)[shown].health != nullptr ? (*items)[shown].health->word : "these");

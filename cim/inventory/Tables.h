@@ -2,7 +2,7 @@
 #pragma once
 
 #include "cim/inventory/Inventory.h"
-#include "cim/inventory/TextTable.h"
+#include "cim/inventory/ShownText.h"
 
 #include <set>
 #include <string>

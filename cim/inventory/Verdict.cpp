@@ -1,7 +1,6 @@
 #include "cim/inventory/Verdict.h"
 
-#include "cim/inventory/NaturalOrder.h"
-#include "cim/inventory/TextTable.h"
+#include "cim/inventory/ShownText.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -100,15 +99,9 @@ std::string StateOf(const Item &item) {
     return item.state.empty() ? "without a state" : item.state;
 }
 
-std::string CaptionOf(const Item &item) {
-    const Value *caption = item.instance.Property("Caption");
-    const auto *text = caption != nullptr ? caption->As<std::string>() : nullptr;
-    return text != nullptr ? *text : std::string();
-}
-
 // The first pattern that the item matches; null: none.
 const std::string *PatternFor(const Item &item, const CheckRules &rules) {
-    const std::string names[] = {NameOf(item), item.id, CaptionOf(item)};
+    const std::string names[] = {NameOf(item), item.id, TextIn(item.instance, "Caption")};
     for (const std::string &pattern : rules.ignored) {
         for (const std::string &name : names) {
             if (fnmatch(pattern.c_str(), name.c_str(), 0) == 0) return &pattern;
@@ -124,9 +117,9 @@ public:
 
     CheckResult Run() {
         for (const auto &served : kServedClasses) {
-            if (served.index == kSoftware || !(rules.only == nullptr || rules.only->index == served.index)) continue;
+            if (!IsWanted(served)) continue;
             for (const Item &item : inventory[served.index]) Look(item);
-            counts.push_back(CountOf(served));
+            counts.push_back(Counted(inventory[served.index].size(), served.kind, served.kinds));
         }
         LookForDevices();
         for (const auto &served : kServedClasses) LookForMissing(served);
@@ -147,30 +140,32 @@ private:
         std::string more; // behind it in the lines below; may be empty
     };
 
+    bool IsWanted(const ServedClass &served) const {
+        return served.index != kSoftware && (rules.only == nullptr || rules.only == &served);
+    }
+
     void Look(const Item &item) {
         ++total;
-        const Verdict verdict = Judge(item, rules);
-        const std::string text = NameOf(item) + " " + StateOf(item);
+        Finding finding{Judge(item, rules), NameOf(item) + " " + StateOf(item), TextIn(item.instance, "Caption")};
+        const bool isFine = finding.verdict == Verdict::Ok;
         const std::string *pattern = PatternFor(item, rules);
-        if (pattern == nullptr) {
-            auto &some = verdict != Verdict::Ok ? findings : fine;
-            some.push_back({verdict, text, CaptionOf(item)});
-            return;
+        if (pattern != nullptr) {
+            ++ignored;
+            ++matches[static_cast<std::size_t>(pattern - rules.ignored.data())];
+            if (isFine) return;
         }
-        ++ignored;
-        ++matches[static_cast<std::size_t>(pattern - rules.ignored.data())];
-        if (verdict != Verdict::Ok) overlooked.push_back({verdict, text, CaptionOf(item)});
+        (pattern != nullptr ? overlooked : isFine ? fine : findings).push_back(std::move(finding));
     }
 
     // A controller is known at once, its devices only when they have been read.
     void LookForDevices() {
         for (const Item &controller : inventory[kController]) {
-            const auto owns = [&](ClassIndex index) {
-                return std::any_of(inventory[index].begin(), inventory[index].end(),
+            const auto owns = [&](const std::vector<Item> &items) {
+                return std::any_of(items.begin(), items.end(),
                                    [&](const Item &item) { return item.controller == controller.controller; });
             };
-            if (owns(kVolume) || owns(kDisk) || owns(kPort) || owns(kBattery)) continue;
-            if (PatternFor(controller, rules) != nullptr) continue;
+            const bool read = std::any_of(inventory.begin() + kVolume, inventory.end(), owns);
+            if (read || PatternFor(controller, rules) != nullptr) continue;
             building = true;
             findings.push_back({Verdict::Unknown, NameOf(controller) + " has no devices",
                                 "they may still be being read for the first time"});
@@ -189,11 +184,6 @@ private:
         const ServedClass &served = rules.only != nullptr ? *rules.only : kServedClasses[kController];
         if (rules.expected[served.index] == std::size_t{0}) return;
         findings.push_back({Verdict::Unknown, fmt::format("no {} found", served.kinds), {}});
-    }
-
-    std::string CountOf(const ServedClass &served) const {
-        const std::size_t count = inventory[served.index].size();
-        return fmt::format("{} {}", count, count == 1 ? served.kind : served.kinds);
     }
 
     std::size_t CountOf(Verdict verdict) const {
@@ -225,7 +215,7 @@ private:
     std::string PerformanceData() const {
         std::string data;
         for (const auto &served : kServedClasses) {
-            if (served.index == kSoftware || !(rules.only == nullptr || rules.only->index == served.index)) continue;
+            if (!IsWanted(served)) continue;
             const auto &expected = rules.expected[served.index];
             data += fmt::format("{}={};;{};0 ", served.kinds, inventory[served.index].size(),
                                 expected ? fmt::format("{}:", *expected) : "");
@@ -236,19 +226,16 @@ private:
 
     std::vector<std::string> LinesBelow() const {
         std::vector<std::string> lines;
-        const auto add = [&lines](const char *word, const Finding &finding) {
-            lines.push_back(
-                fmt::format("{} {}{}{}", word, finding.text, finding.more.empty() ? "" : ": ", finding.more));
-        };
-        for (const Finding &finding : findings) add(cim::NameOf(finding.verdict), finding);
-        for (const Finding &finding : overlooked) add("ignored", finding);
-        if (rules.verbose)
-            for (const Finding &finding : fine) add(cim::NameOf(finding.verdict), finding);
+        for (const auto *some : {&findings, &overlooked, &fine}) {
+            if (some == &fine && !rules.verbose) break;
+            for (const auto &[verdict, text, more] : *some) {
+                lines.push_back(fmt::format("{} {}{}{}", some == &overlooked ? "ignored" : cim::NameOf(verdict), text,
+                                            more.empty() ? "" : ": ", more));
+            }
+        }
         for (std::size_t i = 0; i < matches.size(); ++i) {
             lines.push_back(fmt::format("--ignore '{}' matches {}", rules.ignored[i],
-                                        matches[i] == 0   ? "nothing"
-                                        : matches[i] == 1 ? "1 instance"
-                                                          : fmt::format("{} instances", matches[i])));
+                                        matches[i] == 0 ? "nothing" : Counted(matches[i], "instance", "instances")));
         }
         if (lines.size() > kLinesBelow) {
             const std::size_t more = lines.size() - kLinesBelow;

@@ -8,10 +8,6 @@ namespace cim::picture {
 
 namespace {
 
-bool EndsWith(std::string_view text, std::string_view end) {
-    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
-}
-
 // What a caption calls a disk.
 std::string NameInCaptions(const Item &disk) {
     return disk.slot.empty() || disk.enclosure.empty() ? disk.device : disk.slot + "e" + disk.enclosure;
@@ -30,7 +26,7 @@ Members MembersOf(const Item &volume, const std::vector<Item> &disks) {
     }
     Members members;
     auto names = SplitDrives(volume.driveList);
-    members.cut = !names.empty() && EndsWith(names.back(), "...");
+    members.cut = !names.empty() && names.back().size() >= 3 && names.back().substr(names.back().size() - 3) == "...";
     if (members.cut) names.pop_back(); // what is left of it may name another disk
     for (std::size_t i = 0; i < names.size(); ++i) {
         // The caption separates names with what may also stand in one.

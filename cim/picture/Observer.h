@@ -15,7 +15,7 @@
 
 namespace cim::picture {
 
-// What has changed since the server started, as far as anybody will want to read back.
+// The latest changes since the server started.
 constexpr std::size_t kChangesKept = 300;
 
 class ChangeLog {

@@ -1,9 +1,13 @@
 #include "cim/program/CommandLine.h"
 
+#include "cim/program/Command.h"
+#include "cim/program/Terminal.h"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <memory>
 #include <numeric>
 #include <utility>
 
@@ -45,13 +49,7 @@ std::vector<std::string> SubcommandsOf(const CLI::App &program) {
 
 std::string Asked(const std::string &name) { return name.empty() ? "" : fmt::format("; did you mean {}?", name); }
 
-} // namespace
-
-std::string HelpFormatter::make_option_opts(const CLI::Option *option) const {
-    if (option->get_type_size() == 0) return {};
-    return fmt::format(" {}{}", option->get_type_name(), option->get_required() ? " (required)" : "");
-}
-
+// The known word that is spelt nearly like this one, or begins with it; empty when none is.
 std::string Nearest(std::string_view word, const std::vector<std::string> &known) {
     const std::size_t dashes = std::min(word.find_first_not_of('-'), word.size());
     const std::size_t letters = word.size() - dashes;
@@ -67,8 +65,31 @@ std::string Nearest(std::string_view word, const std::vector<std::string> &known
     return nearest;
 }
 
+// ", did you mean NAME?" of a subcommand; empty when none is near.
 std::string NearSubcommand(const CLI::App &program, const std::string &word) {
     return Asked(Nearest(word, SubcommandsOf(program)));
+}
+
+int Help(const CLI::App &program, const std::string &name) {
+    std::string text;
+    if (name.empty()) { // the program's own help() would be that of the subcommand in use
+        text = program.get_formatter()->make_help(&program, program.get_name(), CLI::AppFormatMode::Normal);
+    }
+    for (const CLI::App *each :
+         program.get_subcommands([&name](const CLI::App *app) { return app->get_name() == name; })) {
+        text = each->help(program.get_name());
+    }
+    if (text.empty()) {
+        return Fail(kExitUsage, fmt::format("help: there is no subcommand {}{}", name, NearSubcommand(program, name)));
+    }
+    return Print(text) ? kExitOk : kExitFailed;
+}
+
+} // namespace
+
+std::string HelpFormatter::make_option_opts(const CLI::Option *option) const {
+    if (option->get_type_size() == 0) return {};
+    return fmt::format(" {}{}", option->get_type_name(), option->get_required() ? " (required)" : "");
 }
 
 std::string Unexpected(const CLI::App &program) {
@@ -86,6 +107,14 @@ std::string Unexpected(const CLI::App &program) {
         }
     }
     return fmt::format("not expected: {}{}", fmt::join(words, " "), suggestion);
+}
+
+// quarnel help: what --help says, for those who ask in words.
+void AddHelp(CLI::App &program, Run &run) {
+    auto name = std::make_shared<std::string>();
+    CLI::App *command = program.add_subcommand("help", "Say how the program or a subcommand is used");
+    command->add_option("SUBCOMMAND", *name, "the one to explain")->type_name("");
+    command->callback([&program, &run, name] { run = [&program, name] { return Help(program, *name); }; });
 }
 
 } // namespace cim

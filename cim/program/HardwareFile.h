@@ -18,7 +18,7 @@ public:
         bool rejected;      // what the file said before stays in force
         std::string reason; // FILE:LINE: REASON; of a file that is good again "FILE: read again"
     };
-    // Once for each mistake, and once when there is none any more.
+    // Each mistake is reported once, and once more that the file is good again.
     std::optional<News> Look();
 
     const std::string &Name() const { return file; }

@@ -1,6 +1,5 @@
 #include "cim/program/Hosting.h"
 
-#include "cim/program/AtRest.h"
 #include "cim/program/Described.h"
 #include "cim/simhhrc/Description.h"
 
@@ -9,7 +8,9 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <system_error>
+#include <unistd.h>
 
 namespace cim {
 
@@ -22,8 +23,8 @@ constexpr const char *kMofFiles[] = {"CIM_Subset.mof", "CIM_SASSATAPort.mof", "O
                                      "Zembra_Quarnel.mof", "Sim_HHRC.mof"};
 constexpr const char *kRegistrations[] = {"QuarnelProvider.reg", "HostSystemProvider.reg", "SimHHRCProvider.reg"};
 
-// Between two up-calls of a build nothing is waited for but the processor: a quiet that long, with no thread that would
-// go on if it were let, is its end.
+// Between two up-calls of a build a thread waits for nothing but a processor: the build is over after a quiet of this
+// length at whose end no thread is ready to run.
 constexpr std::chrono::milliseconds kQuiet{200};
 
 void SetUpLog(int level) {
@@ -34,19 +35,40 @@ void SetUpLog(int level) {
     setlogmask(LOG_UPTO(level >= 0 ? level : LOG_ERR));
 }
 
-} // namespace
+// The state stands behind the thread's name, which is in parentheses and may hold any character: proc(5).
+bool IsAtRest(const std::filesystem::path &task) {
+    std::string stat;
+    if (!std::getline(std::ifstream(task / "stat"), stat)) return true; // it has ended
+    const std::size_t name = stat.rfind(')');
+    return name == std::string::npos || name + 2 >= stat.size() ||
+           std::string("RD").find(stat[name + 2]) == std::string::npos;
+}
+
+// True when every other thread of the process waits for something; a thread that only lacks a processor does not.
+// Linux's /proc/self/task tells; where it cannot be read, true.
+bool OtherThreadsAreAtRest() {
+    const std::string own = std::to_string(gettid());
+    std::error_code unreadable;
+    for (const auto &task : std::filesystem::directory_iterator("/proc/self/task", unreadable))
+        if (task.path().filename() != own && !IsAtRest(task.path())) return false;
+    return true;
+}
+
+// Where the files are: beside the program's folder in the build tree and in an installation alike.
+struct Folders {
+    fs::path share;                     // holds schema/ and hardware/
+    std::vector<std::string> libraries; // searched in this order
+};
 
 Folders FindFolders() {
     std::error_code error;
-    const fs::path program = fs::read_symlink("/proc/self/exe", error);
-    const fs::path top = program.parent_path().parent_path();
-    return {(top / "share/quarnel").string(),
-            {(top / "lib").string(), (top / QUARNEL_INSTALL_LIBDIR / "cmpi").string()}};
+    const fs::path top = fs::read_symlink("/proc/self/exe", error).parent_path().parent_path();
+    return {top / "share/quarnel", {top / "lib", top / QUARNEL_INSTALL_LIBDIR / "cmpi"}};
 }
 
-std::string SampleHardware(const std::string &name) {
-    return (fs::path(FindFolders().share) / "hardware" / name).string();
-}
+} // namespace
+
+std::string SampleHardware(const std::string &name) { return FindFolders().share / "hardware" / name; }
 
 std::string HardwareOf(const HostingOptions &options) {
     return options.IsSample() ? SampleHardware("rack-server.json") : options.hardwareFile;
@@ -64,11 +86,11 @@ std::unique_ptr<Broker> StartHosting(const HostingOptions &options, std::string 
     SetUpLog(options.logLevel);
 
     const Folders folders = FindFolders();
-    const fs::path schema = fs::path(folders.share) / "schema";
+    const fs::path schema = folders.share / "schema";
     BrokerConfig config;
-    for (const char *file : kMofFiles) config.mofFiles.push_back((schema / file).string());
+    for (const char *file : kMofFiles) config.mofFiles.push_back(schema / file);
     config.mofTexts = {{hardware, MofOf(description.graph)}};
-    for (const char *file : kRegistrations) config.registrationFiles.push_back((schema / file).string());
+    for (const char *file : kRegistrations) config.registrationFiles.push_back(schema / file);
     config.registrationTexts = {{hardware, RegistrationsOf(description.graph)}};
     config.libraryFolders = folders.libraries;
     config.memory = options.memory;

@@ -21,13 +21,6 @@ struct HostingOptions {
     bool IsSample() const { return hardwareFile.empty(); }
 };
 
-// Where the files are: beside the program's folder in the build tree and in an installation alike.
-struct Folders {
-    std::string share;                  // holds schema/ and hardware/
-    std::vector<std::string> libraries; // searched in this order
-};
-Folders FindFolders();
-
 // The sample description of that name ("rack-server.json").
 std::string SampleHardware(const std::string &name);
 

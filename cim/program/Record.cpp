@@ -1,4 +1,5 @@
 // quarnel record: a real server's hardware as a description that the simulated vendor serves.
+#include "cim/inventory/ShownText.h"
 #include "cim/program/Command.h"
 #include "cim/program/Terminal.h"
 #include "cim/recording/Anonymise.h"
@@ -28,7 +29,7 @@ struct RecordOptions {
     std::string file;
 };
 
-// One line on standard error that is written over; nothing where nobody could see it move.
+// One line on standard error that is overwritten; nothing when that is not a terminal.
 class ProgressLine {
 public:
     void Show(const WalkProgress &progress) {
@@ -58,13 +59,7 @@ bool WriteWhole(const std::string &file, const std::string &text) {
     if (handle < 0) return false;
     const mode_t mask = umask(0);
     umask(mask);
-    bool good = fchmod(handle, 0666 & ~mask) == 0;
-    for (std::size_t done = 0; good && done < text.size();) {
-        const ssize_t count = write(handle, text.data() + done, text.size() - done);
-        good = count >= 0 || errno == EINTR;
-        if (count > 0) done += static_cast<std::size_t>(count);
-    }
-    good = good && fsync(handle) == 0;
+    bool good = fchmod(handle, 0666 & ~mask) == 0 && WriteAll(handle, text) && fsync(handle) == 0;
     good = close(handle) == 0 && good;
     good = good && std::rename(temporary.c_str(), file.c_str()) == 0;
     const int error = errno;
@@ -77,14 +72,10 @@ bool WriteWhole(const std::string &file, const std::string &text) {
 std::vector<std::string> HostsOf(Connection &server, const std::string &url) {
     std::vector<std::string> hosts{url.substr(url.find("//") + 2)};
     for (const Instance &system : server.EnumerateInstances("root/cimv2", "OMC_UnitaryComputerSystem").value) {
-        const Value *name = system.Property("Name");
-        if (name != nullptr && name->As<std::string>() != nullptr) hosts.push_back(*name->As<std::string>());
+        const std::string &name = TextIn(system, "Name");
+        if (!name.empty()) hosts.push_back(name);
     }
     return hosts;
-}
-
-std::string Counted(std::size_t count, const char *one, const char *several) {
-    return fmt::format("{} {}", count, count == 1 ? one : several);
 }
 
 int Record(const RecordOptions &options) {

@@ -15,7 +15,7 @@ struct SourceOptions {
     ClientOptions server; // without a URL the providers are hosted
 
     bool IsSample() const { return server.url.empty() && hosting.IsSample(); }
-    // False: nobody has said what is to be looked at.
+    // False: no option names the hardware to look at.
     bool IsNamed() const { return !IsSample() || hosting.sampleNamed; }
 };
 

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <string_view>
 
 namespace cim {
 
@@ -35,21 +34,22 @@ TerminalSize SizeOfTerminal() {
     return {size.ws_col, size.ws_row};
 }
 
-bool Print(const std::string &text) {
-    std::string_view left = text;
-    while (!left.empty()) {
-        const ssize_t written = write(STDOUT_FILENO, left.data(), left.size());
+bool WriteAll(int file, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = write(file, text.data(), text.size());
         if (written < 0 && errno != EINTR) return false;
-        if (written > 0) left.remove_prefix(static_cast<std::size_t>(written));
+        if (written > 0) text.remove_prefix(static_cast<std::size_t>(written));
     }
     return true;
 }
+
+bool Print(std::string_view text) { return WriteAll(STDOUT_FILENO, text); }
 
 void Screen::Enter() { Print(kEnter); }
 
 void Screen::Leave() { Print(kLeave); }
 
-void Screen::Show(const std::string &text, std::size_t height) {
+void Screen::Show(const std::string &text, std::size_t height) const {
     // Line by line over what is there: a cleared screen would flicker.
     std::string frame = kHome;
     std::size_t start = 0;

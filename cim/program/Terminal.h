@@ -1,10 +1,9 @@
 // The terminal that standard output may be: what it can show, and a screen of our own on it.
 #pragma once
 
-#include "cim/inventory/TextTable.h"
-
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace cim {
 
@@ -17,8 +16,10 @@ struct TerminalSize {
 };
 TerminalSize SizeOfTerminal();
 
-// Writes all of a text to standard output at once. False when that cannot be written to any more.
-bool Print(const std::string &text);
+// Writes all of a text to the file. False with errno set when that is not possible any more.
+bool WriteAll(int file, std::string_view text);
+// The same to standard output.
+bool Print(std::string_view text);
 
 // A second screen without a cursor. What was on the terminal comes back when it is left, at the latest when this ends.
 class Screen {
@@ -30,7 +31,7 @@ public:
     void Enter();
     void Leave();
     // In place of what is shown; what does not fit is left out.
-    void Show(const std::string &text, std::size_t height);
+    void Show(const std::string &text, std::size_t height) const;
 };
 
 } // namespace cim

@@ -40,9 +40,8 @@ public:
         if (source.Hosts() != nullptr) hardware.emplace(HardwareOf(options.source.hosting));
     }
 
-    // Both run until a signal ends them; the answer is the exit status.
-    int PrintChanges();
-    int ShowTables();
+    // Until a signal ends it; the answer is the exit status.
+    int Run();
 
 private:
     // What has changed since the last look. Null when the provider cannot be asked; then `failure` is set.
@@ -51,24 +50,28 @@ private:
         return hardware ? hardware->Look() : std::optional<HardwareFile::News>();
     }
     std::string Line(const HardwareFile::News &news) const;
-    void Draw(Screen &screen) const;
+    bool PrintChanges();
+    void NoteChanges();
+    void Draw() const;
+    int Wait(Signals &signals, Clock::time_point until);
     Json Marked(Json change) const {
         if (options.source.IsSample()) change["source"] = kSampleHardware;
         return change;
     }
-    int Failed() const { return Fail(source.TroubleInReading(), failure); }
 
     Source &source;
     const WatchOptions &options;
     const Clock::duration interval;
 
     std::optional<HardwareFile> hardware; // none: a server elsewhere
+    std::optional<Screen> screen;         // none: lines are printed
 
     Inventory before, now;
     std::vector<Change> changes; // from `before` to `now`
     std::string time;            // of the look
     std::deque<std::string> removed;
     std::string notice; // of the hardware file, on the screen
+    bool noticeStays = false;
     std::string failure;
     bool looked = false;
 };
@@ -98,35 +101,33 @@ std::string Watcher::Line(const HardwareFile::News &news) const {
     return Dump(Marked(std::move(line)), -1) + "\n";
 }
 
-int Watcher::PrintChanges() {
-    Signals signals;
-    bool first = true;
-    for (auto next = Clock::now();;) {
-        if (!Look()) return Failed();
-        if (std::exchange(first, false)) {
-            Say(fmt::format("watching{}; {}", options.source.IsSample() ? fmt::format(" {}", kSampleHardware) : "",
-                            kAge));
-        }
-        std::string text;
-        if (const auto news = LookAtFile()) {
-            Say(news->reason);
-            text = Line(*news);
-        }
-        for (const auto &change : changes) {
-            text += options.json ? Dump(Marked(ToJson(change, time)), -1) + "\n" : ToText(change, time);
-        }
-        if (!Print(text)) return kExitFailed;
-        next += interval;
-        int signal = 0;
-        while ((signal = signals.Wait(next)) == SIGWINCH) {}
-        if (signal == SIGTSTP)
-            raise(SIGSTOP);
-        else if (signal != 0)
-            return kExitOk;
+bool Watcher::PrintChanges() {
+    std::string text;
+    if (const auto news = LookAtFile()) {
+        Say(news->reason);
+        text = Line(*news);
     }
+    for (const auto &change : changes) {
+        text += options.json ? Dump(Marked(ToJson(change, time)), -1) + "\n" : ToText(change, time);
+    }
+    return Print(text);
 }
 
-void Watcher::Draw(Screen &screen) const {
+void Watcher::NoteChanges() {
+    if (const auto news = LookAtFile()) {
+        notice = Printable(news->reason);
+        noticeStays = news->rejected;
+        if (isatty(STDERR_FILENO) == 0) Say(news->reason);
+    } else if (!noticeStays) {
+        notice.clear();
+    }
+    for (const auto &change : changes) {
+        if (change.after == nullptr) removed.push_back(ToText(change, time));
+    }
+    while (removed.size() > kRemovedShown) removed.pop_front();
+}
+
+void Watcher::Draw() const {
     const TerminalSize size = SizeOfTerminal();
     TablesOptions tables;
     tables.sample = options.source.IsSample();
@@ -147,41 +148,42 @@ void Watcher::Draw(Screen &screen) const {
     const std::string told = notice.empty() ? "" : Styled(notice.substr(0, size.width), kYellow, tables.text);
     const std::string head =
         fmt::format("{}  shown every {} s; read at most every 20 s; Ctrl-C ends", time, options.interval);
-    screen.Show(head.substr(0, size.width) + "\n" + told + "\n" + RenderTables(now, tables) + below, size.height);
+    screen->Show(head.substr(0, size.width) + "\n" + told + "\n" + RenderTables(now, tables) + below, size.height);
 }
 
-int Watcher::ShowTables() {
+// The signal that is to end the program; 0 when none has come by then.
+int Watcher::Wait(Signals &signals, Clock::time_point until) {
+    for (;;) {
+        if (screen) Draw();
+        const int signal = signals.Wait(until);
+        if (signal == SIGTSTP) {
+            if (screen) screen->Leave();
+            raise(SIGSTOP);
+            if (screen) screen->Enter();
+        } else if (signal != SIGWINCH) {
+            return signal;
+        }
+    }
+}
+
+int Watcher::Run() {
     Signals signals;
-    Screen screen;
-    bool noticeStays = false;
+    if (OnTerminal() && !options.json) screen.emplace();
     for (auto next = Clock::now();;) {
+        const bool first = !looked;
         if (!Look()) {
-            screen.Leave();
-            return Failed();
+            screen.reset();
+            return Fail(source.TroubleInReading(), failure);
         }
-        if (const auto news = LookAtFile()) {
-            notice = Printable(news->reason);
-            noticeStays = news->rejected;
-            if (isatty(STDERR_FILENO) == 0) Say(news->reason);
-        } else if (!noticeStays) {
-            notice.clear();
+        if (screen) {
+            NoteChanges();
+        } else {
+            const bool sample = options.source.IsSample();
+            if (first) Say(fmt::format("watching{}; {}", sample ? fmt::format(" {}", kSampleHardware) : "", kAge));
+            if (!PrintChanges()) return kExitFailed;
         }
-        for (const auto &change : changes) {
-            if (change.after == nullptr) removed.push_back(ToText(change, time));
-        }
-        while (removed.size() > kRemovedShown) removed.pop_front();
         next += interval;
-        int signal = 0;
-        do {
-            Draw(screen);
-            signal = signals.Wait(next);
-            if (signal == SIGTSTP) {
-                screen.Leave();
-                raise(SIGSTOP);
-                screen.Enter();
-            }
-        } while (signal == SIGWINCH || signal == SIGTSTP);
-        if (signal != 0) return kExitOk;
+        if (Wait(signals, next) != 0) return kExitOk;
     }
 }
 
@@ -191,8 +193,7 @@ int Watch(const WatchOptions &options) {
     const auto source = Source::Open(options.source, &trouble, &error);
     if (source == nullptr) return Fail(trouble, error);
     if (!source->Unread().empty()) Say(source->Unread());
-    Watcher watcher(*source, options);
-    return OnTerminal() && !options.json ? watcher.ShowTables() : watcher.PrintChanges();
+    return Watcher(*source, options).Run();
 }
 
 } // namespace

@@ -1,18 +1,6 @@
 // What is drawn of the samples, of odd hardware and of hostile texts.
 import assert from 'node:assert/strict';
-import {after, before} from 'node:test';
-import {eventually, focusedLabel, lettersOf, openBrowser, sample, together, withPicture} from './harness.js';
-
-let browser;
-before(async () => {
-    browser = await openBrowser();
-});
-after(() => browser.close());
-
-const cases = [];
-function show(name, description, look, options) {
-    cases.push([name, () => withPicture(browser, description, look, options)]);
-}
+import {eventually, focusedLabel, lettersOf, sample, show, together} from './harness.js';
 
 // What is to be seen of each, part by part.
 const texts = (page, selector) => page.locator(selector).evaluateAll((nodes) => nodes.map((node) => {
@@ -214,4 +202,4 @@ show('nothing but the page’s own files and scripts would run', sample('rack-se
     page.complaints.length = 0; // this test's own
 });
 
-together('drawing', cases);
+together('drawing');

@@ -1,18 +1,10 @@
 // The page follows the hardware by itself, and knows when it cannot.
 import assert from 'node:assert/strict';
-import {after, before} from 'node:test';
-import {eventually, focusedLabel, lettersOf, openBrowser, sample, together, withPicture} from './harness.js';
-
-let browser;
-before(async () => {
-    browser = await openBrowser();
-});
-after(() => browser.close());
+import {eventually, focusedLabel, lettersOf, sample, show, together} from './harness.js';
 
 const letters = () => [...document.querySelectorAll('.bay .letter')].map((node) => node.textContent || '-').join('');
 
-const cases = [];
-const follow = (name, use) => cases.push([name, () => withPicture(browser, sample('rack-server'), use)]);
+const follow = (name, use) => show(name, sample('rack-server'), use);
 
 follow('a disk fails while the page is open', async (page, server) => {
     const bay = page.getByRole('button', {name: 'Slot 4,'});
@@ -93,4 +85,4 @@ follow('a server that cannot read the hardware says why', async (page, server) =
     await notice.waitFor({state: 'hidden'});
 });
 
-together('following', cases);
+together('following');

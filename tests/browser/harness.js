@@ -5,7 +5,7 @@ import {mkdtempSync, readFileSync, renameSync, rmSync, writeFileSync} from 'node
 import {tmpdir} from 'node:os';
 import {join} from 'node:path';
 import {createInterface} from 'node:readline';
-import {describe, test} from 'node:test';
+import {after, before, describe, test} from 'node:test';
 import {chromium} from 'playwright-core';
 
 const root = new URL('../../', import.meta.url).pathname;
@@ -68,9 +68,11 @@ export class Server {
     }
 }
 
-export function openBrowser() {
+export let browser;
+
+export async function openBrowser() {
     // A fresh profile each time, and nothing that asks anybody but the server.
-    return chromium.launch({
+    browser = await chromium.launch({
         executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
         args: ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
             '--disable-background-networking', '--disable-component-update', '--disable-sync'],
@@ -79,7 +81,7 @@ export function openBrowser() {
 
 // A page that shows the server's picture. Its `complaints` are what must never happen: scripts that fail or do not
 // belong there, dialogs, requests to anybody else, violations of the content policy.
-export async function openPage(browser, server, {path = '', first = '.controller', prepare = async () => {}, ...options} = {}) {
+export async function openPage(server, {first = '.controller', prepare = async () => {}, ...options} = {}) {
     const context = await browser.newContext({viewport: {width: 1400, height: 900}, ...options});
     const page = await context.newPage();
     page.complaints = [];
@@ -99,7 +101,7 @@ export async function openPage(browser, server, {path = '', first = '.controller
         }
     });
     await prepare(page);
-    await page.goto(server.url + path);
+    await page.goto(server.url);
     await page.locator(first).first().waitFor();
     return page;
 }
@@ -110,10 +112,10 @@ export async function closePage(page) {
 }
 
 // A server of its own for one test, and a page that shows it.
-export async function withPicture(browser, description, use, options) {
+async function withPicture(description, use, options) {
     const server = await new Server(description).start();
     try {
-        const page = await openPage(browser, server, options);
+        const page = await openPage(server, options);
         await use(page, server);
         await closePage(page);
     } finally {
@@ -121,9 +123,19 @@ export async function withPicture(browser, description, use, options) {
     }
 }
 
-// Declares tests, [name, run], that mostly wait for servers and pages, and so wait together.
-export function together(title, cases) {
+const cases = [];
+
+// Declares a test.
+export const declare = (name, run) => cases.push([name, run]);
+
+// Declares a test of a page over a description's hardware.
+export const show = (name, description, use, options) => declare(name, () => withPicture(description, use, options));
+
+// Runs what is declared. The tests mostly wait for servers and pages, and so wait together.
+export function together(title) {
     describe(title, {concurrency: true}, () => {
+        before(openBrowser);
+        after(() => browser.close());
         for (const [name, run] of cases) test(name, run);
     });
 }

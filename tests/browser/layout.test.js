@@ -1,7 +1,6 @@
 // Nothing lies over anything else, whatever the number of disks and the width of the window.
 import assert from 'node:assert/strict';
-import {after, before, test} from 'node:test';
-import {openBrowser, withPicture} from './harness.js';
+import {show, together} from './harness.js';
 
 // Shelves are [id, slots], each with a disk in every slot.
 function hardwareOf(shelves) {
@@ -20,12 +19,6 @@ function hardwareOf(shelves) {
         }],
     };
 }
-
-let browser;
-before(async () => {
-    browser = await openBrowser();
-});
-after(() => browser.close());
 
 // Pairs of things that overlap, things that stick out of the page or their bay, letters too large for theirs.
 function faults() {
@@ -59,20 +52,20 @@ const cases = [
     ['enclosures of all sizes', [1, 4, 8, 10, 12, 16, 24, 36, 45, 48].map((slots) => [`of ${slots}`, slots])],
 ];
 for (const [name, shelves] of cases) {
-    test(`${name} are laid out without overlap`, async () => {
-        await withPicture(browser, hardwareOf(shelves), async (page) => {
-            const count = shelves.reduce((sum, [, slots]) => sum + slots, 0);
-            assert.equal(await page.locator('.bay').count(), count);
-            assert.equal(await page.locator('.loose').count(), 2);
-            for (const width of [340, 480, 800, 1000, 1280, 1600, 2200]) {
-                await page.setViewportSize({width, height: 900});
-                assert.deepEqual(await page.evaluate(faults), [], `${width} pixels wide`);
-            }
-            await page.emulateMedia({media: 'print'});
-            for (const width of [500, 703, 1000]) { // A5, A4 and A3
-                await page.setViewportSize({width, height: 900});
-                assert.deepEqual(await page.evaluate(faults), [], `${width} pixels of paper`);
-            }
-        });
+    show(`${name} are laid out without overlap`, hardwareOf(shelves), async (page) => {
+        const count = shelves.reduce((sum, [, slots]) => sum + slots, 0);
+        assert.equal(await page.locator('.bay').count(), count);
+        assert.equal(await page.locator('.loose').count(), 2);
+        for (const width of [340, 480, 800, 1000, 1280, 1600, 2200]) {
+            await page.setViewportSize({width, height: 900});
+            assert.deepEqual(await page.evaluate(faults), [], `${width} pixels wide`);
+        }
+        await page.emulateMedia({media: 'print'});
+        for (const width of [500, 703, 1000]) { // A5, A4 and A3
+            await page.setViewportSize({width, height: 900});
+            assert.deepEqual(await page.evaluate(faults), [], `${width} pixels of paper`);
+        }
     });
 }
+
+together('layout');

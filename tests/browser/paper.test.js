@@ -1,13 +1,6 @@
 // Printed, without backgrounds and colours, the page tells as much.
 import assert from 'node:assert/strict';
-import {after, before, test} from 'node:test';
-import {openBrowser, sample, withPicture} from './harness.js';
-
-let browser;
-before(async () => {
-    browser = await openBrowser();
-});
-after(() => browser.close());
+import {sample, show, together} from './harness.js';
 
 // More troubles than the screen lists at first.
 function troubled() {
@@ -25,44 +18,42 @@ const inkOf = (node) => {
 };
 
 for (const colorScheme of ['light', 'dark']) {
-    test(`states are words and ink, from a ${colorScheme} screen`, async () => {
-        await withPicture(browser, troubled(), async (page) => {
-            const listed = await page.locator('.finding').count();
-            assert.ok(listed > 12);
-            assert.equal(await page.locator('.finding:visible').count(), 12);
-            await page.emulateMedia({media: 'print'});
-            assert.equal(await page.locator('.finding:visible').count(), listed);
+    show(`states are words and ink, from a ${colorScheme} screen`, troubled(), async (page) => {
+        const listed = await page.locator('.finding').count();
+        assert.ok(listed > 12);
+        assert.equal(await page.locator('.finding:visible').count(), 12);
+        await page.emulateMedia({media: 'print'});
+        assert.equal(await page.locator('.finding:visible').count(), listed);
 
-            const bays = page.locator('.bay');
-            const words = await bays.evaluateAll((all) => all.map((bay) => bay.querySelector('.word').innerText));
-            const told = await bays.evaluateAll((all) => all.map((bay) => bay.querySelector('.unseen').textContent));
-            words.forEach((word, index) => assert.ok(word && told[index].includes(word), `${word}: ${told[index]}`));
+        const bays = page.locator('.bay');
+        const words = await bays.evaluateAll((all) => all.map((bay) => bay.querySelector('.word').innerText));
+        const told = await bays.evaluateAll((all) => all.map((bay) => bay.querySelector('.unseen').textContent));
+        words.forEach((word, index) => assert.ok(word && told[index].includes(word), `${word}: ${told[index]}`));
 
-            for (const [things, tones] of [['.bay', ['good', 'warn', 'bad']], ['.volume', ['good', 'warn']],
-                ['.finding', ['warn', 'bad']]]) {
-                const inks = [];
-                for (const tone of tones) {
-                    inks.push(await page.locator(`${things}[data-tone="${tone}"]`).first().evaluate(inkOf));
-                }
-                assert.ok(inks.every((ink, index) => index === 0 || ink > inks[index - 1]), `${things}: ${inks}`);
+        for (const [things, tones] of [['.bay', ['good', 'warn', 'bad']], ['.volume', ['good', 'warn']],
+            ['.finding', ['warn', 'bad']]]) {
+            const inks = [];
+            for (const tone of tones) {
+                inks.push(await page.locator(`${things}[data-tone="${tone}"]`).first().evaluate(inkOf));
             }
+            assert.ok(inks.every((ink, index) => index === 0 || ink > inks[index - 1]), `${things}: ${inks}`);
+        }
 
-            // Black on white or nearly, whatever is behind it; the browser would pale what was meant for a background.
-            const pale = await page.evaluate(() => [...document.querySelectorAll('body *')]
-                .filter((node) => node.checkVisibility() && !node.closest('.unseen'))
-                .filter((node) => [...node.childNodes].some(
-                    (child) => child.nodeType === Node.TEXT_NODE && child.data.trim()))
-                .filter((node) => getComputedStyle(node).color.match(/\d+/g).slice(0, 3).some((part) => Number(part) > 0x40))
-                .map((node) => node.outerHTML));
-            assert.deepEqual(pale, []);
-        }, {colorScheme, reducedMotion: 'reduce'});
-    });
+        // Black on white or nearly, whatever is behind it; the browser would pale what was meant for a background.
+        const pale = await page.evaluate(() => [...document.querySelectorAll('body *')]
+            .filter((node) => node.checkVisibility() && !node.closest('.unseen'))
+            .filter((node) => [...node.childNodes].some(
+                (child) => child.nodeType === Node.TEXT_NODE && child.data.trim()))
+            .filter((node) => getComputedStyle(node).color.match(/\d+/g).slice(0, 3).some((part) => Number(part) > 0x40))
+            .map((node) => node.outerHTML));
+        assert.deepEqual(pale, []);
+    }, {colorScheme, reducedMotion: 'reduce'});
 }
 
-test('the moment of the look is printed, not how long ago it was', async () => {
-    await withPicture(browser, sample('rack-server'), async (page) => {
-        assert.match((await page.pdf({format: 'A4'})).subarray(0, 5).toString(), /^%PDF-/);
-        await page.emulateMedia({media: 'print'});
-        assert.match(await page.locator('#freshness').innerText(), /^Read at \d{4}-\d\d-\d\d \d\d:\d\d:\d\d$/);
-    });
+show('the moment of the look is printed, not how long ago it was', sample('rack-server'), async (page) => {
+    assert.match((await page.pdf({format: 'A4'})).subarray(0, 5).toString(), /^%PDF-/);
+    await page.emulateMedia({media: 'print'});
+    assert.match(await page.locator('#freshness').innerText(), /^Read at \d{4}-\d\d-\d\d \d\d:\d\d:\d\d$/);
 });
+
+together('paper');

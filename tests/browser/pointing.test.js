@@ -2,28 +2,22 @@
 import assert from 'node:assert/strict';
 import {after, before} from 'node:test';
 import axe from 'axe-core';
-import {closePage, focusedLabel, litBays, openBrowser, openPage, sample, Server, together} from './harness.js';
+import {closePage, declare, focusedLabel, litBays, openPage, sample, Server, together} from './harness.js';
 
-let browser;
 let server;
 before(async () => {
-    browser = await openBrowser();
     server = await new Server(sample('storage-node')).start();
 });
-after(async () => {
-    await browser.close();
-    await server.end();
-});
+after(() => server.end());
 
 const slots = (enclosure, from, to) => Array.from({length: to - from + 1}, (_, i) => `${enclosure}:${from + i}`);
 
-const cases = [];
 function point(name, use, options) {
-    cases.push([name, async () => {
-        const page = await openPage(browser, server, options);
+    declare(name, async () => {
+        const page = await openPage(server, options);
         await use(page);
         await closePage(page);
-    }]);
+    });
 }
 
 // Presses Tab until what is focused has a label that begins so.
@@ -143,4 +137,4 @@ point('without motion nothing moves', async (page) => {
     assert.deepEqual(durations, ['0s']);
 }, {reducedMotion: 'reduce'});
 
-together('pointing', cases);
+together('pointing');

@@ -1,10 +1,10 @@
 // Takes docs/screenshot.png: npm run screenshot
-import {litBays, openBrowser, openPage, sample, Server} from './harness.js';
+import {browser, litBays, openBrowser, openPage, sample, Server} from './harness.js';
 
 const server = await new Server(sample('storage-node')).start();
-const browser = await openBrowser();
+await openBrowser();
 try {
-    const page = await openPage(browser, server, {viewport: {width: 1280, height: 900}, reducedMotion: 'reduce'});
+    const page = await openPage(server, {viewport: {width: 1280, height: 900}, reducedMotion: 'reduce'});
     await server.change(({controllers: [controller]}) => {
         controller.disks[1].except['16'] = {status: 'failed'};
         controller.volumes[3].name = 'scratch-2';

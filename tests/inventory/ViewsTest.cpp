@@ -93,8 +93,7 @@ TEST_P(Views, AreAsExpected) {
     support::ExpectGolden(kViews / (GetParam() + ".txt"), text);
 }
 
-INSTANTIATE_TEST_SUITE_P(Inventory, Views, testing::Values("kinds", "states", "captions", "odd", "missing", "changes"),
-                         [](const auto &info) { return info.param; });
+INSTANTIATE_TEST_SUITE_P(Inventory, Views, testing::Values("kinds", "states", "captions", "odd", "missing", "changes"));
 
 TEST(Verdict, TheStateTableAndWhatCannotBeChecked) {
     support::ExpectGolden(kViews / "state-table.txt", StateTable());

@@ -43,8 +43,8 @@ std::size_t Count(const std::string &text, const std::string &part) {
     return count;
 }
 
-// What a terminal is sent at the end: the cursor, and what was there before.
-constexpr const char *kScreenEnds = "\033[?25h\033[?1049l";
+// What a terminal is sent: the second screen without a cursor; at the end the cursor, and what was there before.
+constexpr const char *kScreenBegins = "\033[?1049h\033[?25l", *kScreenEnds = "\033[?25h\033[?1049l";
 
 // Everybody who follows one server's hardware.
 class WatchTest : public testing::Test {
@@ -78,6 +78,15 @@ TEST_F(WatchTest, WhatChangesIsToldToEachInTheirWay) {
     for (const char *shown : {"!!* c1          8             1  d1", "Removed", "Extc1_d3 removed: UNCONFIGURED BAD",
                               "!!  c1          8             1  d1"})
         EXPECT_TRUE(screen.WaitFor(shown)) << shown;
+    // Ctrl-Z, and on again: nobody ends, and the terminal is restored in between.
+    screen.Type("\x1a");
+    EXPECT_TRUE(screen.WaitFor(kScreenEnds));
+    for (Process *each : {&lines, static_cast<Process *>(&serve)}) each->Signal(SIGTSTP);
+    for (Process *each : {&lines, static_cast<Process *>(&serve), &screen}) {
+        EXPECT_TRUE(each->WaitUntilStopped());
+        each->Signal(SIGCONT);
+    }
+    EXPECT_TRUE(screen.WaitFor(kScreenBegins));
     const winsize low{26, 40, 0, 0};
     ioctl(screen.Terminal(), TIOCSWINSZ, &low);
     EXPECT_TRUE(screen.WaitFor("  shown every 0\033[K\r"));
@@ -105,8 +114,8 @@ TEST_F(WatchTest, WhatChangesIsToldToEachInTheirWay) {
                                               "battery zbrControllerBatteryc1_b charge Charging -> Low"));
     EXPECT_THAT(LinesOf(json.Out()), testing::ElementsAre(HasSubstr(R"({"BatteryStatus":{"from":6,"to":4}})")));
 
-    EXPECT_EQ(screen.Out().rfind("\033[?1049h\033[?25l", 0), 0u) << "the second screen, without a cursor";
-    EXPECT_EQ(screen.Out().find("\033[?1049l") + std::string("\033[?1049l").size(), screen.Out().size());
+    EXPECT_EQ(screen.Out().rfind(kScreenBegins, 0), 0u);
+    EXPECT_EQ(Count(screen.Out(), kScreenEnds), 2u);
     EXPECT_EQ(screen.Out().rfind(kScreenEnds) + std::string(kScreenEnds).size(), screen.Out().size());
     ASSERT_EQ(tcgetattr(screen.Terminal(), &after), 0);
     EXPECT_EQ(after.c_lflag, before.c_lflag);

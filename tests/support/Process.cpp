@@ -125,6 +125,11 @@ int Process::Wait() {
 
 void Process::Signal(int signal) { kill(pid, signal); }
 
+bool Process::WaitUntilStopped() {
+    int status = 0;
+    return waitpid(pid, &status, WUNTRACED) == pid && WIFSTOPPED(status);
+}
+
 void Process::Type(const std::string &keys) {
     if (write(outEnd, keys.data(), keys.size()) < 0) std::abort();
 }

@@ -36,6 +36,7 @@ public:
     int Wait();
 
     void Signal(int signal);
+    bool WaitUntilStopped();
     void Type(const std::string &keys); // on the terminal
     int Terminal() const { return terminal; }
 

@@ -90,7 +90,7 @@ function drawAge() {
     else if (silentSince !== null) setText(at('age'), 'Nothing read yet');
 }
 
-// How long ago is nothing to read on paper.
+// Paper shows the time of the look: its age would be wrong by the time it is read.
 window.addEventListener('beforeprint', () => {
     setText(at('read-at'), serverClock === null ? 'Nothing read yet' : `Read at ${clockOf(readTime())}`);
 });

@@ -9,8 +9,10 @@ const hidden = (node) => {
     return node;
 };
 
-function markElement() {
-    return hidden(element('span', 'mark'));
+// Elements of these classes, whose texts are shown in that order. A mark is for the eye alone.
+function partsOf(classNames) {
+    const nodes = classNames.map((name) => (name === 'mark' ? hidden(element('span', name)) : element('span', name)));
+    return {nodes, show: (texts) => nodes.forEach((node, index) => setText(node, texts[index] ?? ''))};
 }
 
 export function makeButton(className, ...children) {
@@ -20,9 +22,11 @@ export function makeButton(className, ...children) {
 }
 
 // The element stands for the thing: it is coloured as its state, and pointing at it is pointing at the thing.
-function standFor(node, thing, look) {
+function standFor(node, thing) {
+    const look = lookOf(thing);
     setAttribute(node, 'data-path', thing.path);
     setAttribute(node, 'data-tone', look.tone);
+    return look;
 }
 
 // A button that stands for a thing. What is in it is for the eye; its label says the same, and more, to the ear.
@@ -76,30 +80,20 @@ export function detailsOf({kind, facts, volumes}) {
 }
 
 function bayView() {
-    const slot = element('span', 'slot');
-    const letter = element('span', 'letter');
-    const size = element('span', 'size');
-    const word = element('span', 'word');
-    const button = thingButton('bay', slot, letter, word, size);
+    const parts = partsOf(['slot', 'letter', 'word', 'size']);
+    const button = thingButton('bay', ...parts.nodes);
     return {
         node: element('li', '', button.node),
-        update(bay) {
-            setText(slot, bay.slot);
-            button.node.classList.toggle('empty', bay.disk === null);
-            if (bay.disk === null) {
-                setText(letter, '');
-                setText(word, 'empty');
-                setText(size, '');
+        update({slot, disk}) {
+            button.node.classList.toggle('empty', disk === null);
+            if (disk === null) {
+                parts.show([slot, '', 'empty']);
                 for (const name of ['data-path', 'data-tone', 'aria-pressed']) setAttribute(button.node, name, null);
-                button.say(`Slot ${bay.slot}, empty`);
-                return;
+                button.say(`Slot ${slot}, empty`);
+            } else {
+                parts.show([slot, standFor(button.node, disk).letter, wordOf(disk), disk.facts.size]);
+                button.say(labelOfDisk(disk));
             }
-            const look = lookOf(bay.disk);
-            setText(letter, look.letter);
-            setText(word, wordOf(bay.disk));
-            setText(size, bay.disk.facts.size ?? '');
-            standFor(button.node, bay.disk, look);
-            button.say(labelOfDisk(bay.disk));
         },
     };
 }
@@ -133,72 +127,42 @@ function enclosureView() {
     };
 }
 
-function looseView() {
-    const letter = element('span', 'letter');
-    const name = element('span', 'name');
-    const size = element('span', 'size');
-    const word = element('span', 'word');
-    const button = thingButton('loose', letter, name, word, size);
+// A listed button for a thing, with parts of such classes and texts, and a label.
+const buttonView = (className, classNames, textsOf, labelOf) => () => {
+    const parts = partsOf(classNames);
+    const button = thingButton(className, ...parts.nodes);
     return {
         node: element('li', '', button.node),
-        update(disk) {
-            const look = lookOf(disk);
-            setText(letter, look.letter);
-            setText(word, wordOf(disk));
-            setText(name, disk.facts.device);
-            setText(size, disk.facts.size ?? '');
-            standFor(button.node, disk, look);
-            button.say(labelOfDisk(disk));
+        update(thing) {
+            parts.show(textsOf(thing, standFor(button.node, thing).letter));
+            button.say(labelOf(thing));
         },
     };
-}
+};
 
-function volumeView() {
-    const mark = markElement();
-    const name = element('span', 'name');
-    const state = element('span', 'state');
-    const facts = element('span', 'facts');
-    const members = element('span', 'facts');
-    const button = thingButton('volume', mark, name, state, facts, members);
-    return {
-        node: element('li', '', button.node),
-        update(volume) {
-            const look = lookOf(volume);
-            const {device, level, size} = volume.facts;
-            setText(mark, look.letter);
-            setText(name, volume.facts.name ? `${device} ${volume.facts.name}` : device);
-            setText(state, volume.facts.state ?? '');
-            setText(facts, sentence([level, size]));
-            setText(members, membersText(volume));
-            standFor(button.node, volume, look);
-            button.say(labelOfVolume(volume));
-        },
-    };
-}
+const looseView = buttonView('loose', ['letter', 'name', 'word', 'size'],
+    (disk, letter) => [letter, disk.facts.device, wordOf(disk), disk.facts.size], labelOfDisk);
+
+const volumeView = buttonView('volume', ['mark', 'name', 'state', 'facts', 'facts'], (volume, mark) => {
+    const {device, name, state, level, size} = volume.facts;
+    return [mark, name ? `${device} ${name}` : device, state, sentence([level, size]), membersText(volume)];
+}, labelOfVolume);
 
 // Ports and batteries: nothing to light, so they are texts. What there is no room for is read out, and in the tip.
 function deviceView() {
-    const mark = markElement();
-    const name = element('span', 'name');
-    const facts = element('span', 'facts');
-    const state = element('span', 'state');
-    const unseen = element('span', 'unseen');
-    const node = element('li', 'thing device', mark, name, facts, state, unseen);
+    const parts = partsOf(['mark', 'name', 'facts', 'state', 'unseen']);
+    const node = element('li', 'thing device', ...parts.nodes);
     return {
         node,
         update(device) {
-            const look = lookOf(device);
-            setText(mark, look.letter);
-            setText(name, device.facts.name || device.facts.device);
-            setText(facts, sentence([device.facts.type, device.facts.charge]));
-            setText(state, device.facts.state ?? '');
-            setText(unseen, sentence([device.facts.health, device.facts.usage]));
-            standFor(node, device, look);
+            const {name, device: id, type, charge, state, health, usage} = device.facts;
+            parts.show([standFor(node, device).letter, name || id, sentence([type, charge]), state,
+                sentence([health, usage])]);
         },
     };
 }
 
-// A headed list; without items there is none to be seen.
+// A headed list, hidden while it is empty.
 function listView(title, className, makeView) {
     const list = element('ul', className);
     const node = element('section', 'group', element('h4', '', title), list);
@@ -235,7 +199,7 @@ export function controllerView() {
             setText(facts, sentence([thing.facts.model, thing.facts.package && `package ${thing.facts.package}`,
                 thing.facts.firmware && `firmware ${thing.facts.firmware}`]));
             setText(state, sentence([thing.facts.state, thing.lack]));
-            standFor(heading, thing, lookOf(thing));
+            standFor(heading, thing);
             keep(enclosures, controller.enclosures, (enclosure) => enclosure.id, enclosureView);
             loose.update(controller.loose, controller.id);
             for (const [list, view] of side) view.update(controller[list], controller.id);
@@ -246,20 +210,16 @@ export function controllerView() {
 // What needs a look, worst first. The button leads to the thing.
 // Those beyond the most that are shown at first are for paper, where all are.
 export function findingView() {
-    const mark = markElement();
-    const name = element('span', 'name');
-    const state = element('span', 'state');
-    const button = makeButton('finding', mark, name, state);
+    const parts = partsOf(['mark', 'name', 'state']);
+    const button = makeButton('finding', ...parts.nodes);
     const node = element('li', '', button);
     return {
         node,
         update({thing, beyond}) {
             node.classList.toggle('beyond', beyond);
-            const look = lookOf(thing);
-            setText(mark, look.letter);
-            setText(name, nameOf(thing));
-            setText(state, sentence([thing.facts.state, thing.facts.charge, thing.lack]));
-            setAttribute(button, 'data-tone', look.tone);
+            const {letter, tone} = lookOf(thing);
+            parts.show([letter, nameOf(thing), sentence([thing.facts.state, thing.facts.charge, thing.lack])]);
+            setAttribute(button, 'data-tone', tone);
             setAttribute(button, 'data-leads-to', thing.path);
         },
     };
