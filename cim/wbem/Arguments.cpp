@@ -46,13 +46,6 @@ struct Reader {
         return names;
     }
 
-    Instance ReadNamed() const {
-        Expect("VALUE.NAMEDINSTANCE");
-        Instance instance = ReadInstance(value.child("INSTANCE"), nameSpace, classes);
-        instance.path = ReadInstanceName(value.child("INSTANCENAME"), nameSpace, classes);
-        return instance;
-    }
-
     ObjectPath ReadPath() const {
         if (parameter.kind == Kind::ObjectName && std::string_view(value.name()) == "CLASSNAME") {
             throw Fault(CMPI_RC_ERR_NOT_SUPPORTED, "associations of classes are not supported; name an instance");
@@ -76,11 +69,6 @@ struct Reader {
         case Kind::InstanceName:
         case Kind::ObjectName:
             return ReadPath();
-        case Kind::Instance:
-            Expect("INSTANCE");
-            return ReadInstance(value, nameSpace, classes);
-        case Kind::NamedInstance:
-            return ReadNamed();
         }
         return {};
     }
@@ -94,7 +82,7 @@ Arguments::Arguments(const pugi::xml_node &call, const std::vector<Parameter> &p
         const std::string name = given.attribute("NAME").value();
         const auto parameter = std::find_if(parameters.begin(), parameters.end(),
                                             [&](const Parameter &each) { return SameName(each.name, name); });
-        if (parameter == parameters.end()) throw InvalidParameter(name + " is no parameter of this operation");
+        if (parameter == parameters.end()) throw InvalidParameter(name + " is not a parameter of this operation");
         const pugi::xml_node value = FirstElement(given);
         Argument argument;
         if (value) argument = Reader{value, *parameter, nameSpace, classes}.Read();
@@ -128,7 +116,5 @@ const std::string &Arguments::Text(const char *name) const {
 PropertyList Arguments::Names(const char *name) const { return Find<std::vector<std::string>>(name); }
 
 const ObjectPath &Arguments::Path(const char *name) const { return *Find<ObjectPath>(name); }
-
-const Instance &Arguments::Object(const char *name) const { return *Find<Instance>(name); }
 
 } // namespace cim::wbem

@@ -13,7 +13,7 @@
 namespace cim::wbem {
 
 // ObjectName: an instance's. Classes have no associations in this server.
-enum class Kind { Boolean, Text, Names, ClassName, InstanceName, ObjectName, Instance, NamedInstance };
+enum class Kind { Boolean, Text, Names, ClassName, InstanceName, ObjectName };
 
 struct Parameter {
     const char *name;
@@ -21,7 +21,7 @@ struct Parameter {
     bool required = false;
 };
 
-using Argument = std::variant<std::monostate, bool, std::string, std::vector<std::string>, ObjectPath, Instance>;
+using Argument = std::variant<std::monostate, bool, std::string, std::vector<std::string>, ObjectPath>;
 
 class Arguments {
 public:
@@ -34,9 +34,7 @@ public:
     bool Boolean(const char *name, bool otherwise) const;
     const std::string &Text(const char *name) const; // empty
     PropertyList Names(const char *name) const;      // null
-    // Of required ones.
-    const ObjectPath &Path(const char *name) const;
-    const Instance &Object(const char *name) const;
+    const ObjectPath &Path(const char *name) const;  // of a required one
 
 private:
     template <class T> const T *Find(const char *name) const;

@@ -2,7 +2,6 @@
 
 #include "cim/wbem/Document.h"
 #include "cim/wbem/Errors.h"
-#include "cim/wbem/Grammar.h"
 #include "cim/wbem/Headers.h"
 #include "cim/wbem/Objects.h"
 #include "cim/wbem/Operations.h"
@@ -42,26 +41,21 @@ void RequireVersions(const pugi::xml_node &cim) {
 std::string MethodTarget(const pugi::xml_node &call) {
     const pugi::xml_node ofClass = call.child("LOCALCLASSPATH");
     const pugi::xml_node path = ofClass ? ofClass : call.child("LOCALINSTANCEPATH");
-    if (!path) throw NotValid("METHODCALL has no target");
     const char *className = ofClass ? path.child("CLASSNAME").attribute("NAME").value()
                                     : path.child("INSTANCENAME").attribute("CLASSNAME").value();
     return ReadNameSpace(path.child("LOCALNAMESPACEPATH")) + ":" + className;
 }
 
-Message ReadMessage(const pugi::xml_document &document, const std::string &host) {
-    const pugi::xml_node cim = document.document_element();
-    RequireVersions(cim);
-    RequireValid(cim);
-    const pugi::xml_node request = cim.child("MESSAGE").child("SIMPLEREQ");
+Message ReadMessage(const Document &document, const std::string &host) {
+    RequireVersions(document.Root());
+    document.RequireValid();
+    const pugi::xml_node outer = document.Root().child("MESSAGE");
+    const pugi::xml_node request = outer.child("SIMPLEREQ");
     const pugi::xml_node intrinsic = request.child("IMETHODCALL");
-    const pugi::xml_node extrinsic = request.child("METHODCALL");
-    const pugi::xml_node element = intrinsic ? intrinsic : extrinsic;
-    if (!element || (intrinsic && extrinsic) || element.next_sibling(element.name())) {
-        throw NotValid("SIMPLEREQ has not one call");
-    }
+    const pugi::xml_node element = intrinsic ? intrinsic : request.child("METHODCALL");
 
     Message message;
-    message.id = cim.child("MESSAGE").attribute("ID").value();
+    message.id = outer.attribute("ID").value();
     message.intrinsic = !intrinsic.empty();
     message.call.method = element.attribute("NAME").value();
     message.call.host = host;
@@ -70,9 +64,7 @@ Message ReadMessage(const pugi::xml_document &document, const std::string &host)
         message.target = MethodTarget(element);
         return message;
     }
-    const pugi::xml_node nameSpace = element.child("LOCALNAMESPACEPATH");
-    if (!nameSpace) throw NotValid("IMETHODCALL has no LOCALNAMESPACEPATH");
-    message.target = message.call.nameSpace = ReadNameSpace(nameSpace);
+    message.target = message.call.nameSpace = ReadNameSpace(element.child("LOCALNAMESPACEPATH"));
     return message;
 }
 
@@ -142,8 +134,7 @@ HttpAnswer Refused(const Refusal &refusal) {
 HttpAnswer Handle(Broker &broker, const HttpRequest &request) noexcept {
     try {
         const CimHeaders headers = ReadHeaders(request);
-        pugi::xml_document document;
-        ReadDocument(request.body, document);
+        const Document document(request.body);
         const Message message = ReadMessage(document, headers.host);
         RequireMatch(headers, message);
         return Success(headers, AnswerText(broker, message));

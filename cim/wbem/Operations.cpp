@@ -4,9 +4,8 @@
 #include "cim/wbem/Encode.h"
 #include "cim/wbem/Errors.h"
 #include "cim/wbem/Interop.h"
-#include "cim/wbem/Keys.h"
-#include "cim/wbem/NameSpaces.h"
 #include "cim/wbem/Qualifiers.h"
+#include "cim/wbem/Types.h"
 
 #include <algorithm>
 
@@ -21,7 +20,10 @@ struct Request {
     const Arguments &arguments;
 
     const ClassTree &Classes() const { return broker.Classes(); }
-    const std::string &ClassName() const { return arguments.Text("ClassName"); }
+    const std::string &ClassName() const { return Text("ClassName"); }
+    const ObjectPath &Object() const { return arguments.Path("ObjectName"); }
+    const std::string &Text(const char *name) const { return arguments.Text(name); }
+    bool Flag(const char *name, bool otherwise) const { return arguments.Boolean(name, otherwise); }
     PropertyList Properties() const { return arguments.Names("PropertyList"); }
 };
 
@@ -50,7 +52,7 @@ template <class T> std::vector<T> Listed(Answer<std::vector<T>> &&answer) {
 Detail DetailOfInstances(const Request &request) {
     Detail detail;
     detail.properties = request.Properties();
-    detail.classOrigin = request.arguments.Boolean("IncludeClassOrigin", false);
+    detail.classOrigin = request.Flag("IncludeClassOrigin", false);
     return detail;
 }
 
@@ -64,7 +66,7 @@ void EnumerateInstances(const Request &request, XmlWriter &xml) {
         instances.push_back(std::move(own));
     }
     Detail detail = DetailOfInstances(request);
-    if (!request.arguments.Boolean("DeepInheritance", true)) {
+    if (!request.Flag("DeepInheritance", true)) {
         detail.upToClass = request.Classes().Find(request.ClassName());
     }
     InstanceNameWriter names(xml);
@@ -92,6 +94,42 @@ void EnumerateInstanceNames(const Request &request, XmlWriter &xml) {
     for (const ObjectPath &path : paths) names.Write(path);
 }
 
+// A provider may give an integer in another width than the class has, which the client's key has.
+bool Agree(const Value &asked, const Value &found) {
+    if (asked.type == CMPI_ref || found.type == CMPI_ref) return asked == found;
+    return TextOf(asked) == TextOf(found);
+}
+
+// Whether the keys that a client asked for are those of the instance that was found, no fewer and no others. Providers
+// need not look at all of them.
+bool SameKeys(const ObjectPath &asked, const ObjectPath &found) {
+    // A key that is null is not in the names that clients get.
+    const auto given =
+        std::count_if(found.keys.begin(), found.keys.end(), [](const NamedValue &key) { return !key.value.IsNull(); });
+    if (static_cast<std::size_t>(given) != asked.keys.size()) return false;
+    return std::all_of(asked.keys.begin(), asked.keys.end(), [&found](const NamedValue &key) {
+        const Value *value = found.Key(key.name);
+        return value != nullptr && Agree(key.value, *value);
+    });
+}
+
+// A class that the tree does not know may have any keys.
+void RequireKeysOfClass(const ObjectPath &path, const ClassTree &classes) {
+    const ClassDeclaration *known = classes.Find(path.className);
+    if (known == nullptr) return;
+    for (const PropertyDeclaration &property : known->properties) {
+        if (property.key && path.Key(property.name) == nullptr) {
+            throw InvalidParameter("key " + property.name.Text() + " of " + path.className + " is missing");
+        }
+    }
+    for (const NamedValue &key : path.keys) {
+        const PropertyDeclaration *declared = known->Property(key.name);
+        if (declared == nullptr || !declared->key) {
+            throw InvalidParameter(key.name.Text() + " is not a key of " + path.className);
+        }
+    }
+}
+
 Answer<Instance> OwnInstance(const Request &request, const ObjectPath &path) {
     for (Instance &own : OwnInstances(request.broker, path.nameSpace, path.className)) {
         if (SameKeys(path, own.path)) return {{}, std::move(own)};
@@ -116,21 +154,6 @@ void GetInstance(const Request &request, XmlWriter &xml) {
     InstanceWriter(xml, request.Classes(), DetailOfInstances(request)).Write(instance);
 }
 
-void CreateInstance(const Request &request, XmlWriter &xml) {
-    const auto path =
-        ValueOf(request.broker.CreateInstance(request.nameSpace, request.arguments.Object("NewInstance")));
-    const Element answer(xml, "IRETURNVALUE");
-    WriteInstanceName(xml, path);
-}
-
-void ModifyInstance(const Request &request, XmlWriter &) {
-    Require(request.broker.ModifyInstance(request.arguments.Object("ModifiedInstance"), request.Properties()));
-}
-
-void DeleteInstance(const Request &request, XmlWriter &) {
-    Require(request.broker.DeleteInstance(request.arguments.Path("InstanceName")));
-}
-
 // --- Objects with their whole paths ---
 
 void WriteObjects(const Request &request, const std::vector<Instance> &instances, XmlWriter &xml) {
@@ -151,68 +174,36 @@ void WritePaths(const Request &request, const std::vector<ObjectPath> &paths, Xm
     }
 }
 
-// The class that a query in WQL or CQL selects from: the name behind FROM.
-std::string ClassOfQuery(const std::string &query) {
-    std::string word, last;
-    for (const char c : query + " ") {
-        if (std::string_view(" \t\r\n,;").find(c) == std::string_view::npos) {
-            word += c;
-            continue;
-        }
-        if (SameName(last, "from") && !word.empty()) return word;
-        if (!word.empty()) last = std::move(word);
-        word.clear();
-    }
-    throw Fault(CMPI_RC_ERR_INVALID_QUERY, "the query names no class to select from");
-}
-
-void ExecQuery(const Request &request, XmlWriter &xml) {
-    const std::string &query = request.arguments.Text("Query");
-    const std::string &language = request.arguments.Text("QueryLanguage");
-    const std::string className = ClassOfQuery(query);
-    WriteObjects(request, ValueOf(request.broker.ExecQuery(request.nameSpace, className, query, language)), xml);
-}
-
 void Associators(const Request &request, XmlWriter &xml) {
-    const Arguments &given = request.arguments;
-    WriteObjects(request,
-                 ValueOf(request.broker.Associators(given.Path("ObjectName"), given.Text("AssocClass"),
-                                                    given.Text("ResultClass"), given.Text("Role"),
-                                                    given.Text("ResultRole"), request.Properties())),
-                 xml);
+    auto found = request.broker.Associators(request.Object(), request.Text("AssocClass"), request.Text("ResultClass"),
+                                            request.Text("Role"), request.Text("ResultRole"), request.Properties());
+    WriteObjects(request, ValueOf(std::move(found)), xml);
 }
 
 void AssociatorNames(const Request &request, XmlWriter &xml) {
-    const Arguments &given = request.arguments;
-    WritePaths(request,
-               ValueOf(request.broker.AssociatorNames(given.Path("ObjectName"), given.Text("AssocClass"),
-                                                      given.Text("ResultClass"), given.Text("Role"),
-                                                      given.Text("ResultRole"))),
-               xml);
+    auto found =
+        request.broker.AssociatorNames(request.Object(), request.Text("AssocClass"), request.Text("ResultClass"),
+                                       request.Text("Role"), request.Text("ResultRole"));
+    WritePaths(request, ValueOf(std::move(found)), xml);
 }
 
 void References(const Request &request, XmlWriter &xml) {
-    const Arguments &given = request.arguments;
-    WriteObjects(request,
-                 ValueOf(request.broker.References(given.Path("ObjectName"), given.Text("ResultClass"),
-                                                   given.Text("Role"), request.Properties())),
-                 xml);
+    auto found = request.broker.References(request.Object(), request.Text("ResultClass"), request.Text("Role"),
+                                           request.Properties());
+    WriteObjects(request, ValueOf(std::move(found)), xml);
 }
 
 void ReferenceNames(const Request &request, XmlWriter &xml) {
-    const Arguments &given = request.arguments;
-    WritePaths(
-        request,
-        ValueOf(request.broker.ReferenceNames(given.Path("ObjectName"), given.Text("ResultClass"), given.Text("Role"))),
-        xml);
+    auto found = request.broker.ReferenceNames(request.Object(), request.Text("ResultClass"), request.Text("Role"));
+    WritePaths(request, ValueOf(std::move(found)), xml);
 }
 
 // --- Classes ---
 
 Detail DetailOfClasses(const Request &request) {
     Detail detail = DetailOfInstances(request);
-    detail.localOnly = request.arguments.Boolean("LocalOnly", true);
-    detail.qualifiers = request.arguments.Boolean("IncludeQualifiers", true);
+    detail.localOnly = request.Flag("LocalOnly", true);
+    detail.qualifiers = request.Flag("IncludeQualifiers", true);
     return detail;
 }
 
@@ -226,7 +217,7 @@ void GetClass(const Request &request, XmlWriter &xml) {
 std::vector<std::string> Subclasses(const Request &request) {
     const std::string &base = request.ClassName();
     if (!base.empty()) RequireClass(request);
-    return request.Classes().SubclassesOf(base, request.arguments.Boolean("DeepInheritance", false));
+    return request.Classes().SubclassesOf(base, request.Flag("DeepInheritance", false));
 }
 
 void EnumerateClassNames(const Request &request, XmlWriter &xml) {
@@ -250,7 +241,7 @@ void EnumerateQualifiers(const Request &, XmlWriter &xml) {
 }
 
 void GetQualifier(const Request &request, XmlWriter &xml) {
-    const std::string &name = request.arguments.Text("QualifierName");
+    const std::string &name = request.Text("QualifierName");
     const QualifierDeclaration *found = FindQualifier(name);
     if (found == nullptr) throw Fault(CMPI_RC_ERR_NOT_FOUND, "there is no qualifier " + name);
     const Element answer(xml, "IRETURNVALUE");
@@ -297,12 +288,6 @@ const Method kMethods[] = {
     {"EnumerateClasses", EnumerateClasses, {kAnyClassName, kDeep, kLocalOnly, kQualifiers, kOrigin}},
     {"EnumerateQualifiers", EnumerateQualifiers, {}},
     {"GetQualifier", GetQualifier, {{"QualifierName", Kind::Text, kRequired}}},
-    {"CreateInstance", CreateInstance, {{"NewInstance", Kind::Instance, kRequired}}},
-    {"ModifyInstance",
-     ModifyInstance,
-     {{"ModifiedInstance", Kind::NamedInstance, kRequired}, kQualifiers, kProperties}},
-    {"DeleteInstance", DeleteInstance, {kInstanceName}},
-    {"ExecQuery", ExecQuery, {{"QueryLanguage", Kind::Text, kRequired}, {"Query", Kind::Text, kRequired}}},
 };
 
 } // namespace
