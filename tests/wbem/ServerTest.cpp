@@ -172,15 +172,14 @@ TEST_F(Serving, IdleConnectionsAreClosed) {
     EXPECT_TRUE(Eventually([&] { return server->Connections() == 0; }));
 }
 
-TEST_F(Serving, TheEndIsQuickWhoeverIsConnected) {
+TEST_F(Serving, TheEndWaitsForNobodyWhoIsConnected) {
+    config.idle = std::chrono::hours(1);
     Start();
     Client silent(server->Port()), halfWay(server->Port()), reading(server->Port());
     halfWay.Send("POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 100\r\n\r\nhalf");
     reading.Send(Post("big"));
     ASSERT_TRUE(Eventually([&] { return server->Connections() == 3; }));
-    const auto begin = std::chrono::steady_clock::now();
     server.reset();
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, config.idle / 2); // waits for nobody
     EXPECT_TRUE(silent.IsClosed());
     EXPECT_TRUE(halfWay.IsClosed());
     EXPECT_TRUE(reading.IsClosed());

@@ -1,9 +1,12 @@
-// Values as text and back, and texts as XML.
+// Values as text and back, texts as XML, and what the numbers mean that are served.
 #include "cim/wbem/Encode.h"
 #include "cim/wbem/Types.h"
 #include "cim/wbem/XmlWriter.h"
+#include "tests/support/BuildTree.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace cim::wbem {
 
@@ -175,6 +178,35 @@ TEST(InstanceWriter, InstancesThatFollowAreWrittenAsTheFirst) {
     const std::string text = xml.Take();
     EXPECT_EQ(text, expected.Take());
     EXPECT_NE(text.find("<PROPERTY NAME=\"Own\" TYPE=\"boolean\"></PROPERTY>"), std::string::npos);
+}
+
+// By the qualifiers that clients get with a class.
+TEST(Schema, NumbersThatAreServedHaveAMeaning) {
+    std::string error;
+    const auto broker = Broker::Create(support::ServerConfig(), &error);
+    ASSERT_NE(broker, nullptr) << error;
+    const struct {
+        const char *className, *property, *number, *meaning;
+    } kCases[] = {
+        {"CIM_RegisteredProfile", "RegisteredOrganization", "11", "SNIA"},
+        {"CIM_RegisteredProfile", "AdvertiseTypes", "2", "Not Advertised"},
+        {"Zembra_QuarnelController", "Dedicated", "3", "Storage"},
+        {"Zembra_QuarnelStorageVolume", "OperationalStatus", "3", "Degraded"},
+        {"Zembra_QuarnelStorageVolume", "ExtentStatus", "11", "Rebuild"},
+        {"Zembra_QuarnelStorageVolume", "NameFormat", "9", "NAA"},
+        {"Zembra_QuarnelStorageExtent", "HealthState", "30", "Non-recoverable error"},
+        {"Zembra_QuarnelSASSATAPort", "OperationalStatus", "12", "No Contact"},
+        {"Zembra_QuarnelSASSATAPort", "UsageRestriction", "3", "Back-end only"},
+        {"Zembra_QuarnelBattery", "BatteryStatus", "3", "Fully Charged"},
+        {"Sim_SoftwareIdentity", "Classifications", "10", "Firmware"},
+    };
+    for (const auto &each : kCases) {
+        const auto &qualifiers = broker->Classes().Find(each.className)->Property(each.property)->qualifiers;
+        const auto &numbers = *ValueOfQualifier(qualifiers, "ValueMap")->As<Value::Elements>();
+        const auto &meanings = *ValueOfQualifier(qualifiers, "Values")->As<Value::Elements>();
+        const auto found = std::find(numbers.begin(), numbers.end(), Value::Text(each.number)) - numbers.begin();
+        EXPECT_EQ(meanings.at(static_cast<std::size_t>(found)), Value::Text(each.meaning)) << each.property;
+    }
 }
 
 } // namespace
