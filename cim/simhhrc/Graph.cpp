@@ -1,56 +1,18 @@
 #include "cim/simhhrc/Graph.h"
 
-#include <strings.h>
-
 #include <algorithm>
-#include <cctype>
 
 namespace sim {
 namespace {
 
 // Integers of every width that are equal read the same, as do all kinds of text.
 std::string KeyText(const Value &value) {
-    switch (value.type) {
-    case CMPI_boolean:
-        return value.scalar.boolean != 0 ? "true" : "false";
-    case CMPI_uint8:
-        return std::to_string(value.scalar.uint8);
-    case CMPI_uint16:
-        return std::to_string(value.scalar.uint16);
-    case CMPI_uint32:
-        return std::to_string(value.scalar.uint32);
-    case CMPI_uint64:
-        return std::to_string(value.scalar.uint64);
-    case CMPI_sint8:
-        return std::to_string(value.scalar.sint8);
-    case CMPI_sint16:
-        return std::to_string(value.scalar.sint16);
-    case CMPI_sint32:
-        return std::to_string(value.scalar.sint32);
-    case CMPI_sint64:
-        return std::to_string(value.scalar.sint64);
-    case CMPI_char16:
-        return std::to_string(value.scalar.char16);
-    case CMPI_real32:
-        return std::to_string(value.scalar.real32);
-    case CMPI_real64:
-        return std::to_string(value.scalar.real64);
-    default:
-        return '"' + value.text;
-    }
+    if (value.type == CMPI_boolean) return std::get<bool>(value.number) ? "true" : "false";
+    if (value.type == CMPI_string || value.type == CMPI_dateTime) return '"' + value.text;
+    return std::visit([](auto number) { return std::to_string(number); }, value.number);
 }
 
 } // namespace
-
-bool SameName(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
-
-std::string LowerCase(std::string_view name) {
-    std::string lower(name);
-    for (char &c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return lower;
-}
 
 std::string PathIdentity(std::string_view nameSpace, std::string_view className, const NamedValues &keys) {
     std::vector<std::string> texts;

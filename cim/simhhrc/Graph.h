@@ -3,6 +3,8 @@
 #pragma once
 
 #include "cim/simhhrc/Classes.h"
+#include "cim/values/Text.h"
+#include "cim/values/Types.h"
 
 #include <cmpidt.h>
 
@@ -14,10 +16,13 @@
 
 namespace sim {
 
+using cim::LowerCase;
+using cim::SameName;
+
 struct Value {
     CMPIType type = CMPI_null; // with CMPI_ARRAY for arrays; texts are CMPI_string
     bool null = true;
-    CMPIValue scalar{};          // numbers and booleans
+    cim::Number number;          // numbers and booleans
     std::string text;            // CMPI_string, CMPI_dateTime
     std::vector<Value> elements; // of an array
 };
@@ -48,10 +53,6 @@ struct Link {
     End ends[2];
     NamedValues properties;
 };
-
-// CIM names compare without regard to case.
-bool SameName(std::string_view a, std::string_view b);
-std::string LowerCase(std::string_view name);
 
 // What identifies an object path, whatever the order of its keys and the case of its names: equal texts, equal paths.
 std::string PathIdentity(std::string_view nameSpace, std::string_view className, const NamedValues &keys);

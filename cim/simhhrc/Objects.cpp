@@ -33,7 +33,7 @@ Value KeyValue(const CMPIData &data) {
         value.type = CMPI_string;
         value.text = data.type == CMPI_string ? CharsOf(data.value.string) : data.value.chars;
     } else {
-        value.scalar = data.value;
+        value.number = cim::ReadNumber(data.type, data.value).value_or(cim::Number());
     }
     return value;
 }
@@ -178,7 +178,7 @@ CMPIValue *ObjectMaker::Enter(const Value &value, CMPIValue *room, CMPIType *typ
         return room->dateTime != nullptr ? room : nullptr;
     }
     if ((value.type & CMPI_ARRAY) == 0) {
-        *room = value.scalar;
+        cim::WriteNumber(value.type, value.number, *room);
         return room;
     }
     const auto elementType = static_cast<CMPIType>(value.type & ~CMPI_ARRAY);

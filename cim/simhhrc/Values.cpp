@@ -3,112 +3,28 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <optional>
 
 namespace sim {
 namespace {
 
-struct TypeName {
-    const char *name;
-    CMPIType type;
-};
-constexpr TypeName kTypes[] = {
-    {"boolean", CMPI_boolean}, {"char16", CMPI_char16},     {"real32", CMPI_real32}, {"real64", CMPI_real64},
-    {"uint8", CMPI_uint8},     {"uint16", CMPI_uint16},     {"uint32", CMPI_uint32}, {"uint64", CMPI_uint64},
-    {"sint8", CMPI_sint8},     {"sint16", CMPI_sint16},     {"sint32", CMPI_sint32}, {"sint64", CMPI_sint64},
-    {"string", CMPI_string},   {"datetime", CMPI_dateTime},
-};
-
-std::string NameOfType(CMPIType type) {
-    for (const TypeName &row : kTypes) {
-        if (row.type == (type & ~CMPI_ARRAY)) return row.name + std::string((type & CMPI_ARRAY) != 0 ? "[]" : "");
-    }
-    return "unknown";
-}
-
 [[noreturn]] void NotOfType(const Json &json, CMPIType type, const std::string &what) {
-    throw Mistake(json.line, what + " is no " + NameOfType(type));
+    throw Mistake(json.line, what + " is no " + cim::DeclaredTypeName(type));
 }
 
-bool IsUnsigned(CMPIType type) { return (type & 0xff) >= CMPI_uint8 && (type & 0xff) < CMPI_sint8; }
-bool IsSigned(CMPIType type) { return (type & 0xff) >= CMPI_sint8; }
-int BitsOf(CMPIType type) {
-    if (type == CMPI_char16) return 16;
-    return 8 << ((type & 0x30) >> 4);
-}
-
-CMPIValue SignedScalar(CMPIType type, std::int64_t number) {
-    CMPIValue value = {};
-    switch (type) {
-    case CMPI_sint8:
-        value.sint8 = static_cast<CMPISint8>(number);
-        break;
-    case CMPI_sint16:
-        value.sint16 = static_cast<CMPISint16>(number);
-        break;
-    case CMPI_sint32:
-        value.sint32 = static_cast<CMPISint32>(number);
-        break;
-    default:
-        value.sint64 = number;
-        break;
-    }
-    return value;
-}
-
-CMPIValue UnsignedScalar(CMPIType type, std::uint64_t number) {
-    CMPIValue value = {};
-    switch (type) {
-    case CMPI_boolean:
-        value.boolean = number != 0;
-        break;
-    case CMPI_uint8:
-        value.uint8 = static_cast<CMPIUint8>(number);
-        break;
-    case CMPI_char16:
-    case CMPI_uint16:
-        value.uint16 = static_cast<CMPIUint16>(number);
-        break;
-    case CMPI_uint32:
-        value.uint32 = static_cast<CMPIUint32>(number);
-        break;
-    default:
-        value.uint64 = number;
-        break;
-    }
-    return value;
-}
-
-CMPIValue ScalarOf(const Json &json, CMPIType type, const std::string &what) {
-    CMPIValue value = {};
-    const auto *positive = json.As<std::uint64_t>();
-    const auto *negative = json.As<std::int64_t>();
+cim::Number NumberOfType(const Json &json, CMPIType type, const std::string &what) {
+    std::optional<cim::Number> number;
     if (type == CMPI_boolean) {
-        value.boolean = FlagOf(json, what);
-    } else if (IsUnsigned(type) || type == CMPI_char16) {
-        const int bits = BitsOf(type);
-        if (positive == nullptr || (bits < 64 && *positive >> bits != 0)) NotOfType(json, type, what);
-        value = UnsignedScalar(type, *positive);
-    } else if (IsSigned(type)) {
-        const std::int64_t highest = INT64_MAX >> (64 - BitsOf(type));
-        if (positive != nullptr ? *positive > static_cast<std::uint64_t>(highest)
-                                : negative == nullptr || *negative < -highest - 1) {
-            NotOfType(json, type, what);
-        }
-        value = SignedScalar(type, positive != nullptr ? static_cast<std::int64_t>(*positive) : *negative);
-    } else {
-        const auto *real = json.As<double>();
-        if (real == nullptr && positive == nullptr && negative == nullptr) NotOfType(json, type, what);
-        const double number = real != nullptr       ? *real
-                              : positive != nullptr ? static_cast<double>(*positive)
-                                                    : static_cast<double>(*negative);
-        if (type == CMPI_real32) {
-            if (std::fabs(number) > 3.4e38) NotOfType(json, type, what);
-            value.real32 = static_cast<CMPIReal32>(number);
-        } else {
-            value.real64 = number;
-        }
+        number = FlagOf(json, what);
+    } else if (const auto *positive = json.As<std::uint64_t>()) {
+        number = cim::NumberOfType(type, *positive);
+    } else if (const auto *negative = json.As<std::int64_t>()) {
+        number = cim::NumberOfType(type, *negative);
+    } else if (const auto *real = json.As<double>()) {
+        number = cim::NumberOfType(type, *real);
     }
-    return value;
+    if (!number) NotOfType(json, type, what);
+    return *number;
 }
 
 Value OfType(const Json &json, CMPIType type, const std::string &what) {
@@ -127,7 +43,7 @@ Value OfType(const Json &json, CMPIType type, const std::string &what) {
         if (text == nullptr) NotOfType(json, type, what);
         value.text = *text;
     } else {
-        value.scalar = ScalarOf(json, type, what);
+        value.number = NumberOfType(json, type, what);
     }
     return value;
 }
@@ -158,10 +74,9 @@ CMPIType TypeNamed(const Json &json, const std::string &what) {
     std::string name = TextOf(json, what);
     const bool array = name.size() > 2 && name.compare(name.size() - 2, 2, "[]") == 0;
     if (array) name.resize(name.size() - 2);
-    for (const TypeName &row : kTypes) {
-        if (row.name == name) return static_cast<CMPIType>(row.type | (array ? CMPI_ARRAY : 0));
-    }
-    throw Mistake(json.line, what + ": \"" + name + "\" is no CIM type");
+    const CMPIType type = cim::TypeNamed(name);
+    if (type == CMPI_null || type == CMPI_ref) throw Mistake(json.line, what + ": \"" + name + "\" is no CIM type");
+    return static_cast<CMPIType>(type | (array ? CMPI_ARRAY : 0));
 }
 
 Value TextValue(std::string text, CMPIType type) {
@@ -176,8 +91,11 @@ Value NumberValue(CMPIType type, std::uint64_t number) {
     Value value;
     value.type = type;
     value.null = false;
-    value.scalar =
-        IsSigned(type) ? SignedScalar(type, static_cast<std::int64_t>(number)) : UnsignedScalar(type, number);
+    if (type == CMPI_boolean) {
+        value.number = number != 0;
+    } else {
+        value.number = cim::NumberOfType(type, number).value_or(number);
+    }
     return value;
 }
 

@@ -1,6 +1,6 @@
 #include "cim/wbem/Types.h"
 
-#include "cim/broker/objects/Utf8.h"
+#include "cim/values/Text.h"
 #include "cim/wbem/Utf8.h"
 
 #include <charconv>
@@ -136,7 +136,7 @@ std::string TextOf(const Value &value) {
     if (const auto *number = value.As<std::int64_t>()) return std::to_string(*number);
     const auto *number = value.As<std::uint64_t>();
     if (number == nullptr) return {};
-    return value.type == CMPI_char16 ? Utf8Of(*number) : std::to_string(*number);
+    return value.type == CMPI_char16 ? Utf8Of(static_cast<char32_t>(*number)) : std::to_string(*number);
 }
 
 } // namespace cim::wbem

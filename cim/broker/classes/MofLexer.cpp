@@ -1,7 +1,7 @@
 #include "cim/broker/classes/MofLexer.h"
 
-#include "cim/broker/objects/Utf8.h"
 #include "cim/broker/objects/Value.h"
+#include "cim/values/Text.h"
 
 #include <algorithm>
 #include <charconv>

@@ -53,8 +53,6 @@ const NumberType *FindNumber(CMPIType type) {
     return nullptr;
 }
 
-bool IsReal(CMPIType type) { return type == CMPI_real32 || type == CMPI_real64; }
-
 // The type as plain values have it.
 CMPIType Plain(CMPIType type) {
     return ElementType(type) == CMPI_chars ? static_cast<CMPIType>((type & CMPI_ARRAY) | CMPI_string) : type;

@@ -3,6 +3,7 @@
 
 #include "cim/broker/Broker.h"
 #include "cim/broker/objects/Value.h"
+#include "cim/values/Types.h"
 
 #include <cmpift.h>
 
@@ -23,9 +24,6 @@ CMPIData ToCmpi(Core &core, const Value &value, bool fromUpcall = false);
 // Whether a CIMOM takes a value of `type`, as given by the provider, for a property that is declared as `declared`: any
 // width and sign of integer for an integer, any real for a real, else the same kind. Characters go unchecked.
 bool Fits(CMPIType declared, CMPIType type);
-
-inline bool IsInteger(CMPIType type) { return (type & 0xff80) == CMPI_UINT; }
-inline CMPIType ElementType(CMPIType type) { return static_cast<CMPIType>(type & ~CMPI_ARRAY); }
 
 inline CMPIData Blank(CMPIType type, CMPIValueState state) {
     CMPIData data = CMPIData(); // all of the union, which {} does not promise

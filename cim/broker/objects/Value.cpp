@@ -2,12 +2,9 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 namespace cim {
 namespace {
-
-char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 const NamedValue *Find(const std::vector<NamedValue> &values, std::string_view name) {
     const auto found =
@@ -80,17 +77,6 @@ bool operator==(const Value &a, const Value &b) {
                           });
     }
     return a.payload == b.payload;
-}
-
-bool SameLetters(std::string_view a, std::string_view b) {
-    if (std::memcmp(a.data(), b.data(), a.size()) == 0) return true;
-    return std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return Lower(x) == Lower(y); });
-}
-
-std::string LowerCase(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(), Lower);
-    return lower;
 }
 
 const Value *ObjectPath::Key(std::string_view name) const {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "cim/broker/classes/Name.h"
+#include "cim/values/Text.h"
 
 #include <cmpidt.h>
 
@@ -47,12 +48,6 @@ struct Value {
 
 bool operator==(const Value &a, const Value &b);
 inline bool operator!=(const Value &a, const Value &b) { return !(a == b); }
-
-// CIM names (namespaces, classes, properties, keys) compare without regard to case.
-bool SameLetters(std::string_view a, std::string_view b); // of one length
-inline bool SameName(std::string_view a, std::string_view b) { return a.size() == b.size() && SameLetters(a, b); }
-// ASCII letters alone, whatever the locale.
-std::string LowerCase(std::string_view text);
 
 struct NamedValue {
     Name name;
