@@ -2,9 +2,9 @@
 
 #include "cim/client/Http.h"
 #include "cim/client/Message.h"
+#include "cim/values/Types.h"
 #include "cim/wbem/Errors.h"
 #include "cim/wbem/Objects.h"
-#include "cim/wbem/Types.h"
 
 #include <fmt/format.h>
 
@@ -58,7 +58,7 @@ ClassDeclaration ReadClass(const pugi::xml_node &element) {
     for (const pugi::xml_node property : element.children()) {
         const std::string_view tag = property.name();
         if (tag != "PROPERTY" && tag != "PROPERTY.ARRAY") continue;
-        const CMPIType type = wbem::TypeNamed(property.attribute("TYPE").value());
+        const CMPIType type = TypeNamed(property.attribute("TYPE").value());
         PropertyDeclaration declared;
         declared.name = property.attribute("NAME").value();
         declared.type = static_cast<CMPIType>(type | (tag == "PROPERTY.ARRAY" ? CMPI_ARRAY : 0));

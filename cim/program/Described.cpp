@@ -1,6 +1,6 @@
 #include "cim/program/Described.h"
 
-#include "cim/wbem/Types.h"
+#include "cim/values/Types.h"
 
 #include <fmt/format.h>
 
@@ -57,7 +57,7 @@ std::string MofOf(const sim::Graph &graph) {
         mof += " {\n";
         for (const auto &[name, type] : classes.OwnProperties(id)) {
             if (classes.TypeOf(super, name) != CMPI_null) continue;
-            mof += fmt::format("    {} {}{};\n", wbem::TypeName(type), name, (type & CMPI_ARRAY) != 0 ? "[]" : "");
+            mof += fmt::format("    {} {}{};\n", TypeName(type), name, IsArray(type) ? "[]" : "");
         }
         mof += "};\n";
     }

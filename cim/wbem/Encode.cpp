@@ -1,7 +1,8 @@
 #include "cim/wbem/Encode.h"
 
+#include "cim/values/Types.h"
 #include "cim/wbem/Qualifiers.h"
-#include "cim/wbem/Types.h"
+#include "cim/wbem/ValueText.h"
 
 #include <algorithm>
 #include <map>

@@ -1,11 +1,11 @@
 #include "cim/wbem/Handle.h"
 
+#include "cim/values/Text.h"
 #include "cim/wbem/Document.h"
 #include "cim/wbem/Errors.h"
 #include "cim/wbem/Headers.h"
 #include "cim/wbem/Objects.h"
 #include "cim/wbem/Operations.h"
-#include "cim/wbem/Utf8.h"
 
 #include <algorithm>
 

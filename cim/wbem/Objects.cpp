@@ -1,7 +1,8 @@
 #include "cim/wbem/Objects.h"
 
+#include "cim/values/Types.h"
 #include "cim/wbem/Errors.h"
-#include "cim/wbem/Types.h"
+#include "cim/wbem/ValueText.h"
 
 namespace cim::wbem {
 

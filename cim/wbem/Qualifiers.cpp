@@ -1,6 +1,7 @@
 #include "cim/wbem/Qualifiers.h"
 
-#include "cim/wbem/Types.h"
+#include "cim/values/Types.h"
+#include "cim/wbem/ValueText.h"
 
 #include <algorithm>
 #include <string>

@@ -1,6 +1,6 @@
 #include "cim/wbem/XmlWriter.h"
 
-#include "cim/wbem/Utf8.h"
+#include "cim/values/Text.h"
 
 #include <array>
 

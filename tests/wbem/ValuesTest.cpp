@@ -1,6 +1,7 @@
 // Values as text and back, texts as XML, and what the numbers mean that are served.
+#include "cim/values/Types.h"
 #include "cim/wbem/Encode.h"
-#include "cim/wbem/Types.h"
+#include "cim/wbem/ValueText.h"
 #include "cim/wbem/XmlWriter.h"
 #include "tests/support/BuildTree.h"
 
