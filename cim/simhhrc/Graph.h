@@ -22,7 +22,7 @@ using cim::SameName;
 struct Value {
     CMPIType type = CMPI_null; // with CMPI_ARRAY for arrays; texts are CMPI_string
     bool null = true;
-    cim::Number number;          // numbers and booleans
+    cim::Numeric number;         // numbers and booleans
     std::string text;            // CMPI_string, CMPI_dateTime
     std::vector<Value> elements; // of an array
 };

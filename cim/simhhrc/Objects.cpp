@@ -33,7 +33,7 @@ Value KeyValue(const CMPIData &data) {
         value.type = CMPI_string;
         value.text = data.type == CMPI_string ? CharsOf(data.value.string) : data.value.chars;
     } else {
-        value.number = cim::ReadNumber(data.type, data.value).value_or(cim::Number());
+        value.number = cim::ReadNumber(data.type, data.value).value_or(cim::Numeric());
     }
     return value;
 }

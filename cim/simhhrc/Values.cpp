@@ -12,8 +12,8 @@ namespace {
     throw Mistake(json.line, what + " is no " + cim::DeclaredTypeName(type));
 }
 
-cim::Number NumberOfType(const Json &json, CMPIType type, const std::string &what) {
-    std::optional<cim::Number> number;
+cim::Numeric NumberOfType(const Json &json, CMPIType type, const std::string &what) {
+    std::optional<cim::Numeric> number;
     if (type == CMPI_boolean) {
         number = FlagOf(json, what);
     } else if (const auto *positive = json.As<std::uint64_t>()) {

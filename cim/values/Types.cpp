@@ -11,14 +11,14 @@ struct TypeRow {
     CMPIType type;
     const char *name;
     // The rest is null for types whose values are not numbers.
-    std::optional<Number> (*convert)(const Number &) = nullptr;
-    Number (*read)(const CMPIValue &) = nullptr;
-    bool (*write)(const Number &, CMPIValue &) = nullptr;
+    std::optional<Numeric> (*convert)(const Numeric &) = nullptr;
+    Numeric (*read)(const CMPIValue &) = nullptr;
+    bool (*write)(const Numeric &, CMPIValue &) = nullptr;
 };
 
 // The number as a `Held` that a `Member` can take.
-template <class Member, class Held> std::optional<Number> Convert(const Number &number) {
-    const auto convert = [](auto given) -> std::optional<Number> {
+template <class Member, class Held> std::optional<Numeric> Convert(const Numeric &number) {
+    const auto convert = [](auto given) -> std::optional<Numeric> {
         using Given = decltype(given);
         constexpr bool sameKind = std::is_same_v<Given, bool> == std::is_same_v<Held, bool>;
         if constexpr (!sameKind || (std::is_floating_point_v<Given> && !std::is_floating_point_v<Held>)) {
@@ -32,7 +32,7 @@ template <class Member, class Held> std::optional<Number> Convert(const Number &
                 const bool sameSign = std::is_same_v<Given, Held> || static_cast<std::int64_t>(given) >= 0;
                 fits = sameSign && static_cast<Held>(static_cast<Member>(held)) == held;
             }
-            return fits ? std::optional<Number>(held) : std::nullopt;
+            return fits ? std::optional<Numeric>(held) : std::nullopt;
         }
     };
     return std::visit(convert, number);
@@ -42,8 +42,8 @@ template <class Member, class Held> std::optional<Number> Convert(const Number &
 template <class Held, auto Place> constexpr TypeRow NumberRow(CMPIType type, const char *name) {
     using Member = std::remove_reference_t<decltype(std::declval<CMPIValue &>().*Place)>;
     return {type, name, Convert<Member, Held>,
-            [](const CMPIValue &value) { return Number(static_cast<Held>(value.*Place)); },
-            [](const Number &number, CMPIValue &value) {
+            [](const CMPIValue &value) { return Numeric(static_cast<Held>(value.*Place)); },
+            [](const Numeric &number, CMPIValue &value) {
                 const auto *held = std::get_if<Held>(&number);
                 if (held != nullptr) value.*Place = static_cast<Member>(*held);
                 return held != nullptr;
@@ -94,17 +94,17 @@ CMPIType TypeNamed(std::string_view name) {
     return CMPI_null;
 }
 
-std::optional<Number> NumberOfType(CMPIType type, const Number &number) {
+std::optional<Numeric> NumberOfType(CMPIType type, const Numeric &number) {
     const TypeRow *row = NumberRowOf(type);
     return row != nullptr ? row->convert(number) : std::nullopt;
 }
 
-std::optional<Number> ReadNumber(CMPIType type, const CMPIValue &value) {
+std::optional<Numeric> ReadNumber(CMPIType type, const CMPIValue &value) {
     const TypeRow *row = NumberRowOf(type);
     return row != nullptr ? std::optional(row->read(value)) : std::nullopt;
 }
 
-bool WriteNumber(CMPIType type, const Number &number, CMPIValue &value) {
+bool WriteNumber(CMPIType type, const Numeric &number, CMPIValue &value) {
     const TypeRow *row = NumberRowOf(type);
     return row != nullptr && row->write(number, value);
 }

@@ -24,15 +24,15 @@ std::string DeclaredTypeName(CMPIType type);
 CMPIType TypeNamed(std::string_view name);
 
 // A boolean, an integer (characters are unsigned ones) or a real, whatever its width.
-using Number = std::variant<bool, std::uint64_t, std::int64_t, double>;
+using Numeric = std::variant<bool, std::uint64_t, std::int64_t, double>;
 
 // The number as a value of the type: integers of either sign, and of a real's type too. None when the type has no such
 // value.
-std::optional<Number> NumberOfType(CMPIType type, const Number &number);
+std::optional<Numeric> NumberOfType(CMPIType type, const Numeric &number);
 
 // None for a type whose values are not numbers.
-std::optional<Number> ReadNumber(CMPIType type, const CMPIValue &value);
+std::optional<Numeric> ReadNumber(CMPIType type, const CMPIValue &value);
 // False when the number is not of the kind that the type's values are. Too wide a number is truncated.
-bool WriteNumber(CMPIType type, const Number &number, CMPIValue &value);
+bool WriteNumber(CMPIType type, const Numeric &number, CMPIValue &value);
 
 } // namespace cim

@@ -173,10 +173,10 @@ TEST(Record, EveryValueHasAFormInADescription) {
     }
     EXPECT_EQ(properties[0].value.text, "\xc3\x28");
     EXPECT_EQ(properties[1].value.text, "a \"b\" \\ \n\t\xe2\x82\xac");
-    EXPECT_EQ(properties[2].value.number, cim::Number(std::uint64_t{0xD800}));
-    EXPECT_EQ(properties[3].value.number, cim::Number(std::int64_t{INT64_MIN}));
-    EXPECT_EQ(properties[4].value.number, cim::Number(std::uint64_t{UINT64_MAX}));
-    EXPECT_EQ(properties[6].value.number, cim::Number(0.1));
+    EXPECT_EQ(properties[2].value.number, cim::Numeric(std::uint64_t{0xD800}));
+    EXPECT_EQ(properties[3].value.number, cim::Numeric(std::int64_t{INT64_MIN}));
+    EXPECT_EQ(properties[4].value.number, cim::Numeric(std::uint64_t{UINT64_MAX}));
+    EXPECT_EQ(properties[6].value.number, cim::Numeric(0.1));
     EXPECT_TRUE(properties[10].value.elements.at(1).null);
 }
 
