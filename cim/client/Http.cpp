@@ -51,13 +51,6 @@ std::string RequestUrl(const std::string &given) {
     return PartOf(url.get(), CURLUPART_URL);
 }
 
-std::string_view Trimmed(std::string_view text) {
-    constexpr std::string_view blanks = " \t\r\n";
-    const auto first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
 struct Response {
     std::string status;   // "401 Unauthorized"
     std::string cimError; // DSP0200's header for refusals

@@ -1,7 +1,6 @@
 #include "cim/wbem/Encode.h"
 
 #include "cim/values/Types.h"
-#include "cim/wbem/Qualifiers.h"
 #include "cim/wbem/ValueText.h"
 
 #include <algorithm>
@@ -89,6 +88,43 @@ CMPIType TypeShown(const Value &value, const PropertyDeclaration *declared) {
     const bool integers = IsInteger(declared->type) && IsInteger(value.type);
     if (!integers) return value.type;
     return value.IsNull() || ValueOf(declared->type, TextOf(value)) ? declared->type : value.type;
+}
+
+// As far as they are not what DSP0201 takes for granted.
+void AddFlavors(XmlWriter &xml, const QualifierDeclaration &declaration) {
+    if (!declaration.overridable) xml.Add({"OVERRIDABLE", "false"});
+    if (!declaration.toSubclass) xml.Add({"TOSUBCLASS", "false"});
+    if (declaration.translatable) xml.Add({"TRANSLATABLE", "true"});
+}
+
+void WriteValue(XmlWriter &xml, const Value &value) {
+    const auto *elements = value.As<Value::Elements>();
+    if (elements == nullptr) return xml.Leaf("VALUE", TextOf(value));
+    const Element array(xml, "VALUE.ARRAY");
+    for (const Value &each : *elements) WriteValue(xml, each);
+}
+
+void WriteScopes(XmlWriter &xml, std::string_view scopes) {
+    const Element scope(xml, "SCOPE");
+    while (!scopes.empty()) {
+        const std::string name(scopes.substr(0, scopes.find(' ')));
+        xml.Add({name.c_str(), "true"});
+        scopes.remove_prefix(std::min(name.size() + 1, scopes.size()));
+    }
+}
+
+// `inherited`: they stand at an element that is a superclass's itself.
+void WriteQualifiers(XmlWriter &xml, const Qualifiers &qualifiers, bool inherited, const Detail &detail) {
+    if (!detail.qualifiers || qualifiers == nullptr) return;
+    for (const Qualifier &each : *qualifiers) {
+        const bool propagated = inherited || each.propagated;
+        if (propagated && detail.localOnly) continue;
+        const QualifierDeclaration &declaration = *each.declaration;
+        const Element element(xml, "QUALIFIER", {{"NAME", declaration.name}, {"TYPE", TypeName(declaration.type)}});
+        if (propagated) xml.Add({"PROPAGATED", "true"});
+        AddFlavors(xml, declaration);
+        WriteValue(xml, each.value);
+    }
 }
 
 } // namespace
@@ -242,8 +278,7 @@ void InstanceWriter::MakeTags(Column &column, CMPIType type) const {
 void WriteClass(XmlWriter &xml, const ClassDeclaration &declaration, const Detail &detail) {
     const Element element(xml, "CLASS", {{"NAME", declaration.name}});
     if (!declaration.superclass.empty()) xml.Add({"SUPERCLASS", declaration.superclass});
-    const Shown shown = detail.localOnly ? Shown::Local : Shown::All;
-    if (detail.qualifiers) WriteQualifiers(xml, declaration.qualifiers, false, shown);
+    WriteQualifiers(xml, declaration.qualifiers, false, detail);
     for (const PropertyDeclaration &property : declaration.properties) {
         const bool own = SameName(property.originClass, declaration.name);
         if ((detail.localOnly && !own) || !IsShown(detail, property.name)) continue;
@@ -255,8 +290,17 @@ void WriteClass(XmlWriter &xml, const ClassDeclaration &declaration, const Detai
         }
         if (detail.classOrigin) xml.Add({"CLASSORIGIN", property.originClass});
         if (!own) xml.Add({"PROPAGATED", "true"});
-        if (detail.qualifiers) WriteQualifiers(xml, property.qualifiers, !own, shown);
+        WriteQualifiers(xml, property.qualifiers, !own, detail);
     }
+}
+
+void WriteQualifierDeclaration(XmlWriter &xml, const QualifierDeclaration &declaration) {
+    const Element element(xml, "QUALIFIER.DECLARATION",
+                          {{"NAME", declaration.name}, {"TYPE", TypeName(declaration.type)}});
+    if ((declaration.type & CMPI_ARRAY) != 0) xml.Add({"ISARRAY", "true"});
+    AddFlavors(xml, declaration);
+    WriteScopes(xml, declaration.scopes);
+    if (declaration.type == CMPI_boolean) xml.Leaf("VALUE", "FALSE");
 }
 
 } // namespace cim::wbem

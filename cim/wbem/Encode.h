@@ -1,7 +1,8 @@
-// Paths, instances and classes as DSP0201's elements.
+// Paths, instances, classes and qualifiers as DSP0201's elements.
 #pragma once
 
 #include "cim/broker/Broker.h"
+#include "cim/broker/classes/Qualifiers.h"
 #include "cim/wbem/XmlWriter.h"
 
 #include <string>
@@ -82,6 +83,9 @@ private:
     Detail detail;
     std::unordered_map<std::string, Table> byClass;
 };
+
+// QUALIFIER.DECLARATION
+void WriteQualifierDeclaration(XmlWriter &xml, const QualifierDeclaration &declaration);
 
 // CLASS
 void WriteClass(XmlWriter &xml, const ClassDeclaration &declaration, const Detail &detail);

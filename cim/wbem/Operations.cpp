@@ -4,7 +4,6 @@
 #include "cim/wbem/Encode.h"
 #include "cim/wbem/Errors.h"
 #include "cim/wbem/Interop.h"
-#include "cim/wbem/Qualifiers.h"
 #include "cim/wbem/ValueText.h"
 
 #include <algorithm>
@@ -273,7 +272,7 @@ const Method kMethods[] = {
 
 } // namespace
 
-void Run(Broker &broker, const IntrinsicCall &call, XmlWriter &xml) {
+void Run(Broker &broker, const MethodCall &call, XmlWriter &xml) {
     const auto method = std::find_if(std::begin(kMethods), std::end(kMethods),
                                      [&](const Method &each) { return SameName(each.name, call.method); });
     if (method == std::end(kMethods)) {

@@ -10,20 +10,13 @@ namespace cim::wbem {
 
 namespace {
 
-std::string_view Trimmed(std::string_view text) {
-    const char *kBlanks = " \t\r\n";
-    const std::size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
-
 template <class T, class... Base> bool Reads(std::string_view text, T &number, Base... base) {
     const char *end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number, base...);
     return error == std::errc() && stop == end;
 }
 
-std::optional<Number> IntegerOf(std::string_view text) {
+std::optional<Numeric> IntegerOf(std::string_view text) {
     const bool negative = text.substr(0, 1) == "-";
     if (negative || text.substr(0, 1) == "+") text.remove_prefix(1);
     const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
@@ -35,25 +28,25 @@ std::optional<Number> IntegerOf(std::string_view text) {
     return static_cast<std::int64_t>(0 - size);
 }
 
-std::optional<Number> RealOf(std::string_view text) {
+std::optional<Numeric> RealOf(std::string_view text) {
     if (text.substr(0, 1) == "+") text.remove_prefix(1);
     double number = 0;
-    return Reads(text, number) ? std::optional<Number>(number) : std::nullopt; // knows DSP0201's NaN and INF
+    return Reads(text, number) ? std::optional<Numeric>(number) : std::nullopt; // knows DSP0201's NaN and INF
 }
 
-std::optional<Number> CharacterOf(std::string_view text) {
+std::optional<Numeric> CharacterOf(std::string_view text) {
     if (text.empty()) return std::nullopt;
     const Character only = FirstCharacter(text);
-    return only.valid && only.bytes == text.size() ? std::optional<Number>(std::uint64_t{only.code}) : std::nullopt;
+    return only.valid && only.bytes == text.size() ? std::optional<Numeric>(std::uint64_t{only.code}) : std::nullopt;
 }
 
-std::optional<Number> NumberOf(CMPIType type, std::string_view text) {
+std::optional<Numeric> NumberOf(CMPIType type, std::string_view text) {
     if (type == CMPI_char16) return CharacterOf(text);
     text = Trimmed(text);
     if (IsInteger(type)) return IntegerOf(text);
     if (IsReal(type)) return RealOf(text);
     const bool truth = SameName(text, "true");
-    return type == CMPI_boolean && (truth || SameName(text, "false")) ? std::optional<Number>(truth) : std::nullopt;
+    return type == CMPI_boolean && (truth || SameName(text, "false")) ? std::optional<Numeric>(truth) : std::nullopt;
 }
 
 std::string TextOfReal(double number, bool isFloat) {
