@@ -14,10 +14,8 @@
 
 namespace cim::client {
 
-struct ClassName {
-    std::string name; // empty: the parameter is left out
-};
-using Parameter = std::pair<const char *, std::variant<bool, ClassName, ObjectPath>>;
+// A text names a class. Without one the parameter is left out.
+using Parameter = std::pair<const char *, std::variant<bool, std::string, ObjectPath>>;
 
 struct MethodCall {
     const char *method;

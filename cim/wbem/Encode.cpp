@@ -4,7 +4,6 @@
 #include "cim/wbem/ValueText.h"
 
 #include <algorithm>
-#include <map>
 
 namespace cim::wbem {
 
@@ -180,24 +179,15 @@ void InstanceWriter::Write(const Instance &instance) {
     Table &table = TableOf(instance.path->className);
     Place(table, instance.properties);
     xml.Ready(table.open);
-    std::size_t done = 0; // columns
-    const auto writeNulls = [&](std::size_t end) {
-        const std::size_t begin = table.nullsBegin[done];
-        if (instance.othersAreNull)
-            xml.Ready(std::string_view(table.nulls).substr(begin, table.nullsBegin[end] - begin));
-        done = end + 1;
-    };
-    for (const std::size_t index : table.order) {
-        const std::size_t place = table.places[index];
-        writeNulls(place);
-        Column &column = table.columns[place];
-        if (!column.shown) continue;
-        const Value &value = instance.properties[index].value;
-        const CMPIType type = TypeShown(value, column.declared);
+    for (std::size_t i = 0; i < table.columns.size(); ++i) {
+        Column &column = table.columns[i];
+        const Value *value = table.values[i];
+        const bool null = value == nullptr && instance.othersAreNull && column.declared != nullptr;
+        if (!column.shown || (value == nullptr && !null)) continue;
+        const CMPIType type = null ? column.declared->type : TypeShown(*value, column.declared);
         if (column.type != type) MakeTags(column, type);
-        WriteProperty(column, value);
+        null ? xml.Ready(column.null) : WriteProperty(column, *value);
     }
-    writeNulls(table.columns.size());
     xml.Close(kInstance);
 }
 
@@ -215,45 +205,40 @@ InstanceWriter::Table &InstanceWriter::TableOf(const std::string &className) {
     Table &table = known->second;
     if (!isNew) return table;
     table.open = OpenTag(kInstance, {{"CLASSNAME", className}});
-    table.nullsBegin = {0};
     if (const ClassDeclaration *declaration = classes.Find(className))
         for (const PropertyDeclaration &property : declaration->properties)
             AddColumn(table, property.name, &property, property.type);
     return table;
 }
 
-std::size_t InstanceWriter::AddColumn(Table &table, const Name &name, const PropertyDeclaration *declared,
-                                      CMPIType type) const {
+void InstanceWriter::AddColumn(Table &table, const Name &name, const PropertyDeclaration *declared,
+                               CMPIType type) const {
     Column &column = table.columns.emplace_back();
     column.name = name;
     column.declared = declared;
     column.shown = IsShown(detail, name);
     MakeTags(column, type);
-    if (column.shown && declared != nullptr) table.nulls.append(column.open).append(column.close);
-    table.nullsBegin.push_back(table.nulls.size());
-    return table.columns.size() - 1;
 }
 
 std::size_t InstanceWriter::ColumnOf(Table &table, const NamedValue &property) const {
     for (std::size_t i = 0; i < table.columns.size(); ++i)
         if (SameName(table.columns[i].name, property.name)) return i;
-    return AddColumn(table, property.name, nullptr, property.value.type);
+    AddColumn(table, property.name, nullptr, property.value.type);
+    return table.columns.size() - 1;
 }
 
+// Of two properties with one name the last counts.
 void InstanceWriter::Place(Table &table, const std::vector<NamedValue> &properties) const {
-    bool asBefore = table.places.size() == properties.size();
     table.places.resize(properties.size(), table.columns.size());
+    table.values.assign(table.columns.size(), nullptr);
     for (std::size_t i = 0; i < properties.size(); ++i) {
         std::size_t &place = table.places[i];
-        if (place < table.columns.size() && table.columns[place].name == properties[i].name) continue;
-        place = ColumnOf(table, properties[i]);
-        asBefore = false;
+        if (place >= table.columns.size() || !(table.columns[place].name == properties[i].name)) {
+            place = ColumnOf(table, properties[i]);
+            table.values.resize(table.columns.size(), nullptr);
+        }
+        table.values[place] = &properties[i].value;
     }
-    if (asBefore) return;
-    std::map<std::size_t, std::size_t> byPlace; // of two properties with one name the last
-    for (std::size_t i = 0; i < properties.size(); ++i) byPlace[table.places[i]] = i;
-    table.order.clear();
-    for (const auto &[place, index] : byPlace) table.order.push_back(index);
 }
 
 void InstanceWriter::MakeTags(Column &column, CMPIType type) const {
@@ -271,6 +256,7 @@ void InstanceWriter::MakeTags(Column &column, CMPIType type) const {
     column.type = type;
     column.open = open.Take();
     column.close = close.Take();
+    column.null = column.open + column.close;
     column.openValue = column.open + "<VALUE>";
     column.closeValue = "</VALUE>" + column.close;
 }
