@@ -12,6 +12,10 @@
 
 namespace cim::wbem {
 
+template <auto Free> struct FreeWith {
+    template <class T> void operator()(T *object) const { Free(object); }
+};
+
 namespace {
 
 std::string Line(std::ptrdiff_t number) { return "line " + std::to_string(number) + ": "; }
@@ -48,10 +52,6 @@ template <class T> T *Made(T *object) {
     if (object == nullptr) throw std::bad_alloc();
     return object;
 }
-
-template <auto Free> struct FreeWith {
-    template <class T> void operator()(T *object) const { Free(object); }
-};
 
 // Shared by all threads, for good. Validation would work content models out at their first use and write them down.
 xmlDtd *Grammar() {
