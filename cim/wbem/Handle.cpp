@@ -16,15 +16,16 @@ namespace {
 // Versions first: another version's document has another grammar.
 void RequireVersions(const pugi::xml_node &cim) {
     if (std::string_view(cim.name()) != "CIM") throw NotValid(std::string(cim.name()) + " where CIM belongs");
-    const auto refuse = [](const char *error, const char *what, const std::string &version) {
-        return Refusal(kNotImplemented, error, std::string(what) + " " + version + " is not supported");
+    const auto require = [](const pugi::xml_node &element, const char *attribute, const char *error,
+                            bool (*isKnown)(const std::string &)) {
+        const pugi::xml_attribute version = element.attribute(attribute);
+        if (!version || isKnown(version.value())) return;
+        throw Refusal(kNotImplemented, error, std::string(attribute) + " " + version.value() + " is not supported");
     };
-    const std::string cimVersion = cim.attribute("CIMVERSION").as_string("2.0");
-    if (cimVersion.rfind("2.", 0) != 0) throw refuse("unsupported-cim-version", "CIMVERSION", cimVersion);
-    const std::string dtdVersion = cim.attribute("DTDVERSION").as_string("2.0");
-    if (dtdVersion.rfind("2.", 0) != 0) throw refuse("unsupported-dtd-version", "DTDVERSION", dtdVersion);
-    const std::string protocol = cim.child("MESSAGE").attribute("PROTOCOLVERSION").as_string("1.0");
-    if (!IsProtocolVersion(protocol)) throw refuse("unsupported-protocol-version", "PROTOCOLVERSION", protocol);
+    const auto isTwo = [](const std::string &version) { return version.rfind("2.", 0) == 0; };
+    require(cim, "CIMVERSION", "unsupported-cim-version", isTwo);
+    require(cim, "DTDVERSION", "unsupported-dtd-version", isTwo);
+    require(cim.child("MESSAGE"), "PROTOCOLVERSION", "unsupported-protocol-version", IsProtocolVersion);
     if (cim.child("MESSAGE").child("MULTIREQ")) {
         throw Refusal(kNotImplemented, "multiple-requests-unsupported", "multiple requests are not supported");
     }
