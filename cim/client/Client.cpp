@@ -166,7 +166,7 @@ private:
             answer.value = read(reply.returned);
         } catch (const Failure &failure) {
             answer.status = fail(kNoAnswer, failure.what());
-        } catch (const std::runtime_error &mistake) { // the decoder's: a value that is none of its type
+        } catch (const std::runtime_error &mistake) { // the decoder's: a value that is not of its type
             answer.status = fail(kNoAnswer, std::string("answered XML that is no CIM answer: ") + mistake.what());
         }
         return answer;

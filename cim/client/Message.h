@@ -35,8 +35,8 @@ struct Reply {
     pugi::xml_document document;
 };
 
-// Takes what DSP0201 asks for and passes over what it does not know. Throws a Failure for a text that is no XML, or no
-// answer to a call of an intrinsic method.
+// Takes what DSP0201 asks for and passes over what it does not know. Throws a Failure for a text that is not XML, or
+// not an answer to a call of an intrinsic method.
 void ReadReply(std::string_view body, Reply *reply);
 
 } // namespace cim::client

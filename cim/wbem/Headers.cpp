@@ -114,7 +114,8 @@ CimHeaders ReadHeaders(const HttpRequest &request) {
     const auto find = [&](const char *name) { return FindHeader(request.headers, headers.prefix + name); };
 
     const std::string *operation = find("CIMOperation");
-    if (operation == nullptr) throw Refusal(kBadRequest, nullptr, "CIMOperation is missing: this is no CIM operation");
+    if (operation == nullptr)
+        throw Refusal(kBadRequest, nullptr, "CIMOperation is missing: this is not a CIM operation");
     if (!SameName(*operation, "MethodCall")) {
         throw Refusal(kBadRequest, "unsupported-operation", "CIMOperation " + *operation + " is not supported");
     }

@@ -14,7 +14,7 @@ bool HasNameSpace(const Broker &broker, std::string_view nameSpace);
 // The server's own that are instances of a class or its subclasses. None in any other namespace.
 std::vector<Instance> OwnInstances(const Broker &broker, std::string_view nameSpace, std::string_view className);
 
-// True for the two classes, whose instances nobody but the server has.
+// True for the two classes: all of their instances are the server's own.
 bool IsOwnClass(std::string_view nameSpace, std::string_view className);
 
 } // namespace cim::wbem

@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kMostKeys = 32; // looking for doubles takes time in proportion to the square
 
 Fault WrongValue(const char *what, const std::string &name, const std::string &text, CMPIType type) {
-    return InvalidParameter(std::string(what) + " " + name + ": \"" + text + "\" is no " + TypeName(type));
+    return InvalidParameter(std::string(what) + " " + name + ": \"" + text + "\" is not of type " + TypeName(type));
 }
 
 Value ReadText(const pugi::xml_node &element, CMPIType type, const char *what, const std::string &name) {
@@ -56,7 +56,7 @@ CMPIType DeclaredType(const pugi::xml_node &property) {
     const std::string name = property.attribute("TYPE").value();
     const CMPIType type = TypeNamed(name);
     if (type == CMPI_null)
-        throw NotValid(std::string(property.attribute("NAME").value()) + ": " + name + " is no type");
+        throw NotValid(std::string(property.attribute("NAME").value()) + ": " + name + " is not a type");
     return type;
 }
 

@@ -201,9 +201,9 @@ TEST(Address, OnlyLoopbackIsServed) {
         EXPECT_EQ(StartError(address, 0), "") << address;
     for (const char *address : {"0.0.0.0", "192.0.2.1", "::", "2001:db8::1", "::ffff:127.0.0.1"}) {
         EXPECT_EQ(StartError(address, 0), "only loopback addresses (127.0.0.1, ::1) can be served, and " +
-                                              std::string(address) + " is none: there is no authentication");
+                                              std::string(address) + " is not one: there is no authentication");
     }
-    EXPECT_EQ(StartError("example.org", 0), "example.org is no IP address");
+    EXPECT_EQ(StartError("example.org", 0), "example.org is not an IP address");
 }
 
 TEST_F(Serving, APortInUseIsToldSo) {

@@ -19,7 +19,6 @@
 #include <map>
 #include <optional>
 #include <regex>
-#include <sstream>
 #include <unistd.h>
 
 namespace cim::wbem {
