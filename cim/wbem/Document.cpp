@@ -7,6 +7,8 @@
 #include <libxml/valid.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstring>
 #include <new>
 #include <string>
 
@@ -18,10 +20,8 @@ template <auto Free> struct FreeWith {
 
 namespace {
 
-std::string Line(std::ptrdiff_t number) { return "line " + std::to_string(number) + ": "; }
-
 std::string LineAt(std::string_view text, std::ptrdiff_t offset) {
-    return Line(1 + std::count(text.begin(), text.begin() + offset, '\n'));
+    return "line " + std::to_string(1 + std::count(text.begin(), text.begin() + offset, '\n')) + ": ";
 }
 
 // What would keep libxml2 busy: it compares attributes with each other, and expands what a document declares.
@@ -75,17 +75,17 @@ xmlDtd *Grammar() {
 struct Document::Judged {
     std::unique_ptr<xmlParserCtxt, FreeWith<xmlFreeParserCtxt>> parser{Made(xmlNewParserCtxt())};
     std::unique_ptr<xmlDoc, FreeWith<xmlFreeDoc>> tree;
-    std::string mistake; // the first one
+    char mistake[512] = ""; // the first one; without a string, which could throw through libxml2
 
     Judged() {
         parser->_private = this;
         parser->sax->serror = [](void *context, auto *error) {
-            std::string &first = static_cast<Judged *>(static_cast<xmlParserCtxt *>(context)->_private)->mistake;
-            if (!first.empty() || error->level == XML_ERR_WARNING || error->code == XML_DTD_UNKNOWN_ATTRIBUTE) return;
+            auto &first = static_cast<Judged *>(static_cast<xmlParserCtxt *>(context)->_private)->mistake;
+            if (*first != '\0' || error->message == nullptr) return;
+            if (error->level == XML_ERR_WARNING || error->code == XML_DTD_UNKNOWN_ATTRIBUTE) return;
             const auto *node = static_cast<xmlNode *>(error->node); // of validation, which does not tell the line
-            const std::string_view message = error->message;
-            first = Line(node != nullptr ? xmlGetLineNo(node) : error->line);
-            first += message.substr(0, message.find('\n'));
+            std::snprintf(first, sizeof first, "line %ld: %.*s", node != nullptr ? xmlGetLineNo(node) : error->line,
+                          static_cast<int>(std::strcspn(error->message, "\n")), error->message);
         };
     }
 };
@@ -103,7 +103,7 @@ Document::Document(std::string_view body) {
     judged = std::make_unique<Judged>();
     judged->tree.reset(xmlCtxtReadMemory(judged->parser.get(), body.data(), static_cast<int>(body.size()), nullptr,
                                          nullptr, XML_PARSE_NONET));
-    if (!judged->mistake.empty()) throw NotWellFormed(judged->mistake);
+    if (*judged->mistake != '\0') throw NotWellFormed(judged->mistake);
     const auto *encoding = reinterpret_cast<const char *>(Made(judged->tree.get())->encoding);
     if (encoding != nullptr && !SameName(encoding, "utf-8") && !SameName(encoding, "us-ascii")) {
         throw NotWellFormed(std::string("the encoding is ") + encoding + "; only UTF-8 is understood");
@@ -114,7 +114,7 @@ Document::~Document() = default;
 
 void Document::RequireValid() const {
     xmlValidateDtd(&judged->parser->vctxt, judged->tree.get(), Grammar());
-    if (!judged->mistake.empty()) throw NotValid(judged->mistake);
+    if (*judged->mistake != '\0') throw NotValid(judged->mistake);
 }
 
 } // namespace cim::wbem
