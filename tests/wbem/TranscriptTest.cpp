@@ -205,10 +205,15 @@ TEST(Handling, AnswersLeaveNothingBehind) {
         }
         return HeapInUse();
     };
-    constexpr int kRounds = 200;
+    constexpr int kRounds = 100;
     constexpr std::size_t kSmallestBlock = 24;
-    const std::size_t before = askAll(20);
-    EXPECT_LT(askAll(kRounds), before + kRounds * kSmallestBlock) << "a block is left with each of some answers";
+    std::size_t before = askAll(20), least = SIZE_MAX; // the heap's own stores fill up at first, leaks go on
+    for (int times = 0; times < 3; ++times) {
+        const std::size_t now = askAll(kRounds);
+        least = std::min(least, now - std::min(now, before));
+        before = now;
+    }
+    EXPECT_LT(least, kRounds * kSmallestBlock) << "a block is left with each of some answers";
     EXPECT_EQ(broker->Live().lent, 0u);
     EXPECT_EQ(broker->Live().clones, 0u);
 }
