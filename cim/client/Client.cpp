@@ -2,9 +2,9 @@
 
 #include "cim/client/Http.h"
 #include "cim/client/Message.h"
+#include "cim/values/Types.h"
 #include "cim/wbem/Errors.h"
 #include "cim/wbem/Objects.h"
-#include "cim/wbem/Types.h"
 
 #include <fmt/format.h>
 
@@ -45,10 +45,25 @@ std::string TextOf(const CimError &error) {
     return text;
 }
 
-Instance ReadInstanceIn(const pugi::xml_node &parent, ObjectPath path) {
+ObjectPath PathIn(const pugi::xml_node &parent, const std::string &nameSpace) {
+    return wbem::ReadPath(wbem::FirstElement(parent), nameSpace, kNoClasses);
+}
+
+Instance InstanceIn(const pugi::xml_node &parent, ObjectPath path) {
     Instance instance = wbem::ReadInstance(parent.child("INSTANCE"), path.nameSpace, kNoClasses);
     instance.path = std::move(path);
     return instance;
+}
+
+// Reads elements of that name, each with a path and an instance.
+auto InstancesIn(const char *element, const std::string &nameSpace) {
+    return [element, &nameSpace](const pugi::xml_node &returned) {
+        std::vector<Instance> instances;
+        for (const pugi::xml_node each : returned.children(element)) {
+            instances.push_back(InstanceIn(each, PathIn(each, nameSpace)));
+        }
+        return instances;
+    };
 }
 
 ClassDeclaration ReadClass(const pugi::xml_node &element) {
@@ -58,7 +73,7 @@ ClassDeclaration ReadClass(const pugi::xml_node &element) {
     for (const pugi::xml_node property : element.children()) {
         const std::string_view tag = property.name();
         if (tag != "PROPERTY" && tag != "PROPERTY.ARRAY") continue;
-        const CMPIType type = wbem::TypeNamed(property.attribute("TYPE").value());
+        const CMPIType type = TypeNamed(property.attribute("TYPE").value());
         PropertyDeclaration declared;
         declared.name = property.attribute("NAME").value();
         declared.type = static_cast<CMPIType>(type | (tag == "PROPERTY.ARRAY" ? CMPI_ARRAY : 0));
@@ -73,20 +88,11 @@ public:
 
     Answer<std::vector<Instance>> EnumerateInstances(const std::string &nameSpace,
                                                      const std::string &className) override {
-        const MethodCall call{"EnumerateInstances",
-                              nameSpace,
-                              {{"ClassName", ClassName{className}},
-                               {"LocalOnly", false},
-                               {"DeepInheritance", true},
-                               {"IncludeQualifiers", false}}};
-        return Ask(call, className, [&](const pugi::xml_node &returned) {
-            std::vector<Instance> instances;
-            for (const pugi::xml_node each : returned.children("VALUE.NAMEDINSTANCE")) {
-                instances.push_back(
-                    ReadInstanceIn(each, wbem::ReadInstanceName(each.child("INSTANCENAME"), nameSpace, kNoClasses)));
-            }
-            return instances;
-        });
+        const MethodCall call{
+            "EnumerateInstances",
+            nameSpace,
+            {{"ClassName", className}, {"LocalOnly", false}, {"DeepInheritance", true}, {"IncludeQualifiers", false}}};
+        return Ask(call, className, InstancesIn("VALUE.NAMEDINSTANCE", nameSpace));
     }
 
     Answer<Instance> GetInstance(const ObjectPath &path) override {
@@ -95,20 +101,14 @@ public:
                               {{"InstanceName", path}, {"LocalOnly", false}, {"IncludeQualifiers", false}}};
         return Ask(call, path.className, [&](const pugi::xml_node &returned) {
             if (!returned.child("INSTANCE")) throw Failure("answered no instance");
-            return ReadInstanceIn(returned, path);
+            return InstanceIn(returned, path);
         });
     }
 
     Answer<std::vector<Instance>> Associators(const ObjectPath &source, const std::string &associationClass,
                                               const std::string &resultClass) override {
         return Ask(AssociationCall("Associators", source, associationClass, resultClass), associationClass,
-                   [&](const pugi::xml_node &returned) {
-                       std::vector<Instance> instances;
-                       for (const pugi::xml_node each : returned.children("VALUE.OBJECTWITHPATH")) {
-                           instances.push_back(ReadInstanceIn(each, PathIn(each, source.nameSpace)));
-                       }
-                       return instances;
-                   });
+                   InstancesIn("VALUE.OBJECTWITHPATH", source.nameSpace));
     }
 
     Answer<std::vector<ObjectPath>> AssociatorNames(const ObjectPath &source, const std::string &associationClass,
@@ -124,9 +124,8 @@ public:
     }
 
     Answer<ClassDeclaration> GetClass(const std::string &nameSpace, const std::string &className) override {
-        const MethodCall call{"GetClass",
-                              nameSpace,
-                              {{"ClassName", ClassName{className}}, {"LocalOnly", true}, {"IncludeQualifiers", false}}};
+        const MethodCall call{
+            "GetClass", nameSpace, {{"ClassName", className}, {"LocalOnly", true}, {"IncludeQualifiers", false}}};
         return Ask(call, className, [&](const pugi::xml_node &returned) {
             if (!returned.child("CLASS")) throw Failure("answered no class");
             return ReadClass(returned.child("CLASS"));
@@ -138,13 +137,7 @@ private:
                                       const std::string &resultClass) {
         return {method,
                 source.nameSpace,
-                {{"ObjectName", source},
-                 {"AssocClass", ClassName{associationClass}},
-                 {"ResultClass", ClassName{resultClass}}}};
-    }
-
-    static ObjectPath PathIn(const pugi::xml_node &parent, const std::string &nameSpace) {
-        return wbem::ReadPath(wbem::FirstElement(parent), nameSpace, kNoClasses);
+                {{"ObjectName", source}, {"AssocClass", associationClass}, {"ResultClass", resultClass}}};
     }
 
     // `about` names the class concerned in what goes wrong.
@@ -173,7 +166,7 @@ private:
             answer.value = read(reply.returned);
         } catch (const Failure &failure) {
             answer.status = fail(kNoAnswer, failure.what());
-        } catch (const std::runtime_error &mistake) { // the decoder's: a value that is none of its type
+        } catch (const std::runtime_error &mistake) { // the decoder's: a value that is not of its type
             answer.status = fail(kNoAnswer, std::string("answered XML that is no CIM answer: ") + mistake.what());
         }
         return answer;
@@ -187,10 +180,7 @@ private:
 
 std::unique_ptr<Connection> Connect(const ClientOptions &options, std::string *error) {
     try {
-        const auto http = std::make_shared<Http>(options);
-        return ConnectThrough(
-            [http](const HeaderFields &headers, const std::string &body) { return http->Post(headers, body); },
-            options.url);
+        return ConnectThrough(OverHttp(options), options.url);
     } catch (const Failure &failure) {
         *error = failure.what();
         return nullptr;

@@ -22,7 +22,7 @@ struct ClientOptions {
 
 // Does not ask the server anything yet. The user and the password are the environment's QUARNEL_USER and
 // QUARNEL_PASSWORD, else what ~/.netrc has for the host; a server that wants none gets none. Null, with a sentence in
-// `error`, when the URL is none of that form. What is returned is for one thread at a time.
+// `error`, when the URL is not of that form. What is returned is for one thread at a time.
 std::unique_ptr<Connection> Connect(const ClientOptions &options, std::string *error);
 
 // The same over another way to the server: `post` takes a request's headers and body to it and brings its answer's

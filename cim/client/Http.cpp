@@ -51,13 +51,6 @@ std::string RequestUrl(const std::string &given) {
     return PartOf(url.get(), CURLUPART_URL);
 }
 
-std::string_view Trimmed(std::string_view text) {
-    constexpr std::string_view blanks = " \t\r\n";
-    const auto first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
 struct Response {
     std::string status;   // "401 Unauthorized"
     std::string cimError; // DSP0200's header for refusals
@@ -103,9 +96,7 @@ std::string Seconds(std::chrono::milliseconds time) {
     return fmt::format("{} s", static_cast<double>(time.count()) / 1000);
 }
 
-} // namespace
-
-struct Http::Impl {
+struct Http {
     using Clock = std::chrono::steady_clock;
 
     ClientOptions options;
@@ -124,6 +115,7 @@ struct Http::Impl {
     }
 
     void SetUp(const std::string &url);
+    std::string Post(const HeaderFields &headers, const std::string &body);
     void LimitTime();
     void SetUpCredentials();
     void SettleAuthentication();
@@ -131,7 +123,7 @@ struct Http::Impl {
     [[noreturn]] void Refused(long status) const;
 };
 
-void Http::Impl::SetUp(const std::string &url) {
+void Http::SetUp(const std::string &url) {
     Set(CURLOPT_URL, url.c_str());
     Set(CURLOPT_PROTOCOLS_STR, "http,https");
     Set(CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
@@ -150,7 +142,7 @@ void Http::Impl::SetUp(const std::string &url) {
 }
 
 // Of the next answer. 0 would be without a limit.
-void Http::Impl::LimitTime() {
+void Http::LimitTime() {
     auto limit = options.timeout;
     if (options.total) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
@@ -160,7 +152,7 @@ void Http::Impl::LimitTime() {
     Set(CURLOPT_TIMEOUT_MS, static_cast<long>(limit.count()));
 }
 
-void Http::Impl::SetUpCredentials() {
+void Http::SetUpCredentials() {
     Set(CURLOPT_NETRC, long{CURL_NETRC_OPTIONAL});
     // The safest of what the server offers; nothing is sent before it has said what that is.
     Set(CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_BASIC | CURLAUTH_DIGEST));
@@ -169,7 +161,7 @@ void Http::Impl::SetUpCredentials() {
 }
 
 // What the server has asked for once it need not ask for again.
-void Http::Impl::SettleAuthentication() {
+void Http::SettleAuthentication() {
     const long offered = Info<long>(CURLINFO_HTTPAUTH_AVAIL);
     for (const unsigned long method : {CURLAUTH_DIGEST, CURLAUTH_BASIC}) {
         if ((static_cast<unsigned long>(offered) & method) == 0) continue;
@@ -178,7 +170,7 @@ void Http::Impl::SettleAuthentication() {
     }
 }
 
-void Http::Impl::FailToConnect(CURLcode code) const {
+void Http::FailToConnect(CURLcode code) const {
     const std::string reason = Reason(*details != '\0' ? details : curl_easy_strerror(code));
     switch (code) {
     case CURLE_COULDNT_RESOLVE_HOST:
@@ -210,7 +202,7 @@ void Http::Impl::FailToConnect(CURLcode code) const {
     }
 }
 
-void Http::Impl::Refused(long status) const {
+void Http::Refused(long status) const {
     std::string text = "answered " + reply.status;
     if (status == 401) {
         throw Failure(text + ": check the user and the password in QUARNEL_USER and QUARNEL_PASSWORD, or in ~/.netrc");
@@ -229,18 +221,6 @@ void Http::Impl::Refused(long status) const {
     throw Failure(text);
 }
 
-Http::Http(const ClientOptions &options) : impl(std::make_unique<Impl>()) {
-    static const CURLcode started = curl_global_init(CURL_GLOBAL_DEFAULT);
-    const std::string url = RequestUrl(options.url);
-    impl->options = options;
-    if (options.total) impl->deadline = Impl::Clock::now() + *options.total;
-    impl->curl.reset(started == CURLE_OK ? curl_easy_init() : nullptr);
-    if (impl->curl == nullptr) throw std::bad_alloc();
-    impl->SetUp(url);
-}
-
-Http::~Http() = default;
-
 std::string Http::Post(const HeaderFields &headers, const std::string &body) {
     CurlList list;
     for (const auto &[name, value] : headers) {
@@ -249,19 +229,33 @@ std::string Http::Post(const HeaderFields &headers, const std::string &body) {
         (void)list.release();
         list.reset(longer);
     }
-    impl->Set(CURLOPT_HTTPHEADER, list.get());
-    impl->Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
-    impl->Set(CURLOPT_POSTFIELDS, body.data());
-    impl->reply = {};
-    *impl->details = '\0';
-    impl->LimitTime();
-    const CURLcode code = curl_easy_perform(impl->curl.get());
-    impl->Set(CURLOPT_HTTPHEADER, static_cast<curl_slist *>(nullptr));
-    if (code != CURLE_OK) impl->FailToConnect(code);
-    impl->SettleAuthentication();
-    const long status = impl->Info<long>(CURLINFO_RESPONSE_CODE);
-    if (status != 200) impl->Refused(status);
-    return std::move(impl->reply.body);
+    Set(CURLOPT_HTTPHEADER, list.get());
+    Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+    Set(CURLOPT_POSTFIELDS, body.data());
+    reply = {};
+    *details = '\0';
+    LimitTime();
+    const CURLcode code = curl_easy_perform(curl.get());
+    Set(CURLOPT_HTTPHEADER, static_cast<curl_slist *>(nullptr));
+    if (code != CURLE_OK) FailToConnect(code);
+    SettleAuthentication();
+    const long status = Info<long>(CURLINFO_RESPONSE_CODE);
+    if (status != 200) Refused(status);
+    return std::move(reply.body);
+}
+
+} // namespace
+
+Post OverHttp(const ClientOptions &options) {
+    static const CURLcode started = curl_global_init(CURL_GLOBAL_DEFAULT);
+    const std::string url = RequestUrl(options.url);
+    const auto http = std::make_shared<Http>();
+    http->options = options;
+    if (options.total) http->deadline = Http::Clock::now() + *options.total;
+    http->curl.reset(started == CURLE_OK ? curl_easy_init() : nullptr);
+    if (http->curl == nullptr) throw std::bad_alloc();
+    http->SetUp(url);
+    return [http](const HeaderFields &headers, const std::string &body) { return http->Post(headers, body); };
 }
 
 } // namespace cim::client

@@ -19,14 +19,9 @@ constexpr int kDeepest = 64; // references within keys of references are read by
 struct WriteArgument {
     XmlWriter &xml;
     void operator()(bool value) const { xml.Leaf("VALUE", value ? "TRUE" : "FALSE"); }
-    void operator()(const ClassName &value) const { xml.Leaf("CLASSNAME", {}, {{"NAME", value.name}}); }
+    void operator()(const std::string &value) const { xml.Leaf("CLASSNAME", {}, {{"NAME", value}}); }
     void operator()(const ObjectPath &value) const { wbem::WriteInstanceName(xml, value); }
 };
-
-bool LeftOut(const Parameter &parameter) {
-    const auto *name = std::get_if<ClassName>(&parameter.second);
-    return name != nullptr && name->name.empty();
-}
 
 struct DepthCheck : pugi::xml_tree_walker {
     bool for_each(pugi::xml_node &) override { return depth() < kDeepest; }
@@ -59,7 +54,8 @@ std::string TextOf(const MethodCall &call) {
         const Element method(xml, "IMETHODCALL", {{"NAME", call.method}});
         wbem::WriteNameSpace(xml, call.nameSpace);
         for (const Parameter &parameter : call.parameters) {
-            if (LeftOut(parameter)) continue;
+            const auto *className = std::get_if<std::string>(&parameter.second);
+            if (className != nullptr && className->empty()) continue;
             const Element element(xml, "IPARAMVALUE", {{"NAME", parameter.first}});
             std::visit(WriteArgument{xml}, parameter.second);
         }

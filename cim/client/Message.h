@@ -14,10 +14,8 @@
 
 namespace cim::client {
 
-struct ClassName {
-    std::string name; // empty: the parameter is left out
-};
-using Parameter = std::pair<const char *, std::variant<bool, ClassName, ObjectPath>>;
+// A text names a class. Without one the parameter is left out.
+using Parameter = std::pair<const char *, std::variant<bool, std::string, ObjectPath>>;
 
 struct MethodCall {
     const char *method;
@@ -37,8 +35,8 @@ struct Reply {
     pugi::xml_document document;
 };
 
-// Takes what DSP0201 asks for and passes over what it does not know. Throws a Failure for a text that is no XML, or no
-// answer to a call of an intrinsic method.
+// Takes what DSP0201 asks for and passes over what it does not know. Throws a Failure for a text that is not XML, or
+// not an answer to a call of an intrinsic method.
 void ReadReply(std::string_view body, Reply *reply);
 
 } // namespace cim::client

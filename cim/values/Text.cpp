@@ -35,6 +35,13 @@ std::string LowerCase(std::string_view text) {
     return lower;
 }
 
+std::string_view Trimmed(std::string_view text) {
+    constexpr std::string_view kBlanks = " \t\r\n";
+    const std::size_t first = text.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
 Character FirstCharacter(std::string_view text) {
     const auto first = static_cast<unsigned char>(text[0]);
     for (const Form &form : kForms) {

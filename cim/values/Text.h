@@ -12,6 +12,8 @@ bool SameLetters(std::string_view a, std::string_view b); // of one length
 inline bool SameName(std::string_view a, std::string_view b) { return a.size() == b.size() && SameLetters(a, b); }
 // ASCII letters alone, whatever the locale.
 std::string LowerCase(std::string_view text);
+// Without blanks and line ends around it.
+std::string_view Trimmed(std::string_view text);
 
 constexpr char32_t kReplacement = 0xFFFD; // in place of what is not a character
 constexpr char kReplacementText[] = "\xEF\xBF\xBD";

@@ -5,43 +5,33 @@
 
 #include <pugixml.hpp>
 
-#include <map>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
 
 namespace cim::wbem {
 
-// ObjectName: an instance's. Classes have no associations in this server.
-enum class Kind { Boolean, Text, Names, ClassName, InstanceName, ObjectName, Instance, NamedInstance };
+// Those of all methods. Texts are empty, and others have no value, where a call leaves them out or null.
+struct Arguments {
+    std::string className, associationClass, resultClass, role, resultRole, qualifierName;
+    std::optional<bool> localOnly, deepInheritance, qualifiers, classOrigin;
+    std::optional<std::vector<std::string>> properties;
+    std::optional<ObjectPath> path;
+};
 
 struct Parameter {
     const char *name;
-    Kind kind;
+    const char *element; // that its values are
+    std::variant<std::string Arguments::*, std::optional<bool> Arguments::*,
+                 std::optional<std::vector<std::string>> Arguments::*, std::optional<ObjectPath> Arguments::*>
+        place;
     bool required = false;
 };
 
-using Argument = std::variant<std::monostate, bool, std::string, std::vector<std::string>, ObjectPath, Instance>;
-
-class Arguments {
-public:
-    // Reads the IPARAMVALUE elements of a call. Throws a Fault for a parameter that the method does not have, that is
-    // there twice, that is required and missing or null, or whose value is of another kind.
-    Arguments(const pugi::xml_node &call, const std::vector<Parameter> &parameters, const std::string &nameSpace,
-              const ClassTree &classes);
-
-    // Of optional parameters: what stands for one that is missing or null.
-    bool Boolean(const char *name, bool otherwise) const;
-    const std::string &Text(const char *name) const; // empty
-    PropertyList Names(const char *name) const;      // null
-    // Of required ones.
-    const ObjectPath &Path(const char *name) const;
-    const Instance &Object(const char *name) const;
-
-private:
-    template <class T> const T *Find(const char *name) const;
-
-    std::map<std::string, Argument> byName; // the table's spelling
-};
+// Reads the IPARAMVALUE elements of a call. Throws a Fault for a parameter that the method does not have, that is there
+// twice, that is required and missing or null, or whose value is of another kind.
+Arguments ReadArguments(const pugi::xml_node &call, const std::vector<Parameter> &parameters,
+                        const std::string &nameSpace, const ClassTree &classes);
 
 } // namespace cim::wbem

@@ -1,10 +1,9 @@
 #include "cim/wbem/Encode.h"
 
-#include "cim/wbem/Qualifiers.h"
-#include "cim/wbem/Types.h"
+#include "cim/values/Types.h"
+#include "cim/wbem/ValueText.h"
 
 #include <algorithm>
-#include <map>
 
 namespace cim::wbem {
 
@@ -90,6 +89,43 @@ CMPIType TypeShown(const Value &value, const PropertyDeclaration *declared) {
     return value.IsNull() || ValueOf(declared->type, TextOf(value)) ? declared->type : value.type;
 }
 
+// As far as they are not what DSP0201 takes for granted.
+void AddFlavors(XmlWriter &xml, const QualifierDeclaration &declaration) {
+    if (!declaration.overridable) xml.Add({"OVERRIDABLE", "false"});
+    if (!declaration.toSubclass) xml.Add({"TOSUBCLASS", "false"});
+    if (declaration.translatable) xml.Add({"TRANSLATABLE", "true"});
+}
+
+void WriteValue(XmlWriter &xml, const Value &value) {
+    const auto *elements = value.As<Value::Elements>();
+    if (elements == nullptr) return xml.Leaf("VALUE", TextOf(value));
+    const Element array(xml, "VALUE.ARRAY");
+    for (const Value &each : *elements) WriteValue(xml, each);
+}
+
+void WriteScopes(XmlWriter &xml, std::string_view scopes) {
+    const Element scope(xml, "SCOPE");
+    while (!scopes.empty()) {
+        const std::string name(scopes.substr(0, scopes.find(' ')));
+        xml.Add({name.c_str(), "true"});
+        scopes.remove_prefix(std::min(name.size() + 1, scopes.size()));
+    }
+}
+
+// `inherited`: they stand at an element that is a superclass's itself.
+void WriteQualifiers(XmlWriter &xml, const Qualifiers &qualifiers, bool inherited, const Detail &detail) {
+    if (!detail.qualifiers || qualifiers == nullptr) return;
+    for (const Qualifier &each : *qualifiers) {
+        const bool propagated = inherited || each.propagated;
+        if (propagated && detail.localOnly) continue;
+        const QualifierDeclaration &declaration = *each.declaration;
+        const Element element(xml, "QUALIFIER", {{"NAME", declaration.name}, {"TYPE", TypeName(declaration.type)}});
+        if (propagated) xml.Add({"PROPAGATED", "true"});
+        AddFlavors(xml, declaration);
+        WriteValue(xml, each.value);
+    }
+}
+
 } // namespace
 
 void WriteNameSpace(XmlWriter &xml, const std::string &nameSpace) {
@@ -143,24 +179,15 @@ void InstanceWriter::Write(const Instance &instance) {
     Table &table = TableOf(instance.path->className);
     Place(table, instance.properties);
     xml.Ready(table.open);
-    std::size_t done = 0; // columns
-    const auto writeNulls = [&](std::size_t end) {
-        const std::size_t begin = table.nullsBegin[done];
-        if (instance.othersAreNull)
-            xml.Ready(std::string_view(table.nulls).substr(begin, table.nullsBegin[end] - begin));
-        done = end + 1;
-    };
-    for (const std::size_t index : table.order) {
-        const std::size_t place = table.places[index];
-        writeNulls(place);
-        Column &column = table.columns[place];
-        if (!column.shown) continue;
-        const Value &value = instance.properties[index].value;
-        const CMPIType type = TypeShown(value, column.declared);
+    for (std::size_t i = 0; i < table.columns.size(); ++i) {
+        Column &column = table.columns[i];
+        const Value *value = table.values[i];
+        const bool null = value == nullptr && instance.othersAreNull && column.declared != nullptr;
+        if (!column.shown || (value == nullptr && !null)) continue;
+        const CMPIType type = null ? column.declared->type : TypeShown(*value, column.declared);
         if (column.type != type) MakeTags(column, type);
-        WriteProperty(column, value);
+        null ? xml.Ready(column.null) : WriteProperty(column, *value);
     }
-    writeNulls(table.columns.size());
     xml.Close(kInstance);
 }
 
@@ -178,45 +205,40 @@ InstanceWriter::Table &InstanceWriter::TableOf(const std::string &className) {
     Table &table = known->second;
     if (!isNew) return table;
     table.open = OpenTag(kInstance, {{"CLASSNAME", className}});
-    table.nullsBegin = {0};
     if (const ClassDeclaration *declaration = classes.Find(className))
         for (const PropertyDeclaration &property : declaration->properties)
             AddColumn(table, property.name, &property, property.type);
     return table;
 }
 
-std::size_t InstanceWriter::AddColumn(Table &table, const Name &name, const PropertyDeclaration *declared,
-                                      CMPIType type) const {
+void InstanceWriter::AddColumn(Table &table, const Name &name, const PropertyDeclaration *declared,
+                               CMPIType type) const {
     Column &column = table.columns.emplace_back();
     column.name = name;
     column.declared = declared;
     column.shown = IsShown(detail, name);
     MakeTags(column, type);
-    if (column.shown && declared != nullptr) table.nulls.append(column.open).append(column.close);
-    table.nullsBegin.push_back(table.nulls.size());
-    return table.columns.size() - 1;
 }
 
 std::size_t InstanceWriter::ColumnOf(Table &table, const NamedValue &property) const {
     for (std::size_t i = 0; i < table.columns.size(); ++i)
         if (SameName(table.columns[i].name, property.name)) return i;
-    return AddColumn(table, property.name, nullptr, property.value.type);
+    AddColumn(table, property.name, nullptr, property.value.type);
+    return table.columns.size() - 1;
 }
 
+// Of two properties with one name the last counts.
 void InstanceWriter::Place(Table &table, const std::vector<NamedValue> &properties) const {
-    bool asBefore = table.places.size() == properties.size();
     table.places.resize(properties.size(), table.columns.size());
+    table.values.assign(table.columns.size(), nullptr);
     for (std::size_t i = 0; i < properties.size(); ++i) {
         std::size_t &place = table.places[i];
-        if (place < table.columns.size() && table.columns[place].name == properties[i].name) continue;
-        place = ColumnOf(table, properties[i]);
-        asBefore = false;
+        if (place >= table.columns.size() || !(table.columns[place].name == properties[i].name)) {
+            place = ColumnOf(table, properties[i]);
+            table.values.resize(table.columns.size(), nullptr);
+        }
+        table.values[place] = &properties[i].value;
     }
-    if (asBefore) return;
-    std::map<std::size_t, std::size_t> byPlace; // of two properties with one name the last
-    for (std::size_t i = 0; i < properties.size(); ++i) byPlace[table.places[i]] = i;
-    table.order.clear();
-    for (const auto &[place, index] : byPlace) table.order.push_back(index);
 }
 
 void InstanceWriter::MakeTags(Column &column, CMPIType type) const {
@@ -234,6 +256,7 @@ void InstanceWriter::MakeTags(Column &column, CMPIType type) const {
     column.type = type;
     column.open = open.Take();
     column.close = close.Take();
+    column.null = column.open + column.close;
     column.openValue = column.open + "<VALUE>";
     column.closeValue = "</VALUE>" + column.close;
 }
@@ -241,8 +264,7 @@ void InstanceWriter::MakeTags(Column &column, CMPIType type) const {
 void WriteClass(XmlWriter &xml, const ClassDeclaration &declaration, const Detail &detail) {
     const Element element(xml, "CLASS", {{"NAME", declaration.name}});
     if (!declaration.superclass.empty()) xml.Add({"SUPERCLASS", declaration.superclass});
-    const Shown shown = detail.localOnly ? Shown::Local : Shown::All;
-    if (detail.qualifiers) WriteQualifiers(xml, declaration.qualifiers, false, shown);
+    WriteQualifiers(xml, declaration.qualifiers, false, detail);
     for (const PropertyDeclaration &property : declaration.properties) {
         const bool own = SameName(property.originClass, declaration.name);
         if ((detail.localOnly && !own) || !IsShown(detail, property.name)) continue;
@@ -254,8 +276,17 @@ void WriteClass(XmlWriter &xml, const ClassDeclaration &declaration, const Detai
         }
         if (detail.classOrigin) xml.Add({"CLASSORIGIN", property.originClass});
         if (!own) xml.Add({"PROPAGATED", "true"});
-        if (detail.qualifiers) WriteQualifiers(xml, property.qualifiers, !own, shown);
+        WriteQualifiers(xml, property.qualifiers, !own, detail);
     }
+}
+
+void WriteQualifierDeclaration(XmlWriter &xml, const QualifierDeclaration &declaration) {
+    const Element element(xml, "QUALIFIER.DECLARATION",
+                          {{"NAME", declaration.name}, {"TYPE", TypeName(declaration.type)}});
+    if ((declaration.type & CMPI_ARRAY) != 0) xml.Add({"ISARRAY", "true"});
+    AddFlavors(xml, declaration);
+    WriteScopes(xml, declaration.scopes);
+    if (declaration.type == CMPI_boolean) xml.Leaf("VALUE", "FALSE");
 }
 
 } // namespace cim::wbem

@@ -1,7 +1,8 @@
-// Paths, instances and classes as DSP0201's elements.
+// Paths, instances, classes and qualifiers as DSP0201's elements.
 #pragma once
 
 #include "cim/broker/Broker.h"
+#include "cim/broker/classes/Qualifiers.h"
 #include "cim/wbem/XmlWriter.h"
 
 #include <string>
@@ -58,20 +59,18 @@ private:
         const PropertyDeclaration *declared; // null: the class does not know it
         bool shown;
         CMPIType type;                     // of the tags
-        std::string open, close;           // tags of the property's element
+        std::string open, close, null;     // tags of the property's element, and both
         std::string openValue, closeValue; // with those of a scalar within
     };
-    struct Table {                           // the instances of a class
-        std::string open;                    // the tag
-        std::vector<Column> columns;         // the class's properties, then what else instances have
-        std::string nulls;                   // the elements of all columns without a value, as most are
-        std::vector<std::size_t> nullsBegin; // where the column's begins in there, and where the last one's ends
-        std::vector<std::size_t> places;     // the columns of the last instance's properties: the next one's as a rule
-        std::vector<std::size_t> order;      // in which those properties are written
+    struct Table {                         // the instances of a class
+        std::string open;                  // the tag
+        std::vector<Column> columns;       // the class's properties, then what else instances have
+        std::vector<std::size_t> places;   // the columns of the last instance's properties: the next one's as a rule
+        std::vector<const Value *> values; // of an instance's columns
     };
 
     Table &TableOf(const std::string &className);
-    std::size_t AddColumn(Table &table, const Name &name, const PropertyDeclaration *declared, CMPIType type) const;
+    void AddColumn(Table &table, const Name &name, const PropertyDeclaration *declared, CMPIType type) const;
     std::size_t ColumnOf(Table &table, const NamedValue &property) const;
     void Place(Table &table, const std::vector<NamedValue> &properties) const;
     void WriteProperty(const Column &column, const Value &value);
@@ -82,6 +81,9 @@ private:
     Detail detail;
     std::unordered_map<std::string, Table> byClass;
 };
+
+// QUALIFIER.DECLARATION
+void WriteQualifierDeclaration(XmlWriter &xml, const QualifierDeclaration &declaration);
 
 // CLASS
 void WriteClass(XmlWriter &xml, const ClassDeclaration &declaration, const Detail &detail);

@@ -34,7 +34,7 @@ inline Refusal NotWellFormed(const std::string &reason) { return {kBadRequest, "
 inline Refusal NotValid(const std::string &reason) { return {kBadRequest, "request-not-valid", reason}; }
 inline Refusal HeaderMismatch(const std::string &reason) { return {kBadRequest, "header-mismatch", reason}; }
 
-// What a status code of DSP0200's means; null for a number that is none.
+// What a status code of DSP0200's means; null for any other number.
 const char *MeaningOf(int cimCode);
 
 // A CIM request that fails: HTTP 200 with an ERROR element.

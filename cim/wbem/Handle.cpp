@@ -1,12 +1,11 @@
 #include "cim/wbem/Handle.h"
 
+#include "cim/values/Text.h"
 #include "cim/wbem/Document.h"
 #include "cim/wbem/Errors.h"
-#include "cim/wbem/Grammar.h"
 #include "cim/wbem/Headers.h"
 #include "cim/wbem/Objects.h"
 #include "cim/wbem/Operations.h"
-#include "cim/wbem/Utf8.h"
 
 #include <algorithm>
 
@@ -14,104 +13,78 @@ namespace cim::wbem {
 
 namespace {
 
-struct Message {
-    std::string id;
-    bool intrinsic = true;
-    std::string target; // what CIMObject must name: the namespace, of a method call also the class
-    IntrinsicCall call;
-};
-
 // Versions first: another version's document has another grammar.
 void RequireVersions(const pugi::xml_node &cim) {
     if (std::string_view(cim.name()) != "CIM") throw NotValid(std::string(cim.name()) + " where CIM belongs");
-    const auto refuse = [](const char *error, const char *what, const std::string &version) {
-        return Refusal(kNotImplemented, error, std::string(what) + " " + version + " is not supported");
+    const auto require = [](const pugi::xml_node &element, const char *attribute, const char *error,
+                            bool (*isKnown)(const std::string &)) {
+        const pugi::xml_attribute version = element.attribute(attribute);
+        if (!version || isKnown(version.value())) return;
+        throw Refusal(kNotImplemented, error, std::string(attribute) + " " + version.value() + " is not supported");
     };
-    const std::string cimVersion = cim.attribute("CIMVERSION").as_string("2.0");
-    if (cimVersion.rfind("2.", 0) != 0) throw refuse("unsupported-cim-version", "CIMVERSION", cimVersion);
-    const std::string dtdVersion = cim.attribute("DTDVERSION").as_string("2.0");
-    if (dtdVersion.rfind("2.", 0) != 0) throw refuse("unsupported-dtd-version", "DTDVERSION", dtdVersion);
-    const std::string protocol = cim.child("MESSAGE").attribute("PROTOCOLVERSION").as_string("1.0");
-    if (!IsProtocolVersion(protocol)) throw refuse("unsupported-protocol-version", "PROTOCOLVERSION", protocol);
+    const auto isTwo = [](const std::string &version) { return version.rfind("2.", 0) == 0; };
+    require(cim, "CIMVERSION", "unsupported-cim-version", isTwo);
+    require(cim, "DTDVERSION", "unsupported-dtd-version", isTwo);
+    require(cim.child("MESSAGE"), "PROTOCOLVERSION", "unsupported-protocol-version", IsProtocolVersion);
     if (cim.child("MESSAGE").child("MULTIREQ")) {
         throw Refusal(kNotImplemented, "multiple-requests-unsupported", "multiple requests are not supported");
     }
 }
 
-// The target of an extrinsic method as CIMObject has it, without keys: "root/cimv2:CIM_Class".
-std::string MethodTarget(const pugi::xml_node &call) {
-    const pugi::xml_node ofClass = call.child("LOCALCLASSPATH");
-    const pugi::xml_node path = ofClass ? ofClass : call.child("LOCALINSTANCEPATH");
-    if (!path) throw NotValid("METHODCALL has no target");
-    const char *className = ofClass ? path.child("CLASSNAME").attribute("NAME").value()
-                                    : path.child("INSTANCENAME").attribute("CLASSNAME").value();
-    return ReadNameSpace(path.child("LOCALNAMESPACEPATH")) + ":" + className;
+MethodCall ReadCall(const Document &document, const std::string &host) {
+    RequireVersions(document.Root());
+    document.RequireValid();
+    const pugi::xml_node message = document.Root().child("MESSAGE");
+    const pugi::xml_node intrinsic = message.child("SIMPLEREQ").child("IMETHODCALL");
+    MethodCall call;
+    call.message = message.attribute("ID").value();
+    call.host = host;
+    call.element = intrinsic ? intrinsic : message.child("SIMPLEREQ").child("METHODCALL");
+    call.method = call.element.attribute("NAME").value();
+    const pugi::xml_node target = intrinsic ? intrinsic : FirstElement(call.element);
+    call.nameSpace = ReadNameSpace(target.child("LOCALNAMESPACEPATH"));
+    if (!intrinsic) {
+        const pugi::xml_attribute ofClass = target.child("CLASSNAME").attribute("NAME");
+        call.className = (ofClass ? ofClass : target.child("INSTANCENAME").attribute("CLASSNAME")).value();
+    }
+    return call;
 }
 
-Message ReadMessage(const pugi::xml_document &document, const std::string &host) {
-    const pugi::xml_node cim = document.document_element();
-    RequireVersions(cim);
-    RequireValid(cim);
-    const pugi::xml_node request = cim.child("MESSAGE").child("SIMPLEREQ");
-    const pugi::xml_node intrinsic = request.child("IMETHODCALL");
-    const pugi::xml_node extrinsic = request.child("METHODCALL");
-    const pugi::xml_node element = intrinsic ? intrinsic : extrinsic;
-    if (!element || (intrinsic && extrinsic) || element.next_sibling(element.name())) {
-        throw NotValid("SIMPLEREQ has not one call");
+void RequireMatch(const CimHeaders &headers, const MethodCall &call) {
+    if (!SameName(headers.method, call.method)) {
+        throw HeaderMismatch("CIMMethod is " + headers.method + ", the body calls " + call.method);
     }
-
-    Message message;
-    message.id = cim.child("MESSAGE").attribute("ID").value();
-    message.intrinsic = !intrinsic.empty();
-    message.call.method = element.attribute("NAME").value();
-    message.call.host = host;
-    message.call.element = element;
-    if (!message.intrinsic) {
-        message.target = MethodTarget(element);
-        return message;
-    }
-    const pugi::xml_node nameSpace = element.child("LOCALNAMESPACEPATH");
-    if (!nameSpace) throw NotValid("IMETHODCALL has no LOCALNAMESPACEPATH");
-    message.target = message.call.nameSpace = ReadNameSpace(nameSpace);
-    return message;
-}
-
-void RequireMatch(const CimHeaders &headers, const Message &message) {
-    if (!SameName(headers.method, message.call.method)) {
-        throw HeaderMismatch("CIMMethod is " + headers.method + ", the body calls " + message.call.method);
-    }
+    const std::string named = call.nameSpace + (call.IsIntrinsic() ? "" : ":" + call.className);
     std::string object = headers.object;
-    if (!message.intrinsic) object.resize(std::min(object.find('.', object.find(':')), object.size())); // without keys
-    if (!SameName(object, message.target)) {
-        throw HeaderMismatch("CIMObject is " + headers.object + ", the body names " + message.target);
+    if (!call.IsIntrinsic()) object.resize(std::min(object.find('.', object.find(':')), object.size())); // without keys
+    if (!SameName(object, named)) {
+        throw HeaderMismatch("CIMObject is " + headers.object + ", the body names " + named);
     }
 }
 
-void WriteError(XmlWriter &xml, const Fault &fault) {
-    xml.Leaf("ERROR", {}, {{"CODE", std::to_string(fault.code)}, {"DESCRIPTION", fault.what()}});
-}
-
-std::string AnswerText(Broker &broker, const Message &message) {
-    const auto write = [&message](const auto &content) {
+std::string AnswerText(Broker &broker, const MethodCall &call) {
+    const auto write = [&call](const auto &content) {
         XmlWriter xml;
         xml.Ready("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n");
         {
             const Element cim(xml, "CIM", {{"CIMVERSION", "2.0"}, {"DTDVERSION", "2.0"}});
-            const Element outer(xml, "MESSAGE", {{"ID", message.id}, {"PROTOCOLVERSION", "1.0"}});
+            const Element outer(xml, "MESSAGE", {{"ID", call.message}, {"PROTOCOLVERSION", "1.0"}});
             const Element response(xml, "SIMPLERSP");
-            const Element method(xml, message.intrinsic ? "IMETHODRESPONSE" : "METHODRESPONSE",
-                                 {{"NAME", message.call.method}});
+            const Element method(xml, call.IsIntrinsic() ? "IMETHODRESPONSE" : "METHODRESPONSE",
+                                 {{"NAME", call.method}});
             content(xml);
         }
         return xml.Take();
     };
     try {
-        if (!message.intrinsic) {
+        if (!call.IsIntrinsic()) {
             throw Fault(CMPI_RC_ERR_NOT_SUPPORTED, "methods of classes are not supported by this server");
         }
-        return write([&](XmlWriter &xml) { Run(broker, message.call, xml); });
+        return write([&](XmlWriter &xml) { Run(broker, call, xml); });
     } catch (const Fault &fault) {
-        return write([&](XmlWriter &xml) { WriteError(xml, fault); });
+        return write([&](XmlWriter &xml) {
+            xml.Leaf("ERROR", {}, {{"CODE", std::to_string(fault.code)}, {"DESCRIPTION", fault.what()}});
+        });
     }
 }
 
@@ -142,11 +115,10 @@ HttpAnswer Refused(const Refusal &refusal) {
 HttpAnswer Handle(Broker &broker, const HttpRequest &request) noexcept {
     try {
         const CimHeaders headers = ReadHeaders(request);
-        pugi::xml_document document;
-        ReadDocument(request.body, document);
-        const Message message = ReadMessage(document, headers.host);
-        RequireMatch(headers, message);
-        return Success(headers, AnswerText(broker, message));
+        const Document document(request.body);
+        const MethodCall call = ReadCall(document, headers.host);
+        RequireMatch(headers, call);
+        return Success(headers, AnswerText(broker, call));
     } catch (const Refusal &refusal) {
         return Refused(refusal);
     } catch (const std::exception &error) {

@@ -1,6 +1,6 @@
 #include "cim/wbem/Headers.h"
 
-#include "cim/broker/classes/Value.h"
+#include "cim/values/Text.h"
 #include "cim/wbem/Errors.h"
 
 #include <algorithm>
@@ -12,17 +12,11 @@ namespace {
 
 constexpr char kExtension[] = "http://www.dmtf.org/cim/mapping/http/v1.";
 
-std::string Trimmed(const std::string &text) {
-    const std::size_t first = text.find_first_not_of(" \t");
-    if (first == std::string::npos) return {};
-    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
-}
-
-std::vector<std::string> Split(const std::string &text, char separator) {
+std::vector<std::string> Split(std::string_view text, char separator) {
     std::vector<std::string> parts;
     for (std::size_t begin = 0; begin <= text.size();) {
         const std::size_t end = std::min(text.find(separator, begin), text.size());
-        parts.push_back(Trimmed(text.substr(begin, end - begin)));
+        parts.emplace_back(Trimmed(text.substr(begin, end - begin)));
         begin = end + 1;
     }
     return parts;
@@ -120,7 +114,8 @@ CimHeaders ReadHeaders(const HttpRequest &request) {
     const auto find = [&](const char *name) { return FindHeader(request.headers, headers.prefix + name); };
 
     const std::string *operation = find("CIMOperation");
-    if (operation == nullptr) throw Refusal(kBadRequest, nullptr, "CIMOperation is missing: this is no CIM operation");
+    if (operation == nullptr)
+        throw Refusal(kBadRequest, nullptr, "CIMOperation is missing: this is not a CIM operation");
     if (!SameName(*operation, "MethodCall")) {
         throw Refusal(kBadRequest, "unsupported-operation", "CIMOperation " + *operation + " is not supported");
     }

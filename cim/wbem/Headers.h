@@ -19,7 +19,7 @@ struct CimHeaders {
     std::string prefix;    // of M-POST: "73-", before the names of the headers; else empty
 };
 
-// Throws a Refusal for a request that is no single CIM operation over POST or M-POST.
+// Throws a Refusal for a request that is not one CIM operation over POST or M-POST.
 CimHeaders ReadHeaders(const HttpRequest &request);
 
 // None when an escape is not % and two hexadecimal digits.

@@ -1,7 +1,6 @@
 #include "cim/wbem/Interop.h"
 
-#include "cim/wbem/NameSpaces.h"
-
+#include <algorithm>
 #include <climits>
 #include <unistd.h>
 
@@ -9,10 +8,22 @@ namespace cim::wbem {
 
 namespace {
 
+constexpr char kInterop[] = "root/interop";
 constexpr char kObjectManager[] = "CIM_ObjectManager";
 constexpr char kNameSpace[] = "CIM_Namespace";
 constexpr char kSystem[] = "CIM_ComputerSystem";
 constexpr char kName[] = "quarnel"; // the object manager's
+
+// Those of the broker's providers, and the two that every server has. Sorted.
+std::vector<std::string> NameSpacesOf(const Broker &broker) {
+    std::vector<std::string> names = broker.NameSpaces();
+    for (const char *always : {"root/cimv2", kInterop}) {
+        const auto same = [always](const std::string &name) { return SameName(name, always); };
+        if (std::none_of(names.begin(), names.end(), same)) names.emplace_back(always);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
 
 std::string HostName() {
     char name[HOST_NAME_MAX + 1] = {};
@@ -51,6 +62,11 @@ Instance NameSpace(const std::string &host, const std::string &name) {
 }
 
 } // namespace
+
+bool HasNameSpace(const Broker &broker, std::string_view nameSpace) {
+    const std::vector<std::string> names = NameSpacesOf(broker);
+    return std::any_of(names.begin(), names.end(), [&](const auto &name) { return SameName(name, nameSpace); });
+}
 
 std::vector<Instance> OwnInstances(const Broker &broker, std::string_view nameSpace, std::string_view className) {
     std::vector<Instance> instances;

@@ -1,5 +1,5 @@
-// What the server tells of itself in root/interop, where clients look for it: one CIM_ObjectManager, and for each of
-// its namespaces a CIM_Namespace.
+// The server's namespaces, and what it tells of itself in root/interop, where clients look for it: one
+// CIM_ObjectManager, and for each of its namespaces a CIM_Namespace.
 #pragma once
 
 #include "cim/broker/Broker.h"
@@ -9,10 +9,12 @@
 
 namespace cim::wbem {
 
-// Those that are instances of a class or its subclasses. None in any other namespace.
+bool HasNameSpace(const Broker &broker, std::string_view nameSpace);
+
+// The server's own that are instances of a class or its subclasses. None in any other namespace.
 std::vector<Instance> OwnInstances(const Broker &broker, std::string_view nameSpace, std::string_view className);
 
-// True for the two classes, whose instances nobody but the server has.
+// True for the two classes: all of their instances are the server's own.
 bool IsOwnClass(std::string_view nameSpace, std::string_view className);
 
 } // namespace cim::wbem

@@ -34,11 +34,11 @@ std::string Parse(const std::string &text, std::uint16_t port, Address *address,
         *size = sizeof address->v6;
         loopback = IN6_IS_ADDR_LOOPBACK(&address->v6.sin6_addr);
     } else {
-        return text + " is no IP address";
+        return text + " is not an IP address";
     }
     if (loopback) return {};
     return "only loopback addresses (127.0.0.1, ::1) can be served, and " + text +
-           " is none: there is no authentication";
+           " is not one: there is no authentication";
 }
 
 std::uint16_t PortOf(int socket) {

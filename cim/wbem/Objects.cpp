@@ -1,7 +1,8 @@
 #include "cim/wbem/Objects.h"
 
+#include "cim/values/Types.h"
 #include "cim/wbem/Errors.h"
-#include "cim/wbem/Types.h"
+#include "cim/wbem/ValueText.h"
 
 namespace cim::wbem {
 
@@ -10,7 +11,7 @@ namespace {
 constexpr std::size_t kMostKeys = 32; // looking for doubles takes time in proportion to the square
 
 Fault WrongValue(const char *what, const std::string &name, const std::string &text, CMPIType type) {
-    return InvalidParameter(std::string(what) + " " + name + ": \"" + text + "\" is no " + TypeName(type));
+    return InvalidParameter(std::string(what) + " " + name + ": \"" + text + "\" is not of type " + TypeName(type));
 }
 
 Value ReadText(const pugi::xml_node &element, CMPIType type, const char *what, const std::string &name) {
@@ -28,13 +29,8 @@ Value ReadReference(const pugi::xml_node &element, const std::string &nameSpace,
 CMPIType TypeOfKey(const pugi::xml_node &keyValue, const std::string &text) {
     if (const CMPIType type = TypeNamed(keyValue.attribute("TYPE").value()); type != CMPI_null) return type;
     const std::string_view kind = keyValue.attribute("VALUETYPE").as_string("string");
-    if (kind == "boolean") return CMPI_boolean;
-    if (kind == "string") return CMPI_string;
-    if (kind != "numeric") throw NotValid("KEYVALUE: " + std::string(kind) + " is no VALUETYPE");
-    for (const auto type : {CMPIType{CMPI_uint64}, CMPIType{CMPI_sint64}}) {
-        if (ValueOf(type, text)) return type;
-    }
-    return CMPI_real64;
+    if (kind != "numeric") return kind == "boolean" ? CMPI_boolean : CMPI_string;
+    return ValueOf(CMPI_uint64, text) ? CMPI_uint64 : ValueOf(CMPI_sint64, text) ? CMPI_sint64 : CMPI_real64;
 }
 
 Value ReadKey(const pugi::xml_node &element, const std::string &name, const PropertyDeclaration *declared,
@@ -45,23 +41,23 @@ Value ReadKey(const pugi::xml_node &element, const std::string &name, const Prop
     return ReadText(element, known ? declared->type : written, "key", name);
 }
 
-// The only key that a class has; null when it has none or several.
+// The only key that a class has; null when it has none or several, or is not known.
 const PropertyDeclaration *OnlyKey(const ClassDeclaration *known) {
-    const PropertyDeclaration *only = nullptr;
     if (known == nullptr) return nullptr;
+    const PropertyDeclaration *only = nullptr;
+    int keys = 0;
     for (const PropertyDeclaration &property : known->properties) {
-        if (!property.key) continue;
-        if (only != nullptr) return nullptr;
-        only = &property;
+        if (property.key && ++keys == 1) only = &property;
     }
-    return only;
+    return keys == 1 ? only : nullptr;
 }
 
 CMPIType DeclaredType(const pugi::xml_node &property) {
-    const CMPIType type = TypeNamed(property.attribute("TYPE").value());
-    if (type != CMPI_null) return type;
-    throw NotValid(std::string(property.name()) + " " + property.attribute("NAME").value() + ": " +
-                   property.attribute("TYPE").value() + " is no type");
+    const std::string name = property.attribute("TYPE").value();
+    const CMPIType type = TypeNamed(name);
+    if (type == CMPI_null)
+        throw NotValid(std::string(property.attribute("NAME").value()) + ": " + name + " is not a type");
+    return type;
 }
 
 Value ReadArray(const pugi::xml_node &element, CMPIType type, const std::string &name) {

@@ -18,14 +18,14 @@ pugi::xml_node FirstElement(const pugi::xml_node &element);
 // Of a LOCALNAMESPACEPATH: "root/cimv2".
 std::string ReadNameSpace(const pugi::xml_node &element);
 
-// Of an INSTANCENAME. Keys get the types that the class declares. Throws a Fault that names the key whose value is none
+// Of an INSTANCENAME. Keys get the types that the class declares. Throws a Fault that names the key whose value is not
 // of its type.
 ObjectPath ReadInstanceName(const pugi::xml_node &element, const std::string &nameSpace, const ClassTree &classes);
 
 // Of any of DSP0201's six kinds of path. What the element does not say of the namespace is `nameSpace`.
 ObjectPath ReadPath(const pugi::xml_node &element, const std::string &nameSpace, const ClassTree &classes);
 
-// Of an INSTANCE, without keys in its path. Throws a Fault that names the property whose value is none of its type.
+// Of an INSTANCE, without keys in its path. Throws a Fault that names the property whose value is not of its type.
 Instance ReadInstance(const pugi::xml_node &element, const std::string &nameSpace, const ClassTree &classes);
 
 } // namespace cim::wbem

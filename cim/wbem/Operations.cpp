@@ -4,9 +4,7 @@
 #include "cim/wbem/Encode.h"
 #include "cim/wbem/Errors.h"
 #include "cim/wbem/Interop.h"
-#include "cim/wbem/Keys.h"
-#include "cim/wbem/NameSpaces.h"
-#include "cim/wbem/Qualifiers.h"
+#include "cim/wbem/ValueText.h"
 
 #include <algorithm>
 
@@ -14,15 +12,13 @@ namespace cim::wbem {
 
 namespace {
 
-struct Request {
+struct Request : Arguments {
     Broker &broker;
     const std::string &nameSpace;
     const std::string &host;
-    const Arguments &arguments;
 
     const ClassTree &Classes() const { return broker.Classes(); }
-    const std::string &ClassName() const { return arguments.Text("ClassName"); }
-    PropertyList Properties() const { return arguments.Names("PropertyList"); }
+    PropertyList Properties() const { return properties ? &*properties : nullptr; }
 };
 
 void Require(const Status &status) {
@@ -35,8 +31,8 @@ template <class T> T ValueOf(Answer<T> &&answer) {
 }
 
 void RequireClass(const Request &request) {
-    if (request.Classes().Find(request.ClassName()) == nullptr) {
-        throw Fault(CMPI_RC_ERR_INVALID_CLASS, "there is no class " + request.ClassName());
+    if (request.Classes().Find(request.className) == nullptr) {
+        throw Fault(CMPI_RC_ERR_INVALID_CLASS, "there is no class " + request.className);
     }
 }
 
@@ -50,7 +46,7 @@ template <class T> std::vector<T> Listed(Answer<std::vector<T>> &&answer) {
 Detail DetailOfInstances(const Request &request) {
     Detail detail;
     detail.properties = request.Properties();
-    detail.classOrigin = request.arguments.Boolean("IncludeClassOrigin", false);
+    detail.classOrigin = request.classOrigin.value_or(false);
     return detail;
 }
 
@@ -59,17 +55,16 @@ Detail DetailOfInstances(const Request &request) {
 void EnumerateInstances(const Request &request, XmlWriter &xml) {
     RequireClass(request);
     std::vector<Instance> instances =
-        Listed(request.broker.EnumerateInstances(request.nameSpace, request.ClassName(), request.Properties()));
-    for (Instance &own : OwnInstances(request.broker, request.nameSpace, request.ClassName())) {
+        Listed(request.broker.EnumerateInstances(request.nameSpace, request.className, request.Properties()));
+    for (Instance &own : OwnInstances(request.broker, request.nameSpace, request.className)) {
         instances.push_back(std::move(own));
     }
     Detail detail = DetailOfInstances(request);
-    if (!request.arguments.Boolean("DeepInheritance", true)) {
-        detail.upToClass = request.Classes().Find(request.ClassName());
+    if (!request.deepInheritance.value_or(true)) {
+        detail.upToClass = request.Classes().Find(request.className);
     }
     InstanceNameWriter names(xml);
     InstanceWriter writer(xml, request.Classes(), detail);
-    const Element answer(xml, "IRETURNVALUE");
     const std::size_t begin = xml.Size();
     for (const Instance &instance : instances) {
         const Element named(xml, "VALUE.NAMEDINSTANCE");
@@ -82,14 +77,48 @@ void EnumerateInstances(const Request &request, XmlWriter &xml) {
 
 void EnumerateInstanceNames(const Request &request, XmlWriter &xml) {
     RequireClass(request);
-    std::vector<ObjectPath> paths =
-        Listed(request.broker.EnumerateInstanceNames(request.nameSpace, request.ClassName()));
-    for (const Instance &own : OwnInstances(request.broker, request.nameSpace, request.ClassName())) {
+    std::vector<ObjectPath> paths = Listed(request.broker.EnumerateInstanceNames(request.nameSpace, request.className));
+    for (const Instance &own : OwnInstances(request.broker, request.nameSpace, request.className)) {
         paths.push_back(own.path);
     }
     InstanceNameWriter names(xml);
-    const Element answer(xml, "IRETURNVALUE");
     for (const ObjectPath &path : paths) names.Write(path);
+}
+
+// A provider may give an integer in another width than the class has, which the client's key has.
+bool Agree(const Value &asked, const Value &found) {
+    if (asked.type == CMPI_ref || found.type == CMPI_ref) return asked == found;
+    return TextOf(asked) == TextOf(found);
+}
+
+// Whether the keys that a client asked for are those of the instance that was found, no fewer and no others. Providers
+// need not look at all of them.
+bool SameKeys(const ObjectPath &asked, const ObjectPath &found) {
+    // A key that is null is not in the names that clients get.
+    const auto given =
+        std::count_if(found.keys.begin(), found.keys.end(), [](const NamedValue &key) { return !key.value.IsNull(); });
+    if (static_cast<std::size_t>(given) != asked.keys.size()) return false;
+    return std::all_of(asked.keys.begin(), asked.keys.end(), [&found](const NamedValue &key) {
+        const Value *value = found.Key(key.name);
+        return value != nullptr && Agree(key.value, *value);
+    });
+}
+
+// A class that the tree does not know may have any keys.
+void RequireKeysOfClass(const ObjectPath &path, const ClassTree &classes) {
+    const ClassDeclaration *known = classes.Find(path.className);
+    if (known == nullptr) return;
+    for (const PropertyDeclaration &property : known->properties) {
+        if (property.key && path.Key(property.name) == nullptr) {
+            throw InvalidParameter("key " + property.name.Text() + " of " + path.className + " is missing");
+        }
+    }
+    for (const NamedValue &key : path.keys) {
+        const PropertyDeclaration *declared = known->Property(key.name);
+        if (declared == nullptr || !declared->key) {
+            throw InvalidParameter(key.name.Text() + " is not a key of " + path.className);
+        }
+    }
 }
 
 Answer<Instance> OwnInstance(const Request &request, const ObjectPath &path) {
@@ -110,171 +139,113 @@ Instance InstanceAt(const Request &request, const ObjectPath &path) {
 }
 
 void GetInstance(const Request &request, XmlWriter &xml) {
-    const ObjectPath &path = request.arguments.Path("InstanceName");
+    const ObjectPath &path = *request.path;
     const Instance instance = InstanceAt(request, path);
-    const Element answer(xml, "IRETURNVALUE");
     InstanceWriter(xml, request.Classes(), DetailOfInstances(request)).Write(instance);
-}
-
-void CreateInstance(const Request &request, XmlWriter &xml) {
-    const auto path =
-        ValueOf(request.broker.CreateInstance(request.nameSpace, request.arguments.Object("NewInstance")));
-    const Element answer(xml, "IRETURNVALUE");
-    WriteInstanceName(xml, path);
-}
-
-void ModifyInstance(const Request &request, XmlWriter &) {
-    Require(request.broker.ModifyInstance(request.arguments.Object("ModifiedInstance"), request.Properties()));
-}
-
-void DeleteInstance(const Request &request, XmlWriter &) {
-    Require(request.broker.DeleteInstance(request.arguments.Path("InstanceName")));
 }
 
 // --- Objects with their whole paths ---
 
-void WriteObjects(const Request &request, const std::vector<Instance> &instances, XmlWriter &xml) {
+void WriteObjects(const Request &request, Answer<std::vector<Instance>> &&found, XmlWriter &xml) {
     InstanceWriter writer(xml, request.Classes(), DetailOfInstances(request));
-    const Element answer(xml, "IRETURNVALUE");
-    for (const Instance &instance : instances) {
+    for (const Instance &instance : ValueOf(std::move(found))) {
         const Element withPath(xml, "VALUE.OBJECTWITHPATH");
         WriteInstancePath(xml, instance.path, request.host);
         writer.Write(instance);
     }
 }
 
-void WritePaths(const Request &request, const std::vector<ObjectPath> &paths, XmlWriter &xml) {
-    const Element answer(xml, "IRETURNVALUE");
-    for (const ObjectPath &path : paths) {
+void WritePaths(const Request &request, Answer<std::vector<ObjectPath>> &&found, XmlWriter &xml) {
+    for (const ObjectPath &path : ValueOf(std::move(found))) {
         const Element object(xml, "OBJECTPATH");
         WriteInstancePath(xml, path, request.host);
     }
 }
 
-// The class that a query in WQL or CQL selects from: the name behind FROM.
-std::string ClassOfQuery(const std::string &query) {
-    std::string word, last;
-    for (const char c : query + " ") {
-        if (std::string_view(" \t\r\n,;").find(c) == std::string_view::npos) {
-            word += c;
-            continue;
-        }
-        if (SameName(last, "from") && !word.empty()) return word;
-        if (!word.empty()) last = std::move(word);
-        word.clear();
-    }
-    throw Fault(CMPI_RC_ERR_INVALID_QUERY, "the query names no class to select from");
-}
-
-void ExecQuery(const Request &request, XmlWriter &xml) {
-    const std::string &query = request.arguments.Text("Query");
-    const std::string &language = request.arguments.Text("QueryLanguage");
-    const std::string className = ClassOfQuery(query);
-    WriteObjects(request, ValueOf(request.broker.ExecQuery(request.nameSpace, className, query, language)), xml);
-}
-
 void Associators(const Request &request, XmlWriter &xml) {
-    const Arguments &given = request.arguments;
-    WriteObjects(request,
-                 ValueOf(request.broker.Associators(given.Path("ObjectName"), given.Text("AssocClass"),
-                                                    given.Text("ResultClass"), given.Text("Role"),
-                                                    given.Text("ResultRole"), request.Properties())),
-                 xml);
+    auto found = request.broker.Associators(*request.path, request.associationClass, request.resultClass, request.role,
+                                            request.resultRole, request.Properties());
+    WriteObjects(request, std::move(found), xml);
 }
 
 void AssociatorNames(const Request &request, XmlWriter &xml) {
-    const Arguments &given = request.arguments;
-    WritePaths(request,
-               ValueOf(request.broker.AssociatorNames(given.Path("ObjectName"), given.Text("AssocClass"),
-                                                      given.Text("ResultClass"), given.Text("Role"),
-                                                      given.Text("ResultRole"))),
-               xml);
+    auto found = request.broker.AssociatorNames(*request.path, request.associationClass, request.resultClass,
+                                                request.role, request.resultRole);
+    WritePaths(request, std::move(found), xml);
 }
 
 void References(const Request &request, XmlWriter &xml) {
-    const Arguments &given = request.arguments;
-    WriteObjects(request,
-                 ValueOf(request.broker.References(given.Path("ObjectName"), given.Text("ResultClass"),
-                                                   given.Text("Role"), request.Properties())),
-                 xml);
+    auto found = request.broker.References(*request.path, request.resultClass, request.role, request.Properties());
+    WriteObjects(request, std::move(found), xml);
 }
 
 void ReferenceNames(const Request &request, XmlWriter &xml) {
-    const Arguments &given = request.arguments;
-    WritePaths(
-        request,
-        ValueOf(request.broker.ReferenceNames(given.Path("ObjectName"), given.Text("ResultClass"), given.Text("Role"))),
-        xml);
+    WritePaths(request, request.broker.ReferenceNames(*request.path, request.resultClass, request.role), xml);
 }
 
 // --- Classes ---
 
 Detail DetailOfClasses(const Request &request) {
     Detail detail = DetailOfInstances(request);
-    detail.localOnly = request.arguments.Boolean("LocalOnly", true);
-    detail.qualifiers = request.arguments.Boolean("IncludeQualifiers", true);
+    detail.localOnly = request.localOnly.value_or(true);
+    detail.qualifiers = request.qualifiers.value_or(true);
     return detail;
 }
 
 void GetClass(const Request &request, XmlWriter &xml) {
-    const ClassDeclaration *found = request.Classes().Find(request.ClassName());
-    if (found == nullptr) throw Fault(CMPI_RC_ERR_NOT_FOUND, "there is no class " + request.ClassName());
-    const Element answer(xml, "IRETURNVALUE");
+    const ClassDeclaration *found = request.Classes().Find(request.className);
+    if (found == nullptr) throw Fault(CMPI_RC_ERR_NOT_FOUND, "there is no class " + request.className);
     WriteClass(xml, *found, DetailOfClasses(request));
 }
 
 std::vector<std::string> Subclasses(const Request &request) {
-    const std::string &base = request.ClassName();
+    const std::string &base = request.className;
     if (!base.empty()) RequireClass(request);
-    return request.Classes().SubclassesOf(base, request.arguments.Boolean("DeepInheritance", false));
+    return request.Classes().SubclassesOf(base, request.deepInheritance.value_or(false));
 }
 
 void EnumerateClassNames(const Request &request, XmlWriter &xml) {
     const std::vector<std::string> names = Subclasses(request);
-    const Element answer(xml, "IRETURNVALUE");
     for (const std::string &name : names) xml.Leaf("CLASSNAME", {}, {{"NAME", name}});
 }
 
 void EnumerateClasses(const Request &request, XmlWriter &xml) {
     const std::vector<std::string> names = Subclasses(request);
     const Detail detail = DetailOfClasses(request);
-    const Element answer(xml, "IRETURNVALUE");
     for (const std::string &name : names) WriteClass(xml, *request.Classes().Find(name), detail);
 }
 
 // --- Qualifiers ---
 
 void EnumerateQualifiers(const Request &, XmlWriter &xml) {
-    const Element answer(xml, "IRETURNVALUE");
     for (const QualifierDeclaration &each : kQualifiers) WriteQualifierDeclaration(xml, each);
 }
 
 void GetQualifier(const Request &request, XmlWriter &xml) {
-    const std::string &name = request.arguments.Text("QualifierName");
+    const std::string &name = request.qualifierName;
     const QualifierDeclaration *found = FindQualifier(name);
     if (found == nullptr) throw Fault(CMPI_RC_ERR_NOT_FOUND, "there is no qualifier " + name);
-    const Element answer(xml, "IRETURNVALUE");
     WriteQualifierDeclaration(xml, *found);
 }
 
 // --- Which there are ---
 
-constexpr bool kRequired = true;
-
 // Which parameters the operations share; those that are accepted and have no effect here are marked.
-const Parameter kClassName{"ClassName", Kind::ClassName, kRequired};
-const Parameter kAnyClassName{"ClassName", Kind::ClassName};
-const Parameter kInstanceName{"InstanceName", Kind::InstanceName, kRequired};
-const Parameter kObjectName{"ObjectName", Kind::ObjectName, kRequired};
-const Parameter kAssocClass{"AssocClass", Kind::ClassName};
-const Parameter kResultClass{"ResultClass", Kind::ClassName};
-const Parameter kRole{"Role", Kind::Text};
-const Parameter kResultRole{"ResultRole", Kind::Text};
-const Parameter kLocalOnly{"LocalOnly", Kind::Boolean}; // of instances: all is sent, as DSP0200 advises
-const Parameter kDeep{"DeepInheritance", Kind::Boolean};
-const Parameter kQualifiers{"IncludeQualifiers", Kind::Boolean}; // of instances: there are none to send
-const Parameter kOrigin{"IncludeClassOrigin", Kind::Boolean};
-const Parameter kProperties{"PropertyList", Kind::Names};
+const Parameter kAnyClassName{"ClassName", "CLASSNAME", &Arguments::className};
+const Parameter kClassName{"ClassName", "CLASSNAME", &Arguments::className, true};
+const Parameter kInstanceName{"InstanceName", "INSTANCENAME", &Arguments::path, true};
+const Parameter kObjectName{"ObjectName", "INSTANCENAME", &Arguments::path, true};
+const Parameter kAssocClass{"AssocClass", "CLASSNAME", &Arguments::associationClass};
+const Parameter kResultClass{"ResultClass", "CLASSNAME", &Arguments::resultClass};
+const Parameter kRole{"Role", "VALUE", &Arguments::role};
+const Parameter kResultRole{"ResultRole", "VALUE", &Arguments::resultRole};
+const Parameter kLocalOnly{"LocalOnly", "VALUE",
+                           &Arguments::localOnly}; // of instances: all is sent, as DSP0200 advises
+const Parameter kDeep{"DeepInheritance", "VALUE", &Arguments::deepInheritance};
+const Parameter kQualifiers{"IncludeQualifiers", "VALUE", &Arguments::qualifiers}; // of instances: there are none
+const Parameter kOrigin{"IncludeClassOrigin", "VALUE", &Arguments::classOrigin};
+const Parameter kProperties{"PropertyList", "VALUE.ARRAY", &Arguments::properties};
+const Parameter kQualifierName{"QualifierName", "VALUE", &Arguments::qualifierName, true};
 
 struct Method {
     const char *name;
@@ -296,18 +267,12 @@ const Method kMethods[] = {
     {"EnumerateClassNames", EnumerateClassNames, {kAnyClassName, kDeep}},
     {"EnumerateClasses", EnumerateClasses, {kAnyClassName, kDeep, kLocalOnly, kQualifiers, kOrigin}},
     {"EnumerateQualifiers", EnumerateQualifiers, {}},
-    {"GetQualifier", GetQualifier, {{"QualifierName", Kind::Text, kRequired}}},
-    {"CreateInstance", CreateInstance, {{"NewInstance", Kind::Instance, kRequired}}},
-    {"ModifyInstance",
-     ModifyInstance,
-     {{"ModifiedInstance", Kind::NamedInstance, kRequired}, kQualifiers, kProperties}},
-    {"DeleteInstance", DeleteInstance, {kInstanceName}},
-    {"ExecQuery", ExecQuery, {{"QueryLanguage", Kind::Text, kRequired}, {"Query", Kind::Text, kRequired}}},
+    {"GetQualifier", GetQualifier, {kQualifierName}},
 };
 
 } // namespace
 
-void Run(Broker &broker, const IntrinsicCall &call, XmlWriter &xml) {
+void Run(Broker &broker, const MethodCall &call, XmlWriter &xml) {
     const auto method = std::find_if(std::begin(kMethods), std::end(kMethods),
                                      [&](const Method &each) { return SameName(each.name, call.method); });
     if (method == std::end(kMethods)) {
@@ -316,8 +281,10 @@ void Run(Broker &broker, const IntrinsicCall &call, XmlWriter &xml) {
     if (!HasNameSpace(broker, call.nameSpace)) {
         throw Fault(CMPI_RC_ERR_INVALID_NAMESPACE, "there is no namespace " + call.nameSpace);
     }
-    const Arguments arguments(call.element, method->parameters, call.nameSpace, broker.Classes());
-    method->run({broker, call.nameSpace, call.host, arguments}, xml);
+    const Element answer(xml, "IRETURNVALUE"); // dropped with the whole text when the operation fails
+    method->run({ReadArguments(call.element, method->parameters, call.nameSpace, broker.Classes()), broker,
+                 call.nameSpace, call.host},
+                xml);
 }
 
 } // namespace cim::wbem

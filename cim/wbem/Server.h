@@ -25,7 +25,7 @@ public:
     // Called on many threads at once; must not throw.
     using Handler = std::function<HttpAnswer(const HttpRequest &)>;
 
-    // Null, with a sentence in `error`, when the address is no loopback address or cannot be had.
+    // Null, with a sentence in `error`, when the address is not a loopback address or is in use.
     static std::unique_ptr<Server> Start(const ServerConfig &config, Handler handler, std::string *error);
     // Closes all connections; waits for handlers that are running.
     ~Server();

@@ -1,6 +1,6 @@
 #include "cim/wbem/XmlWriter.h"
 
-#include "cim/wbem/Utf8.h"
+#include "cim/values/Text.h"
 
 #include <array>
 
@@ -10,27 +10,18 @@ namespace {
 
 enum class Place { Text, Attribute };
 
-// What stands for a byte. White space in attributes, and a carriage return anywhere, would be read back as a space or a
-// line feed.
+// White space in attributes, and a carriage return anywhere, would be read back as a space or a line feed.
+constexpr struct {
+    char byte;
+    const char *inText, *inAttribute;
+} kStandIns[] = {{'&', "&amp;", "&amp;"},  {'<', "&lt;", "&lt;"},   {'>', "&gt;", "&gt;"},   {'\r', "&#13;", "&#13;"},
+                 {'"', nullptr, "&quot;"}, {'\t', nullptr, "&#9;"}, {'\n', nullptr, "&#10;"}};
+
 const char *StandIn(char byte, Place place) {
-    switch (byte) {
-    case '&':
-        return "&amp;";
-    case '<':
-        return "&lt;";
-    case '>':
-        return "&gt;";
-    case '\r':
-        return "&#13;";
-    case '"':
-        return place == Place::Attribute ? "&quot;" : nullptr;
-    case '\t':
-        return place == Place::Attribute ? "&#9;" : nullptr;
-    case '\n':
-        return place == Place::Attribute ? "&#10;" : nullptr;
-    default:
-        return nullptr;
+    for (const auto &each : kStandIns) {
+        if (each.byte == byte) return place == Place::Text ? each.inText : each.inAttribute;
     }
+    return nullptr;
 }
 
 // Bytes that are copied as they are, wherever they stand.

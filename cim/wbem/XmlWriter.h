@@ -16,7 +16,7 @@ public:
         std::string_view value;
     };
 
-    // Characters that XML 1.0 forbids and bytes that are no UTF-8 become U+FFFD.
+    // Characters that XML 1.0 forbids and bytes that are not UTF-8 become U+FFFD.
     void Text(std::string_view text);
     void Open(const char *tag, std::initializer_list<Attribute> attributes = {});
     void Add(const Attribute &attribute); // to the element just opened, before anything is put into it

@@ -155,7 +155,7 @@ TEST(ClientFailures, AnswersThatAreNoAnswers) {
         {otherXml, "answered XML that is no CIM answer: no CIM"},
         {CimAnswer(deep), "answered XML that nests too deeply"},
         {instance("<PROPERTY NAME=\"N\" TYPE=\"uint8\"><VALUE>256</VALUE></PROPERTY>"),
-         "answered XML that is no CIM answer: property N: \"256\" is no uint8"},
+         "answered XML that is no CIM answer: property N: \"256\" is not of type uint8"},
         {CimAnswer("<ERROR CODE=\"5\" DESCRIPTION=\"CIM_Thing&#10;is unheard of\"/>"),
          "EnumerateInstances of CIM_Thing in root/cimv2: CIM error 5 (The class does not exist): "
          "CIM_Thing is unheard of"},

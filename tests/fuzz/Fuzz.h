@@ -3,6 +3,8 @@
 // storage, which a broker needs to shut down, is gone before static objects are.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -10,7 +12,7 @@
 
 namespace fuzz {
 
-void Read(std::string_view input); // each target has its own
+void Read(std::string_view input); // each target's own, in its only source
 
 inline void Require(bool holds, const std::string &what) {
     if (holds) return;
@@ -19,3 +21,8 @@ inline void Require(bool holds, const std::string &what) {
 }
 
 } // namespace fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    fuzz::Read({reinterpret_cast<const char *>(data), size});
+    return 0;
+}

@@ -1,5 +1,6 @@
 #include "cim/broker/classes/Registration.h"
 #include "tests/fuzz/Fuzz.h"
+#include "tests/support/BuildTree.h"
 
 #include <algorithm>
 
@@ -9,9 +10,8 @@ const cim::ClassTree &Classes() {
     static const cim::ClassTree classes = [] {
         cim::ClassTree tree;
         std::string error;
-        for (const char *file :
-             {"CIM_Subset", "CIM_SASSATAPort", "OMC_UnitaryComputerSystem", "Zembra_Quarnel", "Sim_HHRC"}) {
-            fuzz::Require(tree.ReadFile(std::string(QUARNEL_SCHEMA "/") + file + ".mof", &error), error);
+        for (const std::string &file : support::ServerConfig().mofFiles) {
+            fuzz::Require(tree.ReadFile(file, &error), error);
         }
         return tree;
     }();

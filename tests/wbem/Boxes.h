@@ -1,4 +1,4 @@
-// A small provider of boxes, linked in, and a broker that hosts it; requests as CIM-XML to go with them.
+// A broker that serves two boxes, and requests to it from texts.
 #pragma once
 
 #include "cim/broker/Broker.h"
@@ -6,27 +6,18 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace cim::wbem {
 
-// Two boxes in root/test: Test_Box "left" (Slot 1, Spare) and Test_FineBox "right" (Slot 2, not Spare), joined by one
-// Test_Pair. Whatever would change them is refused.
+// The simulated vendor over data/boxes.json: two boxes in root/test joined by one Test_Pair, and a class that it does
+// not open.
 std::unique_ptr<Broker> BrokerWithBoxes();
 
-extern const char kLeftName[];  // INSTANCENAME of the left box
-extern const char kRightName[]; // INSTANCENAME of the right one
+// Cuts `text` behind `mark` and returns what was before it.
+std::string_view TakeUntil(std::string_view &text, std::string_view mark);
 
-std::string Parameter(const std::string &name, const std::string &value);
-std::string ClassParameter(const std::string &className);
-// The request for an intrinsic method, whole.
-HttpRequest CallOf(const std::string &method, const std::string &parameters,
-                   const std::string &nameSpace = "root/test");
-// A request with that body for EnumerateInstances in root/test, whatever the body is.
-HttpRequest RequestWith(const std::string &body);
-
-// What is inside IMETHODRESPONSE; the whole answer when it is none.
-std::string ResponseIn(const HttpAnswer &answer);
-// What is inside IRETURNVALUE; as above.
-std::string ReturnedIn(const HttpAnswer &answer);
+// A first line as HTTP has it, without the path ("POST HTTP/1.1"), header lines, an empty line, a body.
+HttpRequest RequestOf(std::string_view text);
 
 } // namespace cim::wbem

@@ -172,15 +172,14 @@ TEST_F(Serving, IdleConnectionsAreClosed) {
     EXPECT_TRUE(Eventually([&] { return server->Connections() == 0; }));
 }
 
-TEST_F(Serving, TheEndIsQuickWhoeverIsConnected) {
+TEST_F(Serving, TheEndWaitsForNobodyWhoIsConnected) {
+    config.idle = std::chrono::hours(1);
     Start();
     Client silent(server->Port()), halfWay(server->Port()), reading(server->Port());
     halfWay.Send("POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 100\r\n\r\nhalf");
     reading.Send(Post("big"));
     ASSERT_TRUE(Eventually([&] { return server->Connections() == 3; }));
-    const auto begin = std::chrono::steady_clock::now();
     server.reset();
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, config.idle / 2); // waits for nobody
     EXPECT_TRUE(silent.IsClosed());
     EXPECT_TRUE(halfWay.IsClosed());
     EXPECT_TRUE(reading.IsClosed());
@@ -202,9 +201,9 @@ TEST(Address, OnlyLoopbackIsServed) {
         EXPECT_EQ(StartError(address, 0), "") << address;
     for (const char *address : {"0.0.0.0", "192.0.2.1", "::", "2001:db8::1", "::ffff:127.0.0.1"}) {
         EXPECT_EQ(StartError(address, 0), "only loopback addresses (127.0.0.1, ::1) can be served, and " +
-                                              std::string(address) + " is none: there is no authentication");
+                                              std::string(address) + " is not one: there is no authentication");
     }
-    EXPECT_EQ(StartError("example.org", 0), "example.org is no IP address");
+    EXPECT_EQ(StartError("example.org", 0), "example.org is not an IP address");
 }
 
 TEST_F(Serving, APortInUseIsToldSo) {

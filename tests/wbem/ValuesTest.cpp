@@ -1,9 +1,14 @@
-// Values as text and back, and texts as XML.
+// Values as text and back, texts as XML, and what the numbers mean that are served.
+#include "cim/values/Types.h"
 #include "cim/wbem/Encode.h"
-#include "cim/wbem/Types.h"
+#include "cim/wbem/ValueText.h"
 #include "cim/wbem/XmlWriter.h"
+#include "tests/support/BuildTree.h"
+#include "tests/support/Golden.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace cim::wbem {
 
@@ -105,41 +110,22 @@ TEST(InstanceWriter, EveryKindOfValueHasItsElement) {
     far.nameSpace = "root/b";
     auto inner = std::make_shared<Instance>(Instance{OfClass("B"), {{"P", Value::Boolean(true)}}});
 
-    const struct {
-        NamedValue property;
-        std::string xml;
-    } kCases[] = {
-        {{"Wide", Value::Unsigned(CMPI_uint16, 7)},
-         "<PROPERTY NAME=\"Wide\" TYPE=\"uint64\"><VALUE>7</VALUE></PROPERTY>"},
-        {{"Narrow", Value::Unsigned(CMPI_uint16, 700)},
-         "<PROPERTY NAME=\"Narrow\" TYPE=\"uint16\"><VALUE>700</VALUE></PROPERTY>"},
-        {{"narrow", Value::Signed(CMPI_sint16, -1)},
-         "<PROPERTY NAME=\"Narrow\" TYPE=\"sint16\"><VALUE>-1</VALUE></PROPERTY>"},
-        {{"Text", Value::Null(CMPI_null)}, "<PROPERTY NAME=\"Text\" TYPE=\"string\"></PROPERTY>"},
-        {{"Other", Value::DateTime("x")}, "<PROPERTY NAME=\"Other\" TYPE=\"datetime\"><VALUE>x</VALUE></PROPERTY>"},
-        {{"Words", Value::Null(CMPI_stringA)}, "<PROPERTY.ARRAY NAME=\"Words\" TYPE=\"string\"></PROPERTY.ARRAY>"},
-        {{"Words", Value::ArrayOf(CMPI_string, {Value::Text(""), Value::Null(CMPI_string)})},
-         "<PROPERTY.ARRAY NAME=\"Words\" TYPE=\"string\"><VALUE.ARRAY><VALUE></VALUE><VALUE.NULL></VALUE.NULL>"
-         "</VALUE.ARRAY></PROPERTY.ARRAY>"},
-        {{"Ref", Value::Null(CMPI_ref)}, "<PROPERTY.REFERENCE NAME=\"Ref\"></PROPERTY.REFERENCE>"},
-        {{"Ref", Value::Reference(there)},
-         "<PROPERTY.REFERENCE NAME=\"Ref\"><VALUE.REFERENCE><INSTANCENAME CLASSNAME=\"B\"><KEYBINDING NAME=\"K\">"
-         "<KEYVALUE VALUETYPE=\"numeric\">5e-01</KEYVALUE></KEYBINDING></INSTANCENAME></VALUE.REFERENCE>"
-         "</PROPERTY.REFERENCE>"},
-        {{"Ref", Value::Reference(far)},
-         "<PROPERTY.REFERENCE NAME=\"Ref\"><VALUE.REFERENCE><INSTANCEPATH><NAMESPACEPATH><HOST>far</HOST>"
-         "<LOCALNAMESPACEPATH><NAMESPACE NAME=\"root\"></NAMESPACE><NAMESPACE NAME=\"b\"></NAMESPACE>"
-         "</LOCALNAMESPACEPATH></NAMESPACEPATH><INSTANCENAME CLASSNAME=\"B\"><KEYBINDING NAME=\"K\"><KEYVALUE "
-         "VALUETYPE=\"numeric\">5e-01</KEYVALUE></KEYBINDING></INSTANCENAME></INSTANCEPATH></VALUE.REFERENCE>"
-         "</PROPERTY.REFERENCE>"},
-        {{"Inner", Value{CMPI_instance, std::shared_ptr<const Instance>(inner)}},
-         "<PROPERTY NAME=\"Inner\" TYPE=\"string\" EmbeddedObject=\"instance\"><VALUE>&lt;INSTANCE CLASSNAME=\"B\"&gt;"
-         "&lt;PROPERTY NAME=\"P\" TYPE=\"boolean\"&gt;&lt;VALUE&gt;TRUE&lt;/VALUE&gt;&lt;/PROPERTY&gt;"
-         "&lt;/INSTANCE&gt;</VALUE></PROPERTY>"},
+    const NamedValue kProperties[] = {
+        {"Wide", Value::Unsigned(CMPI_uint16, 7)},
+        {"Narrow", Value::Unsigned(CMPI_uint16, 700)}, // does not fit the class's type
+        {"narrow", Value::Signed(CMPI_sint16, -1)},
+        {"Text", Value::Null(CMPI_null)},
+        {"Other", Value::DateTime("x")},
+        {"Words", Value::Null(CMPI_stringA)},
+        {"Words", Value::ArrayOf(CMPI_string, {Value::Text(""), Value::Null(CMPI_string)})},
+        {"Ref", Value::Null(CMPI_ref)},
+        {"Ref", Value::Reference(there)},
+        {"Ref", Value::Reference(far)},
+        {"Inner", Value{CMPI_instance, std::shared_ptr<const Instance>(inner)}},
     };
-    for (const auto &each : kCases) {
-        EXPECT_EQ(Written(classes, {OfClass("A"), {each.property}}), each.xml);
-    }
+    std::string written;
+    for (const NamedValue &property : kProperties) written += Written(classes, {OfClass("A"), {property}}) + "\n";
+    support::ExpectGolden(QUARNEL_TEST_DATA "/values.xml", written);
 }
 
 TEST(InstanceWriter, PropertiesStandInTheOrderOfTheClass) {
@@ -165,16 +151,46 @@ TEST(InstanceWriter, InstancesThatFollowAreWrittenAsTheFirst) {
     ASSERT_TRUE(classes.ReadText("class A { uint8 N; string Text; };", "a", &error)) << error;
     const Instance empty{OfClass("A"), {{"N", Value::Null(CMPI_uint8)}, {"Own", Value::Null(CMPI_string)}}};
     const Instance full{OfClass("A"), {{"N", Value::Unsigned(CMPI_uint8, 1)}, {"Own", Value::Null(CMPI_boolean)}}};
+    const Instance wide{OfClass("A"), {{"N", Value::Unsigned(CMPI_uint16, 256)}}}, none{OfClass("A"), {}, true};
     const Instance turned{OfClass("A"), {{"Text", Value::Text("t")}, {"N", Value::Unsigned(CMPI_uint8, 2)}}, true};
     XmlWriter xml, expected;
     InstanceWriter writer(xml, classes, {});
-    for (const Instance *instance : {&empty, &full, &turned, &empty, &turned, &empty, &full}) {
+    for (const Instance *instance : {&empty, &full, &turned, &empty, &wide, &none, &turned, &empty, &full}) {
         writer.Write(*instance);
         InstanceWriter(expected, classes, {}).Write(*instance);
     }
     const std::string text = xml.Take();
     EXPECT_EQ(text, expected.Take());
     EXPECT_NE(text.find("<PROPERTY NAME=\"Own\" TYPE=\"boolean\"></PROPERTY>"), std::string::npos);
+}
+
+// By the qualifiers that clients get with a class.
+TEST(Schema, NumbersThatAreServedHaveAMeaning) {
+    std::string error;
+    const auto broker = Broker::Create(support::ServerConfig(), &error);
+    ASSERT_NE(broker, nullptr) << error;
+    const struct {
+        const char *className, *property, *number, *meaning;
+    } kCases[] = {
+        {"CIM_RegisteredProfile", "RegisteredOrganization", "11", "SNIA"},
+        {"CIM_RegisteredProfile", "AdvertiseTypes", "2", "Not Advertised"},
+        {"Zembra_QuarnelController", "Dedicated", "3", "Storage"},
+        {"Zembra_QuarnelStorageVolume", "OperationalStatus", "3", "Degraded"},
+        {"Zembra_QuarnelStorageVolume", "ExtentStatus", "11", "Rebuild"},
+        {"Zembra_QuarnelStorageVolume", "NameFormat", "9", "NAA"},
+        {"Zembra_QuarnelStorageExtent", "HealthState", "30", "Non-recoverable error"},
+        {"Zembra_QuarnelSASSATAPort", "OperationalStatus", "12", "No Contact"},
+        {"Zembra_QuarnelSASSATAPort", "UsageRestriction", "3", "Back-end only"},
+        {"Zembra_QuarnelBattery", "BatteryStatus", "3", "Fully Charged"},
+        {"Sim_SoftwareIdentity", "Classifications", "10", "Firmware"},
+    };
+    for (const auto &each : kCases) {
+        const auto &qualifiers = broker->Classes().Find(each.className)->Property(each.property)->qualifiers;
+        const auto &numbers = *ValueOfQualifier(qualifiers, "ValueMap")->As<Value::Elements>();
+        const auto &meanings = *ValueOfQualifier(qualifiers, "Values")->As<Value::Elements>();
+        const auto found = std::find(numbers.begin(), numbers.end(), Value::Text(each.number)) - numbers.begin();
+        EXPECT_EQ(meanings.at(static_cast<std::size_t>(found)), Value::Text(each.meaning)) << each.property;
+    }
 }
 
 } // namespace

@@ -1,9 +1,0 @@
-#include "tests/fuzz/Fuzz.h"
-
-#include <cstddef>
-#include <cstdint>
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    fuzz::Read({reinterpret_cast<const char *>(data), size});
-    return 0;
-}
