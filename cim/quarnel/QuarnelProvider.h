@@ -64,6 +64,19 @@ enum HealthState {
     HEALTHSTATE_FAILED = 30,
 };
 
+// The kinds of devices, by what refreshes them.
+enum {
+    CFG_ACTION_NONE = 0,
+    CFG_ACTION_DISK = 100,
+    CFG_ACTION_VOLUME = 101,
+    CFG_ACTION_PORT = 102,
+    CFG_ACTION_BATTERY = 103,
+    CFG_ACTION_POOL = 104,
+    CFG_ACTION_CHASSIS = 105,
+    CFG_ACTION_END = 106,
+};
+constexpr int kKinds = CFG_ACTION_END - CFG_ACTION_DISK;
+
 // --- Lists and the queue ---------------------------------------------------------------------------------------------
 
 struct List_Entry_t {
@@ -259,7 +272,7 @@ struct RaidController_t {
     Mutex_t ChassisCfgMutex;
 
     // By action, from the first: a refresh has built records of the kind. Each guarded by its kind's mutex.
-    bool BuiltByRefresh[6];
+    bool BuiltByRefresh[kKinds];
 
     // All code reaches the lists through these pointers, which are fixed.
     List_t *VolumeList;
@@ -302,33 +315,39 @@ struct Thread_Args_t {
     uintptr_t Arg3;
     uintptr_t Arg4;
     uintptr_t Arg5;
+    void (*Release)(Thread_Args_t *job); // what a job owns that is not run, but not the job; null: nothing
 };
 
-enum {
-    CFG_ACTION_NONE = 0,
-    CFG_ACTION_DISK = 100,
-    CFG_ACTION_VOLUME = 101,
-    CFG_ACTION_PORT = 102,
-    CFG_ACTION_BATTERY = 103,
-    CFG_ACTION_POOL = 104,
-    CFG_ACTION_CHASSIS = 105,
-    CFG_ACTION_END = 106,
-};
+using GetOp_t = CMPIObjectPath *(void *device);
+using Build_t = int(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl,
+                    const CMPIInstance *instance, const CMPIObjectPath *op);
+using Update_t = int(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl, void *device,
+                     const CMPIInstance *instance);
+using Delete_t = int(RaidController_t *ctrl, void *device);
+using Free_t = void(void *device);
 
-// How one kind of device is found under a controller, told apart, built, refreshed and deleted.
+// How one kind of device is found under a controller, told apart, built, refreshed and deleted, and where each
+// controller has it.
 struct ConfigAction_t {
     int ConfigAction;
     int PreConfigAction; // run before this one
     const char *AssociationClassName;
     const char *AssociatedClassName;
-    const char *KeyName; // of the device's path
-    CMPIObjectPath *(*GetOpFunc)(void *device);
-    int (*BuildFunc)(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl,
-                     const CMPIInstance *instance, const CMPIObjectPath *op);
-    int (*UpdateFunc)(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl, void *device,
-                      const CMPIInstance *instance);
-    int (*DeleteFunc)(RaidController_t *ctrl, void *device);
+    const char *KeyName; // of the device's path, and of its instance
+    GetOp_t *GetOpFunc;
+    Build_t *BuildFunc;
+    Update_t *UpdateFunc;
+    Delete_t *DeleteFunc;
+    Free_t *FreeFunc;
+    KeyOf_t *KeyOfFunc;  // the record's own copy of its key
+    const char *Devices; // what log lines call them
+    List_t *RaidController_t::*List;
+    List_t RaidController_t::*ListItself;
+    Mutex_t RaidController_t::*KindMutex;
+    Relaxed<time_t> RaidController_t::*UpdateTime;
 };
+extern const ConfigAction_t actionTable[kKinds];
+const ConfigAction_t *FindAction(int action); // the row of an action, null for an unknown one
 
 // --- Lives -----------------------------------------------------------------------------------------------------------
 //

@@ -203,7 +203,6 @@ TEST(Builders, GiveBackARecordThatCannotBeListed) {
     for (const auto &kind : kinds) {
         SCOPED_TRACE(kind.builder);
         const ConfigAction_t &row = *FindAction(kind.action);
-        const ActionTarget_t &target = *FindTarget(kind.action);
         {
             const Invocation call(bench);
             CMPIInstance *device = nullptr;
@@ -212,17 +211,17 @@ TEST(Builders, GiveBackARecordThatCannotBeListed) {
             while (Next(devices, &device) && kind.action == CFG_ACTION_DISK &&
                    std::string(TextOf(device, "DeviceID")) != "d1")
                 continue;
-            ctrl->*target.UpdateTime = 7;
-            List_t *list = ctrl->*target.List;
-            ctrl->*target.List = nullptr;
+            ctrl->*row.UpdateTime = 7;
+            List_t *list = ctrl->*row.List;
+            ctrl->*row.List = nullptr;
             LogCapture::Clear();
             EXPECT_EQ(row.BuildFunc(nullptr, call.Context(), ctrl, device, PathOf(device)), -1);
-            ctrl->*target.List = list;
+            ctrl->*row.List = list;
         }
         EXPECT_EQ(LogCapture::Texts("*", LOG_ERR).size(), 1u);
         EXPECT_TRUE(Logged(LOG_ERR, kind.error));
         EXPECT_TRUE(Logged(LOG_DEBUG, std::string(kind.builder) + ", EXIT(-1).\n"));
-        EXPECT_EQ(ctrl->*target.UpdateTime, 7);
+        EXPECT_EQ(ctrl->*row.UpdateTime, 7);
         bench.ExpectOnlyRecordsAlive();
     }
     // The disk had joined its pool before it was refused.

@@ -6,17 +6,9 @@
 
 namespace {
 
-// A device's kind code is its row here, counted from 1. The first class that the device is of decides.
-const struct {
-    const char *ClassName;
-    int Action;
-} kDeviceKinds[] = {
-    {"CIM_StorageVolume", CFG_ACTION_VOLUME},
-    {"CIM_SASSATAPort", CFG_ACTION_PORT},
-    {"CIM_DiskDrive", CFG_ACTION_DISK},
-    {"CIM_Battery", CFG_ACTION_BATTERY},
-};
-constexpr int kKinds = sizeof kDeviceKinds / sizeof *kDeviceKinds;
+// A device's kind code is its place here, counted from 1. The first class that the device is of decides.
+constexpr int kLogicalDevices[] = {CFG_ACTION_VOLUME, CFG_ACTION_PORT, CFG_ACTION_DISK, CFG_ACTION_BATTERY};
+constexpr int kCodes = sizeof kLogicalDevices / sizeof *kLogicalDevices;
 constexpr int kNoKind = 99;
 
 bool Same(const char *a, const char *b) { return a != nullptr && b != nullptr && strcmp(a, b) == 0; }
@@ -35,28 +27,30 @@ public:
 
 private:
     int Look(const CMPIObjectPath *device, const char *name) {
-        for (int i = 0; i < kKinds; ++i)
+        for (int i = 0; i < kCodes; ++i)
             if (Same(names[i], name)) return i + 1;
-        for (int i = 0; i < kKinds && device != nullptr; ++i) {
-            if (!Broker->eft->classPathIsA(Broker, device, kDeviceKinds[i].ClassName, nullptr)) continue;
+        for (int i = 0; i < kCodes && device != nullptr; ++i) {
+            if (!Broker->eft->classPathIsA(Broker, device, FindAction(kLogicalDevices[i])->AssociatedClassName,
+                                           nullptr))
+                continue;
             names[i] = name;
             return i + 1;
         }
         return kNoKind;
     }
 
-    const char *names[kKinds] = {};
+    const char *names[kCodes] = {};
     const char *last = nullptr;
     int lastKind = 0;
 };
 
-struct Pass_t {
-    const CMPIInstanceMI *Mi;
-    const CMPIContext *Context;
-    RaidController_t *Controller;
-};
-
 using JobHolder = Holder<Thread_Args_t, FreeJob>;
+
+// The clones that a device's job owns.
+void ReleaseDevice(Thread_Args_t *job) {
+    Owned<CMPIObjectPath>(reinterpret_cast<CMPIObjectPath *>(job->Arg3)).reset();
+    Owned<CMPIInstance>(reinterpret_cast<CMPIInstance *>(job->Arg4)).reset();
+}
 
 // Null when there is no memory for it, or the broker cannot make the clones.
 JobHolder NewDeviceJob(const Pass_t &pass, const CMPIInstance *device, const CMPIObjectPath *op, int kind) {
@@ -70,7 +64,8 @@ JobHolder NewDeviceJob(const Pass_t &pass, const CMPIInstance *device, const CMP
             0,
             reinterpret_cast<uintptr_t>(ownPath.release()),
             reinterpret_cast<uintptr_t>(ownDevice.release()),
-            static_cast<uintptr_t>(kind)};
+            static_cast<uintptr_t>(kind),
+            ReleaseDevice};
     return job;
 }
 
@@ -107,38 +102,35 @@ void QueueDevices(const Pass_t &pass) {
 // True when a refresh was quicker than the first build: it has listed a record of the same class and key. Two of them
 // in one enumeration are both built, as a refresh builds both. The caller holds the kind's mutex, so the list cannot
 // change.
-bool IsListed(const RaidController_t *ctrl, const ConfigAction_t &action, const ActionTarget_t &target,
-              const CMPIInstance *device, const CMPIObjectPath *op) {
-    if (!ctrl->BuiltByRefresh[action.ConfigAction - CFG_ACTION_DISK]) return false;
-    const char *key = TextOf(device, action.KeyName);
-    if (key == nullptr) return false;
-    for (void *record : Each<void>(ctrl->*target.List))
-        if (Same(target.KeyOf(record), key) && Same(ClassNameOf(action.GetOpFunc(record)), ClassNameOf(op)))
-            return true;
+bool IsListed(const RaidController_t *ctrl, const ConfigAction_t &row, const CMPIInstance *device,
+              const CMPIObjectPath *op) {
+    if (!ctrl->BuiltByRefresh[row.ConfigAction - CFG_ACTION_DISK]) return false;
+    const char *key = TextOf(device, row.KeyName);
+    for (void *record : Each<void>(ctrl->*row.List))
+        if (Same(row.KeyOfFunc(record), key) && Same(ClassNameOf(row.GetOpFunc(record)), ClassNameOf(op))) return true;
     return false;
 }
 
 // Builds one device of the first build; the caller holds the kind's mutex.
-int BuildOnce(const Pass_t &pass, const ConfigAction_t &action, const ActionTarget_t &target,
-              const CMPIInstance *device, const CMPIObjectPath *op) {
-    if (IsListed(pass.Controller, action, target, device, op)) {
+int BuildOnce(const Pass_t &pass, const ConfigAction_t &row, const CMPIInstance *device, const CMPIObjectPath *op) {
+    if (IsListed(pass.Controller, row, device, op)) {
         QLOG(LOG_DEBUG, "%s is in the model already\n", PathText(op).Text());
         return RESULT_OK;
     }
-    return action.BuildFunc(pass.Mi, pass.Context, pass.Controller, device, op);
+    return row.BuildFunc(pass.Mi, pass.Context, pass.Controller, device, op);
 }
 
 // Builds all devices of a kind that is not made of logical devices, in this job.
-int BuildAll(const Pass_t &pass, int code) {
-    const ConfigAction_t &action = *FindAction(code);
-    const ActionTarget_t &target = *FindTarget(code);
-    NoteJob(pass.Controller, target.Devices);
-    const CMPIEnumeration *devices = Associators(pass.Context, pass.Controller->ControllerOp,
-                                                 action.AssociationClassName, action.AssociatedClassName);
-    const KindHold hold(pass.Context, pass.Controller, target, KindHold::Patience::FirstBuild);
+int BuildAll(const Pass_t &pass, int action) {
+    const ConfigAction_t &row = *FindAction(action);
+    NoteJob(pass.Controller, row.Devices);
+    const CMPIEnumeration *devices =
+        Associators(pass.Context, pass.Controller->ControllerOp, row.AssociationClassName, row.AssociatedClassName);
+    const KindHold hold(pass.Context, pass.Controller, row, KindHold::Patience::FirstBuild);
     for (CMPIInstance *device = nullptr; hold && Next(devices, &device);) {
-        if (device == nullptr) continue;
-        const int result = BuildOnce(pass, action, target, device, PathOf(device));
+        const CMPIObjectPath *op = device != nullptr ? PathOf(device) : nullptr;
+        if (op == nullptr) continue; // nothing could be built of it
+        const int result = BuildOnce(pass, row, device, op);
         if (result != RESULT_OK) return result;
     }
     return RESULT_OK;
@@ -236,14 +228,13 @@ void ProcessBuildLogicalDeviceInfo(CMPIContext *ctx, void *args) {
     const Owned<CMPIObjectPath> op(reinterpret_cast<CMPIObjectPath *>(job->Arg3));
     const int kind = static_cast<int>(job->Arg5);
     job.reset();
-    if (kind < 1 || kind > kKinds) {
+    if (kind < 1 || kind > kCodes) {
         QLOG(LOG_ERR, "%s: invalid type %d\n", __func__, kind);
         return;
     }
-    const int code = kDeviceKinds[kind - 1].Action;
-    const ActionTarget_t &target = *FindTarget(code);
-    const KindHold hold(pass.Context, pass.Controller, target, KindHold::Patience::FirstBuild);
-    if (hold && !Stopping()) BuildOnce(pass, *FindAction(code), target, device.get(), op.get());
+    const ConfigAction_t &row = *FindAction(kLogicalDevices[kind - 1]);
+    const KindHold hold(pass.Context, pass.Controller, row, KindHold::Patience::FirstBuild);
+    if (hold && !Stopping()) BuildOnce(pass, row, device.get(), op.get());
 }
 
 int BuildDeviceInfoAsync(const CMPIInstanceMI *mi, const CMPIContext *) {

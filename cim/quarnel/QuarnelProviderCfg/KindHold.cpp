@@ -18,10 +18,10 @@ bool HolderIsStuck(const Life_t &life, const Mutex_t *kind, KindHold::Patience p
 
 } // namespace
 
-KindHold::KindHold(const CMPIContext *ctx, RaidController_t *ctrl, const ActionTarget_t &target, Patience patience)
+KindHold::KindHold(const CMPIContext *ctx, RaidController_t *ctrl, const ConfigAction_t &row, Patience patience)
     : kind(nullptr) {
     Life_t &life = ThisLife();
-    Mutex_t *wanted = &(ctrl->*target.KindMutex);
+    Mutex_t *wanted = &(ctrl->*row.KindMutex);
     while (kind == nullptr) {
         {
             ThreadsLock lock(life.QuarnelThreadMutex);
@@ -29,7 +29,7 @@ KindHold::KindHold(const CMPIContext *ctx, RaidController_t *ctrl, const ActionT
                 kind = wanted;
                 if (Here.Worker != nullptr) {
                     Here.Worker->Controller = ctrl;
-                    Here.Worker->Devices = target.Devices;
+                    Here.Worker->Devices = row.Devices;
                     Here.Worker->Kind = kind;
                 }
             } else {

@@ -1,4 +1,4 @@
-// Finding records by key, and a pool's membership list. CtrlMutex is held by the caller throughout.
+// Finding records by key. CtrlMutex is held by the caller throughout.
 #include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 #include <string.h>
@@ -36,12 +36,6 @@ Record *Find(KeyIndex_t *index, const List_t *list, const char *sought, const Wo
     return record;
 }
 
-char *FindMember(const StoragePool_t *pool, const char *diskID) {
-    for (char *member : Each<char>(pool->Drives))
-        if (strcmp(member, diskID) == 0) return member;
-    return nullptr;
-}
-
 } // namespace
 
 StoragePool_t *FindStoragePoolByID(const RaidController_t *ctrl, const char *instanceID) {
@@ -56,16 +50,4 @@ DiskDrive_t *FindDiskByDeviceID(const RaidController_t *ctrl, const char *device
 
 Chassis_t *FindChassisByTag(const RaidController_t *ctrl, const char *tag) {
     return Find<Chassis_t, &Chassis_t::Tag>(&ctrl->ChassisIndex, ctrl->ChassisList, tag, {__func__, "chassis", "tag"});
-}
-
-void AddDiskToPool(StoragePool_t *pool, const char *diskID) {
-    if (pool == nullptr || diskID == nullptr || FindMember(pool, diskID) != nullptr) return;
-    HeapText member(StringClone(diskID));
-    if (AddEntryAtListTail(pool->Drives, member.get()) == RESULT_OK) (void)member.release();
-}
-
-void RemoveDiskFromPool(StoragePool_t *pool, const char *diskID) {
-    if (pool == nullptr || diskID == nullptr) return;
-    const HeapText member(FindMember(pool, diskID));
-    if (member != nullptr) RemoveEntryFromListByKey(pool->Drives, member.get());
 }

@@ -66,7 +66,5 @@ void AwaitQueue(const CMPIContext *ctx, QueueState wanted, OncePerSecond *saying
 
 void FreeJob(void *record) {
     const Heap<Thread_Args_t> job(static_cast<Thread_Args_t *>(record));
-    if (job->Func != ProcessBuildLogicalDeviceInfo) return;
-    Owned<CMPIObjectPath>(reinterpret_cast<CMPIObjectPath *>(job->Arg3)).reset();
-    Owned<CMPIInstance>(reinterpret_cast<CMPIInstance *>(job->Arg4)).reset();
+    if (job->Release != nullptr) job->Release(job.get());
 }

@@ -20,12 +20,12 @@ int HandleDeviceConfigChange(const CMPIInstanceMI *mi, const CMPIContext *ctx, R
         QLOG(LOG_DEBUG, "%s: BuildDeviceInfoAsync is still running, skip action %d\n", __func__, action);
         return RESULT_OK;
     }
-    const ActionTarget_t *target = FindTarget(action);
-    if (target == nullptr) {
+    const ConfigAction_t *row = FindAction(action);
+    if (row == nullptr) {
         QLOG(LOG_ERR, "%s: wrong action %d, ignored\n", __func__, action);
         return RESULT_OK;
     }
-    const time_t last = ctrl->*target->UpdateTime;
+    const time_t last = ctrl->*row->UpdateTime;
     if (now - last < StateUpdateInterval) {
         QLOG(LOG_DEBUG, "%s: ctrl %s, action %d, last %lu, now %lu, skip\n", __func__, ctrl->DeviceID, action,
              static_cast<unsigned long>(last), static_cast<unsigned long>(now));

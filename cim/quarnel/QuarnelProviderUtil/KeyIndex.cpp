@@ -15,12 +15,12 @@ uint32_t HashOf(const char *text) {
     return hash;
 }
 
-bool HasKey(const void *record, KeyOf_t keyOf, const char *sought) {
+bool HasKey(const void *record, KeyOf_t *keyOf, const char *sought) {
     const char *key = keyOf(record);
     return key != nullptr && strcmp(key, sought) == 0;
 }
 
-void *Walk(const List_t *list, KeyOf_t keyOf, const char *sought) {
+void *Walk(const List_t *list, KeyOf_t *keyOf, const char *sought) {
     for (void *record : Each<void>(list))
         if (HasKey(record, keyOf, sought)) return record;
     return nullptr;
@@ -51,7 +51,7 @@ void Enter(KeyIndex_t *index, void *record, const char *key) {
     index->Slots[slot] = record;
 }
 
-bool BringUpToDate(KeyIndex_t *index, const List_t *list, KeyOf_t keyOf) {
+bool BringUpToDate(KeyIndex_t *index, const List_t *list, KeyOf_t *keyOf) {
     if (index->Slots != nullptr && index->Changes == list->Changes) return true;
     if (!MakeRoom(index, list->Size)) return false;
     for (void *record : Each<void>(list))
@@ -62,7 +62,7 @@ bool BringUpToDate(KeyIndex_t *index, const List_t *list, KeyOf_t keyOf) {
 
 } // namespace
 
-void *FindByKey(KeyIndex_t *index, const List_t *list, KeyOf_t keyOf, const char *sought) {
+void *FindByKey(KeyIndex_t *index, const List_t *list, KeyOf_t *keyOf, const char *sought) {
     if (list == nullptr) return nullptr;
     if (list->Size <= kFew || !BringUpToDate(index, list, keyOf)) return Walk(list, keyOf, sought);
     uint32_t slot = FirstSlot(index, sought);

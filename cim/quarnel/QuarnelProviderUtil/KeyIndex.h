@@ -14,8 +14,8 @@ struct KeyIndex_t {
 };
 
 // The key of a record; null: it cannot be found.
-using KeyOf_t = const char *(*)(const void *record);
+using KeyOf_t = const char *(const void *record);
 
 // The first record of the list with that key, or null. A list that is too short to be worth it, or for whose index
 // there is no memory, is walked.
-void *FindByKey(KeyIndex_t *index, const List_t *list, KeyOf_t keyOf, const char *sought);
+void *FindByKey(KeyIndex_t *index, const List_t *list, KeyOf_t *keyOf, const char *sought);
