@@ -61,15 +61,12 @@ const char *GetDiskPhysicalStatus(const RaidController_t *ctrl, const DiskDrive_
 
 void FillExtentInstance(CMPIInstance *inst, RaidController_t *ctrl, DiskDrive_t *extent) {
     const Chassis_t *chassis = FindChassisByTag(ctrl, extent->Chassis);
-    CMPIArray *operationalStatus = ArrayOf(extent->OperationalStatus);
     CMPIUint16 health = HEALTHSTATE_UNKNOWN;
     const char *state = GetDiskPhysicalStatus(ctrl, extent, &health);
     DiskCaption caption;
     Compose(caption, ctrl, extent, chassis, state);
-    SetText(inst, "ElementName", caption.Text());
-    SetText(inst, "Caption", caption.Text());
-    SetArray(inst, "OperationalStatus", operationalStatus, CMPI_uint16A);
-    SetUint16(inst, "HealthState", health);
+    SetCaption(inst, caption);
+    SetStatus(inst, extent->OperationalStatus, health);
     SetUint16(inst, "BlockSize", kBlockSize);
     SetUint64(inst, "NumberOfBlocks", extent->NumberOfBlocks);
     SetFlag(inst, "Primordial", extent->Primordial != 0);

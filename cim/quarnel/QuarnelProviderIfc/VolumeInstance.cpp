@@ -87,14 +87,10 @@ void Compose(VolumeCaption &caption, const RaidController_t *ctrl, const Storage
 } // namespace
 
 void FillVolumeInstance(CMPIInstance *inst, RaidController_t *ctrl, StorageVolume_t *volume) {
-    CMPIArray *operationalStatus = ArrayOf(volume->OperationalStatus);
-    CMPIArray *extentStatus = ArrayOf(volume->ExtentStatus);
     VolumeCaption caption;
     Compose(caption, ctrl, volume);
-    SetText(inst, "ElementName", caption.Text());
-    SetText(inst, "Caption", caption.Text());
-    SetArray(inst, "OperationalStatus", operationalStatus, CMPI_uint16A);
-    SetUint16(inst, "HealthState", StateOf(volume).Health);
+    SetCaption(inst, caption);
+    SetStatus(inst, volume->OperationalStatus, StateOf(volume).Health);
     SetUint16(inst, "NameFormat", volume->NameFormat);
     SetText(inst, "Name", volume->Name);
     SetUint16(inst, "NameNameSpace", NameNameSpaceOf(volume->NameFormat));
@@ -106,5 +102,5 @@ void FillVolumeInstance(CMPIInstance *inst, RaidController_t *ctrl, StorageVolum
     SetUint16(inst, "DataRedundancy", volume->DataRedundancy);
     SetUint8(inst, "DeltaReservation", volume->DeltaReservation);
     SetFlag(inst, "Primordial", volume->Primordial != 0);
-    SetArray(inst, "ExtentStatus", extentStatus, CMPI_uint16A);
+    SetArray(inst, "ExtentStatus", volume->ExtentStatus);
 }
