@@ -5,7 +5,6 @@
 #pragma once
 
 #include "cim/quarnel/QuarnelProviderUtil/Handles.h"
-#include "cim/quarnel/QuarnelProviderUtil/KeyIndex.h"
 #include "cim/quarnel/QuarnelProviderUtil/Lock.h"
 #include "cim/quarnel/QuarnelProviderUtil/Log.h"
 #include "cim/quarnel/QuarnelProviderUtil/Read.h"
@@ -235,6 +234,13 @@ static_assert(std::is_trivial_v<StorageVolume_t> && std::is_trivial_v<DiskDrive_
                   std::is_trivial_v<SASSATAPort_t> && std::is_trivial_v<Chassis_t>,
               "records are allocated zero-filled");
 
+// The disks of a list by their DeviceIDs. Look-ups fill it.
+struct DiskIndex_t {
+    DiskDrive_t **Slots;
+    uint32_t Count;   // a power of 2
+    uint32_t Changes; // of the list when it was filled
+};
+
 struct RaidController_t {
     // Guards the seven lists below, the fields of their records, and writing the update times. Innermost.
     Mutex_t CtrlMutex;
@@ -290,10 +296,7 @@ struct RaidController_t {
     List_t __PortList;
     List_t __ChassisList;
 
-    // Of the lists that are searched by key; guarded as the lists are. Look-ups fill them.
-    mutable KeyIndex_t DiskIndex;
-    mutable KeyIndex_t PoolIndex;
-    mutable KeyIndex_t ChassisIndex;
+    mutable DiskIndex_t DiskIndex; // of DiskList, and guarded with it
 };
 
 constexpr size_t kMaxProfiles = 8;
@@ -325,6 +328,7 @@ using Update_t = int(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidContr
                      const CMPIInstance *instance);
 using Delete_t = int(RaidController_t *ctrl, void *device);
 using Free_t = void(void *device);
+using KeyOf_t = const char *(const void *device);
 
 // How one kind of device is found under a controller, told apart, built, refreshed and deleted, and where each
 // controller has it.

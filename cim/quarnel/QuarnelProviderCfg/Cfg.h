@@ -201,8 +201,8 @@ private:
 void AwaitQueue(const CMPIContext *ctx, QueueState wanted, OncePerSecond *saying, void (*say)());
 void FreeJob(void *job); // with what it owns
 
-// Queues the rest of the first build, whose worker is lost. False when that must be tried again.
-bool GoOnWithFirstBuild();
+// Queues the rest of the first build, whose worker is lost, or leaves it owed.
+void GoOnWithFirstBuild();
 
 void DoBuildDeviceInfoAsync(CMPIContext *ctx, void *args);
 void ProcessBuildLogicalDeviceInfo(CMPIContext *ctx, void *args);

@@ -19,29 +19,23 @@ class KindMemory {
 public:
     int KindOf(const CMPIObjectPath *device) {
         const char *name = ClassNameOf(device);
-        const int kind = last != nullptr && Same(last, name) && lastKind != 0 ? lastKind : Look(device, name);
-        last = name;
-        lastKind = kind;
-        return kind;
-    }
-
-private:
-    int Look(const CMPIObjectPath *device, const char *name) {
+        if (device == nullptr || Same(other, name)) return kNoKind;
+        other = nullptr;
         for (int i = 0; i < kCodes; ++i)
             if (Same(names[i], name)) return i + 1;
-        for (int i = 0; i < kCodes && device != nullptr; ++i) {
-            if (!Broker->eft->classPathIsA(Broker, device, FindAction(kLogicalDevices[i])->AssociatedClassName,
-                                           nullptr))
-                continue;
+        for (int i = 0; i < kCodes; ++i) {
+            const char *kind = FindAction(kLogicalDevices[i])->AssociatedClassName;
+            if (!Broker->eft->classPathIsA(Broker, device, kind, nullptr)) continue;
             names[i] = name;
             return i + 1;
         }
+        other = name;
         return kNoKind;
     }
 
-    const char *names[kCodes] = {};
-    const char *last = nullptr;
-    int lastKind = 0;
+private:
+    const char *names[kCodes] = {}; // of each kind, the class last met
+    const char *other = nullptr;    // the device before was of this class, which is of no kind
 };
 
 using JobHolder = Holder<Thread_Args_t, FreeJob>;
@@ -120,20 +114,19 @@ int BuildOnce(const Pass_t &pass, const ConfigAction_t &row, const CMPIInstance 
     return row.BuildFunc(pass.Mi, pass.Context, pass.Controller, device, op);
 }
 
-// Builds all devices of a kind that is not made of logical devices, in this job.
-int BuildAll(const Pass_t &pass, int action) {
-    const ConfigAction_t &row = *FindAction(action);
+// Builds all devices of a kind that is not made of logical devices, in this job, up to the first that is refused.
+int BuildAll(const char *who, const Pass_t &pass, const ConfigAction_t &row) {
     NoteJob(pass.Controller, row.Devices);
     const CMPIEnumeration *devices =
         Associators(pass.Context, pass.Controller->ControllerOp, row.AssociationClassName, row.AssociatedClassName);
+    int result = RESULT_OK;
     const KindHold hold(pass.Context, pass.Controller, row, KindHold::Patience::FirstBuild);
-    for (CMPIInstance *device = nullptr; hold && Next(devices, &device);) {
+    for (CMPIInstance *device = nullptr; hold && result == RESULT_OK && Next(devices, &device);) {
         const CMPIObjectPath *op = device != nullptr ? PathOf(device) : nullptr;
-        if (op == nullptr) continue; // nothing could be built of it
-        const int result = BuildOnce(pass, row, device, op);
-        if (result != RESULT_OK) return result;
+        if (op != nullptr) result = BuildOnce(pass, row, device, op); // nothing could be built of it otherwise
     }
-    return RESULT_OK;
+    QLOG(LOG_DEBUG, "%s, EXIT(%d).\n", who, result);
+    return result;
 }
 
 void LetRefreshesBegin() {
@@ -194,16 +187,12 @@ int QueueFirstBuild(const CMPIInstanceMI *mi) {
 
 int BuildPoolInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl) {
     QLOG(LOG_DEBUG, "%s, ENTER...\n", __func__);
-    const int result = BuildAll({mi, ctx, ctrl}, CFG_ACTION_POOL);
-    QLOG(LOG_DEBUG, "%s, EXIT(%d).\n", __func__, result);
-    return result;
+    return BuildAll(__func__, {mi, ctx, ctrl}, *FindAction(CFG_ACTION_POOL));
 }
 
 int BuildChassisInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl) {
     QLOG(LOG_DEBUG, "%s, enter...\n", __func__);
-    const int result = BuildAll({mi, ctx, ctrl}, CFG_ACTION_CHASSIS);
-    QLOG(LOG_DEBUG, "%s, EXIT(%d).\n", __func__, result);
-    return result;
+    return BuildAll(__func__, {mi, ctx, ctrl}, *FindAction(CFG_ACTION_CHASSIS));
 }
 
 int BuildLogicalDeviceInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl) {
@@ -247,17 +236,16 @@ int BuildDeviceInfoAsync(const CMPIInstanceMI *mi, const CMPIContext *) {
     return result;
 }
 
-bool GoOnWithFirstBuild() {
+void GoOnWithFirstBuild() {
     Life_t &life = ThisLife();
     const CMPIInstanceMI *mi = nullptr;
     {
         const ThreadsLock lock(life.QuarnelThreadMutex);
         mi = life.FirstBuildMi;
     }
-    if (QueueFirstBuild(mi) == RESULT_OK) return true;
+    if (QueueFirstBuild(mi) == RESULT_OK) return;
     const ThreadsLock lock(life.QuarnelThreadMutex);
     life.FirstBuildOwed = true;
-    return false;
 }
 
 void DoBuildDeviceInfoAsync(CMPIContext *ctx, void *args) {

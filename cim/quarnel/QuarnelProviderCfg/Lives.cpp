@@ -1,6 +1,13 @@
 // The beginning and the end of a life, and who is in it.
 #include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
+// What outlives lives: what the factory was given, and which life is there.
+Relaxed<const CMPIBroker *> Broker;
+Relaxed<time_t> InitCompleteTime;
+std::atomic<Life_t *> CurrentLife;
+Life_t NoLife;
+__thread Here_t Here;
+
 Life_t *NewLife(const timespec &started) {
     auto *life = Allocate<Life_t>();
     if (life == nullptr) return nullptr;
