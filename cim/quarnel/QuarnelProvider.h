@@ -311,14 +311,14 @@ struct Array_t {
 
 // One job. The queue's while it is queued, then the worker's; Func takes what it needs and frees it before it works.
 struct Thread_Args_t {
-    void (*Func)(CMPIContext *context, void *args);
-    uintptr_t Arg0;
-    uintptr_t Arg1;
-    uintptr_t Arg2;
-    uintptr_t Arg3;
-    uintptr_t Arg4;
-    uintptr_t Arg5;
-    void (*Release)(Thread_Args_t *job); // what a job owns that is not run, but not the job; null: nothing
+    void (*Func)(CMPIContext *context, void *args) = nullptr;
+    uintptr_t Arg0 = 0;
+    uintptr_t Arg1 = 0;
+    uintptr_t Arg2 = 0;
+    uintptr_t Arg3 = 0;
+    uintptr_t Arg4 = 0;
+    uintptr_t Arg5 = 0;
+    void (*Release)(Thread_Args_t *job) = nullptr; // frees what a job that is not run owns; null: nothing
 };
 
 using GetOp_t = CMPIObjectPath *(void *device);

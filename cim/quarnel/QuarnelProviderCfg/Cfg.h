@@ -5,12 +5,10 @@
 
 // --- Up-calls --------------------------------------------------------------------------------------------------------
 //
-// A failed one is logged and gives null, as one does that brought nothing. No role, result role or property list is
-// ever passed. Without a source there is nothing to ask: that is a failure, too. While the workers are being stopped
-// nothing is asked any more, so that whatever runs ends with the up-call that it is in; what that one brings is
-// dropped.
+// A failed one is logged and gives null, as does one without a source. No role, result role or property list is ever
+// passed. While the workers are being stopped no up-call is begun, and the result of a running one is dropped.
 
-// From before an up-call until after it, no lock but a kind mutex held.
+// Spans an up-call. No lock but a kind mutex is held.
 class Upcall {
 public:
     Upcall();
@@ -152,13 +150,12 @@ int ProcessDeviceConfigChange(const CMPIInstanceMI *mi, const CMPIContext *ctx, 
 
 // --- Workers ---------------------------------------------------------------------------------------------------------
 
-// The mutex of one kind of device of one controller, held while it lasts. On a worker, or on a thread that is in a
-// life.
+// The mutex of one kind of device of one controller, held while it lasts. On a thread that is in a life.
 class KindHold {
 public:
     enum class Patience { Refresh, FirstBuild };
-    // Waits; in vain when the workers are being stopped or the holder's up-call does not return: a refresh, which can
-    // be left out, does not wait for one that takes longer than others. `ctx` is this thread's.
+    // Waits, and gives up when the workers are being stopped or the holder's up-call does not return. A refresh, which
+    // can be left out, gives up sooner. `ctx` is this thread's.
     KindHold(const CMPIContext *ctx, RaidController_t *ctrl, const ConfigAction_t &row, Patience patience);
     ~KindHold();
     KindHold(const KindHold &) = delete;
@@ -176,19 +173,21 @@ void NoteJob(const RaidController_t *ctrl, const char *devices);
 
 // Workers that are neither lost nor leaving.
 uint32_t AbleWorkers(const Life_t &life) REQUIRES(life.QuarnelThreadMutex);
-// So many up-calls do not return that no further refresh is risked.
+// So many up-calls do not return that no refresh is begun.
 bool TooManyLost();
 
-// Notices up-calls that do not return, and starts workers where some are missing, each in a context prepared from
-// `ctx`. Called by whoever waits for a worker, by idle workers, and by requests; with no lock held.
+// Notices up-calls that do not return, and starts the workers that are missing in contexts prepared from `ctx`. Called
+// by whoever waits for a worker, by idle workers, and by requests; with no lock held.
 void LookAfterWorkers(const CMPIContext *ctx);
 // One more worker. `who` says so in the log.
 void StartWorker(const char *who, const CMPIContext *ctx);
 
 // Queues a job and wakes an idle worker. PutItem's result; the job stays the caller's unless that is 0.
 int QueueJob(Thread_Args_t *job);
-enum class QueueState { HasRoom, Drained }; // drained: empty, and no job runs but those that wait for that
-// For the line of a wait: true at first, and then when a second has passed since it last was.
+// The same with a copy of a job that owns nothing; -2, said in the name of `who`, without memory for it.
+int QueueCopy(const char *who, const Thread_Args_t &job);
+enum class QueueState { HasRoom, Drained }; // drained: empty, and only jobs that wait for this are running
+// For the log line of a wait: due at first, and then a second after it last was.
 class OncePerSecond {
 public:
     bool Due();

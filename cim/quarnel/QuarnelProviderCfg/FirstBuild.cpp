@@ -93,8 +93,8 @@ void QueueDevices(const Pass_t &pass) {
     }
 }
 
-// True when a refresh was quicker than the first build: it has listed a record of the same class and key. Two of them
-// in one enumeration are both built, as a refresh builds both. The caller holds the kind's mutex, so the list cannot
+// True when a refresh has listed a record of the same class and key before the first build came to it. Duplicates
+// within one enumeration are all built, as a refresh does. The caller holds the kind's mutex, so the list cannot
 // change.
 bool IsListed(const RaidController_t *ctrl, const ConfigAction_t &row, const CMPIInstance *device,
               const CMPIObjectPath *op) {
@@ -140,8 +140,8 @@ void LetRefreshesBegin() {
 int (*const kSteps[])(const CMPIInstanceMI *, const CMPIContext *,
                       RaidController_t *) = {BuildPoolInfo, BuildChassisInfo, BuildLogicalDeviceInfo};
 
-// The job that runs the first build takes its turn: when it is lost, the next one begins behind the step that it was
-// in.
+// The turn of the job that runs the first build. When its worker is lost, the next job begins after the lost one's
+// step.
 uint32_t TakeTurn(const CMPIInstanceMI *mi) {
     Life_t &life = ThisLife();
     const ThreadsLock lock(life.QuarnelThreadMutex);
@@ -171,16 +171,7 @@ bool EndFirstBuild(uint32_t turn) {
 }
 
 int QueueFirstBuild(const CMPIInstanceMI *mi) {
-    JobHolder job(Allocate<Thread_Args_t>());
-    if (job == nullptr) {
-        QLOG(LOG_ERR, "%s, failed to allocate threadArgs\n", "BuildDeviceInfoAsync");
-        return RESULT_NO_MEMORY;
-    }
-    job->Func = DoBuildDeviceInfoAsync;
-    job->Arg0 = reinterpret_cast<uintptr_t>(mi);
-    const int result = QueueJob(job.get());
-    if (result == RESULT_OK) (void)job.release();
-    return result;
+    return QueueCopy("BuildDeviceInfoAsync", {DoBuildDeviceInfoAsync, reinterpret_cast<uintptr_t>(mi)});
 }
 
 } // namespace
@@ -230,7 +221,7 @@ int BuildDeviceInfoAsync(const CMPIInstanceMI *mi, const CMPIContext *) {
     const int result = QueueFirstBuild(mi);
     if (result == RESULT_OK) return result;
     if (result != RESULT_NO_MEMORY) QLOG(LOG_ERR, "%s, failed to put threadArgs in FIFO\n", __func__);
-    // That must not keep the refreshes away for good: they will find every device new.
+    // Refreshes must not wait for it: they will find every device new.
     LetRefreshesBegin();
     EndFirstBuild(TakeTurn(mi));
     return result;

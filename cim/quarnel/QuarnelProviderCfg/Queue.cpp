@@ -40,6 +40,18 @@ int QueueJob(Thread_Args_t *job) {
     return RESULT_OK;
 }
 
+int QueueCopy(const char *who, const Thread_Args_t &job) {
+    Heap<Thread_Args_t> copy(Allocate<Thread_Args_t>());
+    if (copy == nullptr) {
+        QLOG(LOG_ERR, "%s, failed to allocate threadArgs\n", who);
+        return RESULT_NO_MEMORY;
+    }
+    *copy = job;
+    const int result = QueueJob(copy.get());
+    if (result == RESULT_OK) (void)copy.release();
+    return result;
+}
+
 bool OncePerSecond::Due() {
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC, &now);

@@ -95,14 +95,14 @@ void *QuarnelThread(void *record) {
 Worker_t *FreeSlot(Life_t &life) REQUIRES(life.QuarnelThreadMutex) {
     for (Worker_t &slot : life.QuarnelThreads) {
         if (slot.Started && !slot.Left) continue;
-        if (slot.Started) pthread_join(slot.Thread, nullptr); // it has left the lock behind it
+        if (slot.Started) pthread_join(slot.Thread, nullptr); // it takes no lock any more
         slot = {};
         return &slot;
     }
     return nullptr;
 }
 
-// The new worker's thread, given all that it needs; false when the system has no means for one.
+// False when there is no slot, or the system has no more threads.
 bool CreateThread(Life_t &life, Heap<Thread_Args_t> args, int tid) {
     const ThreadsLock lock(life.QuarnelThreadMutex);
     Worker_t *slot = Stopping() ? nullptr : FreeSlot(life);
@@ -128,12 +128,6 @@ bool Start(const CMPIContext *ctx, int tid) {
     return false;
 }
 
-int NextTid() {
-    Life_t &life = ThisLife();
-    const ThreadsLock lock(life.QuarnelThreadMutex);
-    return static_cast<int>(life.WorkersNumbered++);
-}
-
 } // namespace
 
 void NoteJob(const RaidController_t *ctrl, const char *devices) {
@@ -151,7 +145,12 @@ uint32_t AbleWorkers(const Life_t &life) {
 }
 
 void StartWorker(const char *who, const CMPIContext *ctx) {
-    const int tid = NextTid();
+    Life_t &life = ThisLife();
+    int tid = 0;
+    {
+        const ThreadsLock lock(life.QuarnelThreadMutex);
+        tid = static_cast<int>(life.WorkersNumbered++);
+    }
     if (Start(ctx, tid))
         QLOG(LOG_DEBUG, "%s: thread %d created\n", who, tid);
     else if (!Stopping())
@@ -186,7 +185,7 @@ bool CleanupQuarnelThreads(Life_t *life, const timespec &until) {
         for (Worker_t &worker : life->QuarnelThreads) {
             if (!worker.Started) continue;
             if (worker.Left)
-                pthread_join(worker.Thread, nullptr); // it has left the lock behind it
+                pthread_join(worker.Thread, nullptr); // it takes no lock any more
             else
                 pthread_detach(worker.Thread);
             left = left && worker.Left;

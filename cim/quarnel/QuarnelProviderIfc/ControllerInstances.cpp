@@ -3,16 +3,10 @@
 #include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
 #include "cim/quarnel/QuarnelProviderIfc/Set.h"
-#include "cim/quarnel/QuarnelProviderUtil/TextBuffer.h"
 
 namespace {
 
-using Caption = TextBuffer<128>;
-
 constexpr CMPIUint16 kDedicatedToStorage = 3; // CIM_ComputerSystem.Dedicated
-
-// A text as a caption shows it.
-const char *OrUnknown(const char *text) { return text != nullptr && *text != '\0' ? text : "n/a"; }
 
 void SetControllerCaption(CMPIInstance *inst, const RaidController_t *ctrl) {
     Caption caption;

@@ -2,9 +2,6 @@
 #include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
 #include "cim/quarnel/QuarnelProviderIfc/Set.h"
-#include "cim/quarnel/QuarnelProviderUtil/TextBuffer.h"
-
-using Caption = TextBuffer<128>;
 
 void FillPortInstance(CMPIInstance *inst, RaidController_t *ctrl, SASSATAPort_t *port) {
     Caption caption;

@@ -18,6 +18,10 @@ constexpr auto SetUint16 = Set<&CMPIValue::uint16, CMPI_uint16, CMPIUint16>;
 constexpr auto SetUint64 = Set<&CMPIValue::uint64, CMPI_uint64, CMPIUint64>;
 constexpr auto SetFlag = Set<&CMPIValue::boolean, CMPI_boolean, bool>;
 
+using Caption = TextBuffer<128>;
+// A text as a caption shows it.
+inline const char *OrUnknown(const char *text) { return text != nullptr && *text != '\0' ? text : "n/a"; }
+
 // An array of one element; left null when the broker cannot make it.
 void SetArray(CMPIInstance *inst, const char *name, CMPIUint16 only);
 void SetArray(CMPIInstance *inst, const char *name, const char *only);

@@ -2,7 +2,6 @@
 #include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
 #include "cim/quarnel/QuarnelProviderIfc/Set.h"
-#include "cim/quarnel/QuarnelProviderUtil/TextBuffer.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The identity of the host system: part of the keys of every device that is served. Read once at start-up by the thread
-// that starts, read-only from then on, released with its life.
+// that starts, read-only from then on, freed with its life.
 #include "cim/quarnel/QuarnelProvider.h"
 
 namespace {

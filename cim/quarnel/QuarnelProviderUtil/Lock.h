@@ -1,4 +1,4 @@
-// Mutexes that clang's thread-safety analysis checks, and locks that end with their block.
+// Mutexes that clang's thread-safety analysis checks, and scoped locks.
 //
 // The order of locks: the lifecycle's mutex or a controller's kind mutex, then the thread mutex, then the queue's; a
 // kind mutex, then its controller's CtrlMutex. No call into a vendor's provider is made under any but a kind mutex.
@@ -46,7 +46,7 @@ public:
     ScopedLock &operator=(const ScopedLock &) = delete;
 
     void Wait(pthread_cond_t &changed) { pthread_cond_wait(&changed, &mutex); }
-    // False when `until` (CLOCK_MONOTONIC) has come without a signal.
+    // False when `until` (CLOCK_MONOTONIC) has passed.
     bool WaitUntil(pthread_cond_t &changed, const timespec &until) {
         return pthread_cond_clockwait(&changed, &mutex, CLOCK_MONOTONIC, &until) == 0;
     }
