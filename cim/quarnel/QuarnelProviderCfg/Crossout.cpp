@@ -1,5 +1,4 @@
-// Pairing a cached list of devices with a fresh enumeration of them. Nothing is changed or copied: paths, instances and
-// texts stay whose they are.
+// Pairing a cached list of devices with a fresh enumeration of them. Paths, instances and texts are borrowed.
 #include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 #include <string.h>
@@ -23,7 +22,7 @@ bool Same(const Identity_t &a, const Identity_t &b) {
            strcmp(a.ClassName, b.ClassName) == 0 && strcmp(a.Key, b.Key) == 0;
 }
 
-// An array that is being filled, with how many of its entries are unmatched.
+// An array that is being filled.
 template <class Entry> struct Entries_t {
     Heap<Entry> Array;
     int Count = 0;
@@ -55,7 +54,7 @@ int ReadFresh(const CMPIEnumeration *enums, Entries_t<NewInfo_t> &fresh) {
     if (!fresh.Reserve(size, "enum")) return RESULT_NO_MEMORY;
     for (CMPIInstance *instance = nullptr; fresh.Count < static_cast<int>(size) && Next(enums, &instance);) {
         CMPIObjectPath *op = instance != nullptr ? PathOf(instance) : nullptr;
-        if (op == nullptr) continue; // nothing could be built of it
+        if (op == nullptr) continue; // it could not be built
         QLOG(LOG_DEBUG, "OP %p added to opArr[%d]\n", static_cast<void *>(op), fresh.Count);
         fresh.Append({op, instance});
     }

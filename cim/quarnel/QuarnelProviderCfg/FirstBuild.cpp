@@ -13,8 +13,8 @@ constexpr int kNoKind = 99;
 
 bool Same(const char *a, const char *b) { return a != nullptr && b != nullptr && strcmp(a, b) == 0; }
 
-// Remembers classes, so that the broker is asked once for each and not once for every device. The names are the
-// broker's and live as long as the pass.
+// Asks the broker once for each class and not once for every device. The names are the broker's and live as long as
+// the pass.
 class KindMemory {
 public:
     int KindOf(const CMPIObjectPath *device) {
@@ -123,7 +123,7 @@ int BuildAll(const char *who, const Pass_t &pass, const ConfigAction_t &row) {
     const KindHold hold(pass.Context, pass.Controller, row, KindHold::Patience::FirstBuild);
     for (CMPIInstance *device = nullptr; hold && result == RESULT_OK && Next(devices, &device);) {
         const CMPIObjectPath *op = device != nullptr ? PathOf(device) : nullptr;
-        if (op != nullptr) result = BuildOnce(pass, row, device, op); // nothing could be built of it otherwise
+        if (op != nullptr) result = BuildOnce(pass, row, device, op); // else it could not be built
     }
     QLOG(LOG_DEBUG, "%s, EXIT(%d).\n", who, result);
     return result;
@@ -149,7 +149,7 @@ uint32_t TakeTurn(const CMPIInstanceMI *mi) {
     return life.FirstBuildTurn;
 }
 
-// False when this job shall not run the step: it has been run, the workers are being stopped, or the turn is over.
+// False when the step has been run, the workers are being stopped, or the turn is over.
 bool ClaimStep(uint32_t step, uint32_t turn) {
     Life_t &life = ThisLife();
     const ThreadsLock lock(life.QuarnelThreadMutex);
@@ -200,7 +200,7 @@ int BuildLogicalDeviceInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, Rai
 }
 
 void ProcessBuildLogicalDeviceInfo(CMPIContext *ctx, void *args) {
-    // The clones live until the end, the record does not.
+    // The clones live until the end, the job does not.
     Heap<Thread_Args_t> job(static_cast<Thread_Args_t *>(args));
     const Pass_t pass = {reinterpret_cast<const CMPIInstanceMI *>(job->Arg1), ctx,
                          reinterpret_cast<RaidController_t *>(job->Arg0)};

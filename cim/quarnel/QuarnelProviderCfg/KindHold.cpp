@@ -1,5 +1,5 @@
 // Holding a kind mutex: one pass at a time builds or refreshes one kind of device of one controller. The mutex is tried
-// under the thread mutex, so that a waiter hears of a stop, and gives up on a holder whose up-call does not return.
+// under the thread mutex, so that a waiter notices a stop and a holder whose up-call does not return.
 #include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 namespace {

@@ -37,7 +37,7 @@ void FreeLife(Life_t *life) {
 
 } // namespace
 
-// What others did in the life before they left it comes before what the last one does.
+// Orders what others did in the life before its end.
 void LeaveLife(Life_t *life) {
     if (life->Holders.fetch_sub(1, std::memory_order_acq_rel) == 1) FreeLife(life);
 }

@@ -1,8 +1,7 @@
 // Up-calls that do not return. A CIM object manager never answers an up-call whose provider it has stopped or that was
-// killed, and the worker in it is lost. Each up-call of a worker is stamped, so that whoever else runs or waits notices
-// one that takes too long: the worker no longer counts, another one takes its place, and what it holds is left alone
-// until it comes back. When kMostLost workers are lost, no refresh is begun any more: beyond them, only those can be
-// lost that were in up-calls already.
+// killed, and the worker in it is lost. Up-calls of workers are stamped, so that other threads notice one that takes
+// too long: another worker replaces the lost one, and what it holds is left alone until it returns. When kMostLost
+// workers are lost, no refresh is begun any more.
 #include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 #include <algorithm>
@@ -13,14 +12,14 @@ constexpr time_t kLostAfter = 60; // seconds in one up-call
 
 constexpr char kWho[] = "QuarnelThread";
 
-// For ages only. Its seconds are those of no other clock, and none is 0.
+// For ages only; never 0.
 time_t Seconds() {
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
     return now.tv_sec + 1;
 }
 
-// What a worker's up-call was made for, as lines name it.
+// What a worker's up-call was made for, as log lines name it.
 struct Purpose_t {
     const char *Controller;
     const char *Devices;
@@ -45,7 +44,7 @@ bool ReportLost(Life_t &life) {
         if (lost == nullptr || Stopping()) return false;
         lost->Lost = true;
         life.LostWorkers += 1;
-        life.WorkersStartedAt = 0; // whoever takes its place need not wait
+        life.WorkersStartedAt = 0; // its replacement need not wait
         if (lost->RunsFirstBuild) {
             life.FirstBuildTurn += 1;
             life.FirstBuildStep += 1;
@@ -65,7 +64,7 @@ bool ReportLost(Life_t &life) {
     return true;
 }
 
-// True once for each time that it is owed.
+// Claims a first build that is owed.
 bool TakeOwedFirstBuild(Life_t &life) {
     const ThreadsLock lock(life.QuarnelThreadMutex);
     if (Stopping() || !life.FirstBuildOwed) return false;
@@ -73,7 +72,7 @@ bool TakeOwedFirstBuild(Life_t &life) {
     return true;
 }
 
-// How many workers to start now: some are missing, and that was not tried just before.
+// How many workers to start: those missing, unless that was tried just before.
 uint32_t WorkersToStart(Life_t &life) {
     const ThreadsLock lock(life.QuarnelThreadMutex);
     const uint32_t missing = kWorkers - std::min(kWorkers, AbleWorkers(life));
@@ -107,7 +106,7 @@ Upcall::Upcall() : allowed(false), stamped(false) {
         allowed = !Stopping();
         return;
     }
-    // In one step with the look at the flag: a stop that spares running up-calls sees this one, or is seen here.
+    // Under the lock with the test of the flag: a stop that spares running up-calls sees this one, or is seen here.
     const ThreadsLock lock(Here.Life->QuarnelThreadMutex);
     if (Stopping()) return;
     Here.Worker->UpcallSince = Seconds();

@@ -1,4 +1,4 @@
-// The queue of jobs as its producers see it, and waiting for it to move.
+// Queueing jobs, and waiting for the queue.
 #include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 namespace {
@@ -10,7 +10,7 @@ bool Reached(Life_t &life, QueueState wanted) REQUIRES(life.QuarnelThreadMutex) 
     return IsListEmpty(&life.__FIFO.List) != 0 && life.ActiveThreads <= life.LostWorkers + life.DrainingJobs;
 }
 
-// There are workers that are neither lost nor waiting for the queue.
+// Some workers are neither lost nor waiting for the queue.
 bool OthersWork(const Life_t &life) REQUIRES(life.QuarnelThreadMutex) { return AbleWorkers(life) > life.WaitingJobs; }
 
 // Waits until the queue is in the state (true), until `until`, or until there is a job that no other worker would take:
@@ -64,7 +64,7 @@ bool OncePerSecond::Due() {
 void AwaitQueue(const CMPIContext *ctx, QueueState wanted, OncePerSecond *saying, void (*say)()) {
     Life_t &life = ThisLife();
     Thread_Args_t *job = nullptr;
-    timespec until = {}; // at first no wait
+    timespec until = {}; // the first pass does not wait
     while (!WaitFor(life, wanted, until, &job)) {
         if (job != nullptr) {
             job->Func(const_cast<CMPIContext *>(ctx), job);

@@ -11,9 +11,9 @@
 namespace {
 
 constexpr char kWho[] = "QuarnelThread";
-constexpr int kIdleLook = 10'000; // milliseconds between two looks of an idle worker at the up-calls of the others
+constexpr int kIdleLook = 10'000; // milliseconds between an idle worker's checks on the others' up-calls
 
-// The next job, which counts as active from here on; null when the worker shall leave.
+// The next job, active from here on; null when the worker shall leave.
 Thread_Args_t *NextJob(long tid, const CMPIContext *ctx) {
     Life_t &life = ThisLife();
     while (true) {
@@ -73,7 +73,7 @@ void RunJobs(long tid, AttachedContext &context) {
         if (!Stopping()) context.Renew();
         JobDone();
     }
-    QLOG(LOG_ERR, "%s(%ld): cannot attach to the broker\n", kWho, tid); // later, another one may
+    QLOG(LOG_ERR, "%s(%ld): cannot attach to the broker\n", kWho, tid);
 }
 
 void *QuarnelThread(void *record) {
@@ -113,7 +113,7 @@ bool CreateThread(Life_t &life, Heap<Thread_Args_t> args, int tid) {
     if (pthread_create(&slot->Thread, nullptr, QuarnelThread, args.get()) != 0) return false;
     (void)args.release();
     slot->Started = true;
-    life.Holders += 1; // the worker's; this thread's keeps the life meanwhile
+    life.Holders += 1; // the worker's
     life.RunningWorkers += 1;
     return true;
 }

@@ -1,9 +1,9 @@
-// The three operations through which clients see the model. All are one walk over the controllers and, for a device
-// class, over one list of each; they differ in which records they take and in what they return of them.
+// The three operations through which clients see the model: one walk over the controllers and, for a device class, over
+// one list of each.
 //
 // Requests run on the CIM object manager's threads, any number at once, each holding the life that it began in.
 // Controllers are read without a lock; devices under their controller's CtrlMutex, one controller at a time. After each
-// controller's devices its refresh is asked for, which this request does not wait for: the next one sees its result.
+// controller's devices a refresh is asked for, whose result the next request sees.
 #include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
 #include "cim/quarnel/QuarnelProviderIfc/Set.h"
@@ -62,7 +62,7 @@ struct Request_t {
     bool Found = false;
 };
 
-// The opening that all three share: hands the class that is asked for to `serve`. False when it is not served.
+// What all three begin with: finds the class that is asked for. False when it is not served.
 template <class Serve> bool Open(Request_t &request, Serve serve) {
     ReadLogMask();
     QLOG(LOG_DEBUG, "%s: ObjectPath - %s\n", request.Who, PathText(request.Path).Text());
@@ -84,8 +84,7 @@ template <class Serve> bool Open(Request_t &request, Serve serve) {
     return false;
 }
 
-// Returns one record that is named by the identifier, null without memory, of the caller's. Left out when the broker or
-// the heap has no room for it.
+// Returns one record under the identifier, which is taken over. Left out when the broker or the heap is out of memory.
 template <class Class, class FillPath, class Fill>
 void Return(Request_t &request, const Class &served, char *made, FillPath fillPath, Fill fill) {
     const HeapText identifier(made);
@@ -133,7 +132,7 @@ void ReturnFrom(RaidController_t *ctrl, Request_t &request, const DeviceClass_t 
     HandleDeviceConfigChange(request.Mi, request.Context, ctrl, served.Action);
 }
 
-void AwaitModel(const ControllerClass_t &) {} // complete when it is served
+void AwaitModel(const ControllerClass_t &) {} // controllers are complete
 void AwaitModel(const DeviceClass_t &) { AwaitFirstBuild(); }
 
 template <class Class> void ReturnAll(Request_t &request, const Class &served) {

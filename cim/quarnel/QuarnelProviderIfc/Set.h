@@ -1,4 +1,4 @@
-// Setting properties of a served instance. What the broker says to it is not looked at.
+// Setting properties of a served instance. The broker's answers are ignored.
 #pragma once
 
 #include "cim/quarnel/QuarnelProvider.h"

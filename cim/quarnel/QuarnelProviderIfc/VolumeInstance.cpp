@@ -60,7 +60,7 @@ void AppendMembers(VolumeCaption &caption, const RaidController_t *ctrl, const S
     const char *separator = "";
     caption.Append(", Drives(");
     for (const char *member : Each<char>(pool->Drives)) {
-        if (caption.Full()) return; // no further look-up can be seen
+        if (caption.Full()) return; // further members are cut anyway
         const DiskDrive_t *disk = FindDiskByDeviceID(ctrl, member);
         if (disk == nullptr) continue;
         caption.Append(separator);

@@ -1,5 +1,5 @@
 // The singly linked list: nodes are the list's, elements the caller's. The bounded queue made of it never waits and
-// signals nobody: that is the business of its producers and of the workers.
+// signals nobody.
 #include "cim/quarnel/QuarnelProvider.h"
 
 namespace {

@@ -22,7 +22,7 @@ typedef pthread_mutex_t TS(capability("mutex")) Mutex_t;
 enum class LockRank { Life, Kind, Controller, Threads, Queue };
 
 #ifdef QUARNEL_LOCK_CHECKS
-// Each ends the process with a line on standard error when the order of locks is broken.
+// Each aborts when the order of locks is broken.
 void NoteLocked(LockRank rank);
 void NoteUnlocked(LockRank rank);
 void NoteUpcall();
@@ -60,7 +60,7 @@ using ControllerLock = ScopedLock<LockRank::Controller>;
 using ThreadsLock = ScopedLock<LockRank::Threads>;
 using QueueLock = ScopedLock<LockRank::Queue>;
 
-// From now on, on the clock that waits end by: CLOCK_MONOTONIC.
+// From now, on CLOCK_MONOTONIC.
 inline timespec InMilliseconds(int wait) {
     timespec then = {};
     clock_gettime(CLOCK_MONOTONIC, &then);

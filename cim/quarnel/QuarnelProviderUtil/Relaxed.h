@@ -1,4 +1,4 @@
-// A word that one thread may read while another writes it, without a lock: it says no more than its own value.
+// An atomic word in relaxed order: it orders no other memory.
 #pragma once
 
 #include <atomic>
