@@ -234,8 +234,11 @@ static_assert(std::is_trivial_v<StorageVolume_t> && std::is_trivial_v<DiskDrive_
               "records are allocated zero-filled");
 
 // The disks of a list by their DeviceIDs. Look-ups fill it.
+struct DiskSlot_t {
+    DiskDrive_t *Disk;
+};
 struct DiskIndex_t {
-    DiskDrive_t **Slots;
+    DiskSlot_t *Slots;
     uint32_t Count;   // a power of 2
     uint32_t Changes; // of the list when it was filled
 };

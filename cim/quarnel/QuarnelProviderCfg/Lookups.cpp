@@ -38,12 +38,12 @@ template <auto Key, class Record> Record *Find(const List_t *list, const char *s
 
 // The slot with the first disk of that ID, or the empty one where it would be: slots are tried one after the other from
 // where the ID's hash (FNV-1a) points to.
-DiskDrive_t **SlotOf(const DiskIndex_t &index, const char *id) {
+DiskDrive_t *&SlotOf(const DiskIndex_t &index, const char *id) {
     uint32_t slot = 2166136261U;
     for (const char *at = id; *at != '\0'; ++at) slot = (slot ^ static_cast<unsigned char>(*at)) * 16777619U;
     while (true) {
-        DiskDrive_t **found = &index.Slots[slot++ & (index.Count - 1)];
-        if (*found == nullptr || strcmp((*found)->DeviceID, id) == 0) return found;
+        DiskDrive_t *&found = index.Slots[slot++ & (index.Count - 1)].Disk;
+        if (found == nullptr || strcmp(found->DeviceID, id) == 0) return found;
     }
 }
 
@@ -54,11 +54,12 @@ bool BringUpToDate(DiskIndex_t &index, const List_t *list) {
     index.Count = 1;
     while (index.Count <= 2 * list->Size) index.Count *= 2; // at least half of them stay empty
     free(index.Slots);
-    index.Slots = Allocate<DiskDrive_t *>(index.Count);
+    index.Slots = Allocate<DiskSlot_t>(index.Count);
     if (index.Slots == nullptr) return false;
     for (DiskDrive_t *disk : Each<DiskDrive_t>(list)) {
-        DiskDrive_t **slot = disk->DeviceID != nullptr ? SlotOf(index, disk->DeviceID) : nullptr;
-        if (slot != nullptr && *slot == nullptr) *slot = disk;
+        if (disk->DeviceID == nullptr) continue;
+        DiskDrive_t *&slot = SlotOf(index, disk->DeviceID);
+        if (slot == nullptr) slot = disk;
     }
     return true;
 }
@@ -80,6 +81,6 @@ DiskDrive_t *FindDiskByDeviceID(const RaidController_t *ctrl, const char *device
     DiskDrive_t *disk = nullptr;
     if (!indexed || LogWanted(LOG_DEBUG))
         disk = Walk<&DiskDrive_t::DeviceID, DiskDrive_t>(ctrl->DiskList, deviceID, words);
-    if (indexed) disk = *SlotOf(ctrl->DiskIndex, deviceID);
+    if (indexed) disk = SlotOf(ctrl->DiskIndex, deviceID);
     return Told(disk, ctrl->DiskList, deviceID, words);
 }
