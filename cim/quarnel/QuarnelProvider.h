@@ -5,7 +5,6 @@
 #pragma once
 
 #include "cim/quarnel/QuarnelProviderUtil/Handles.h"
-#include "cim/quarnel/QuarnelProviderUtil/KeyIndex.h"
 #include "cim/quarnel/QuarnelProviderUtil/Lock.h"
 #include "cim/quarnel/QuarnelProviderUtil/Log.h"
 #include "cim/quarnel/QuarnelProviderUtil/Read.h"
@@ -64,6 +63,19 @@ enum HealthState {
     HEALTHSTATE_FAILED = 30,
 };
 
+// The kinds of devices, by what refreshes them.
+enum {
+    CFG_ACTION_NONE = 0,
+    CFG_ACTION_DISK = 100,
+    CFG_ACTION_VOLUME = 101,
+    CFG_ACTION_PORT = 102,
+    CFG_ACTION_BATTERY = 103,
+    CFG_ACTION_POOL = 104,
+    CFG_ACTION_CHASSIS = 105,
+    CFG_ACTION_END = 106,
+};
+constexpr int kKinds = CFG_ACTION_END - CFG_ACTION_DISK;
+
 // --- Lists and the queue ---------------------------------------------------------------------------------------------
 
 struct List_Entry_t {
@@ -71,18 +83,17 @@ struct List_Entry_t {
     void *Data;         // never null
 };
 
-// Holds the caller's pointers and copies nothing. Locks nothing: whoever owns a list guards it. Head and Tail are null
-// exactly when Size is 0.
+// Holds the caller's pointers. Whoever owns a list guards it. Head and Tail are null exactly when Size is 0.
 struct List_t {
     List_Entry_t *Head;
     List_Entry_t *Tail;
     uint32_t Size;
-    uint32_t Changes; // how often something was put in or taken out
+    uint32_t Changes; // counts additions and removals
 };
 
 struct Fifo_t {
     Mutex_t Mutex;
-    uint32_t Size; // the most items that it holds at once
+    uint32_t Size; // capacity
     List_t List GUARDED_BY(Mutex);
 };
 
@@ -91,20 +102,20 @@ int AddEntryAtListHead(List_t *list, void *data);
 int AddEntryAtListTail(List_t *list, void *data);
 // Takes the head out; null when the list is empty. 0, or -1 for a null list with `data` untouched.
 int RemoveEntryFromList(List_t *list, void **data);
-// Takes out the first entry that is this very pointer. 0; -1 for a null argument; -3 when it is not there.
+// Takes out the first entry with this pointer. 0; -1 for a null argument; -3 when it is not there.
 int RemoveEntryFromListByKey(List_t *list, const void *data);
 int IsListEmpty(const List_t *list);
 // Empties the list; each element goes to `release`, or to free() when that is null.
 void FreeList(List_t *list, void (*release)(void *));
 
-// 0: the queue's from now on; -6 full, -2 without memory: still the caller's. Never waits.
+// 0: the queue owns it; -6 full, -2 without memory: the caller does. Never waits.
 int PutItem(Fifo_t *fifo, void *data);
 // The oldest item, now the caller's; null when the queue is empty.
 void *GetItem(Fifo_t *fifo);
 int IsFifoEmpty(Fifo_t *fifo);
 
-// A typed look at a list: for (DiskDrive_t *disk : Each<DiskDrive_t>(list)). The list must not change meanwhile, except
-// behind the element at hand. A null list is empty.
+// A typed walk: for (DiskDrive_t *disk : Each<DiskDrive_t>(list)). The list must not change meanwhile. A null list is
+// empty.
 template <class Element> class Each {
 public:
     explicit Each(const List_t *list) : first(list != nullptr ? list->Head : nullptr) {}
@@ -127,7 +138,7 @@ private:
 // --- The model -------------------------------------------------------------------------------------------------------
 //
 // Plain structures, allocated zero-filled; strings are heap copies and paths are clones, both the record's own, and any
-// of them may be null unless it is said otherwise. A record's path is its first field. Records name each other by key
+// of them may be null unless noted otherwise. A record's path is its first field. Records name each other by key
 // text, never by pointer, so deleting one leaves nothing dangling. A device record belongs to the one list that it is
 // in, and its fields are guarded by its controller's CtrlMutex from then on.
 
@@ -160,7 +171,7 @@ struct DiskDrive_t {
     char *DeviceID; // never null in the list
     char *Name;
     char *FwVersion;
-    char *Model; // nothing fills it
+    char *Model; // always null
     CMPIUint16 EnabledState;
     CMPIUint16 OperationalStatus;
     CMPIUint16 ExtentStatus;
@@ -211,7 +222,7 @@ struct SASSATAPort_t {
 struct Chassis_t {
     CMPIObjectPath *ChassisOp;
     char *Tag;         // never null in the list
-    char *InternalTag; // what of Tag distinguishes the controller's chassis from each other
+    char *InternalTag; // the part of Tag after the controller's ID
     CMPIUint16 OperationalStatus;
     time_t LastUpdateTime;
     CMPIUint8 UpdateEnabled;
@@ -222,8 +233,18 @@ static_assert(std::is_trivial_v<StorageVolume_t> && std::is_trivial_v<DiskDrive_
                   std::is_trivial_v<SASSATAPort_t> && std::is_trivial_v<Chassis_t>,
               "records are allocated zero-filled");
 
+// The disks of a list by their DeviceIDs. Look-ups fill it.
+struct DiskSlot_t {
+    DiskDrive_t *Disk;
+};
+struct DiskIndex_t {
+    DiskSlot_t *Slots;
+    uint32_t Count;   // a power of 2
+    uint32_t Changes; // of the list when it was filled
+};
+
 struct RaidController_t {
-    // Guards the seven lists below, the fields of their records, and writing the update times. Innermost.
+    // Guards the seven lists below, the fields of their records, and writes of the update times. Innermost.
     Mutex_t CtrlMutex;
 
     // Fixed once the controller is listed.
@@ -239,8 +260,8 @@ struct RaidController_t {
     CMPIUint16 OperationalStatus;
     Relaxed<time_t> ControllerUpdateTime;
 
-    // When a record of the kind was last listed or refreshed; 0 before that. Read without a lock: a stale time only
-    // lets a surplus refresh through.
+    // When a record of the kind was last listed or refreshed. Read without a lock: a stale time only lets a surplus
+    // refresh through.
     Relaxed<time_t> ChassisUpdateTime;
     Relaxed<time_t> PoolUpdateTime;
     Relaxed<time_t> VolumeUpdateTime;
@@ -249,8 +270,7 @@ struct RaidController_t {
     Relaxed<time_t> BatteryUpdateTime;
     CMPIUint8 UpdateEnabled;
 
-    // Each serialises whole build and refresh passes over one kind. Taken before CtrlMutex, one at a time, never by
-    // requests.
+    // Each serialises passes over one kind. Taken before CtrlMutex, one at a time, never by requests.
     Mutex_t DiskCfgMutex;
     Mutex_t VolumeCfgMutex;
     Mutex_t PortCfgMutex;
@@ -258,12 +278,12 @@ struct RaidController_t {
     Mutex_t PoolCfgMutex;
     Mutex_t ChassisCfgMutex;
 
-    // By action, from the first: a refresh has built records of the kind. Each guarded by its kind's mutex.
-    bool BuiltByRefresh[6];
+    // By kind: a refresh has built records. Each guarded by its kind's mutex.
+    bool BuiltByRefresh[kKinds];
 
     // All code reaches the lists through these pointers, which are fixed.
     List_t *VolumeList;
-    List_t *ExtentList; // null: disks stand for their extents
+    List_t *ExtentList; // always null: disks stand for their extents
     List_t *DiskList;
     List_t *PoolList;
     List_t *BatteryList;
@@ -277,10 +297,7 @@ struct RaidController_t {
     List_t __PortList;
     List_t __ChassisList;
 
-    // Of the lists that are searched by key; guarded as the lists are. Look-ups fill them.
-    mutable KeyIndex_t DiskIndex;
-    mutable KeyIndex_t PoolIndex;
-    mutable KeyIndex_t ChassisIndex;
+    mutable DiskIndex_t DiskIndex; // of DiskList, and guarded with it
 };
 
 constexpr size_t kMaxProfiles = 8;
@@ -293,61 +310,68 @@ struct Array_t {
 
 // --- Jobs and actions ------------------------------------------------------------------------------------------------
 
-// One job. The queue's while it is queued, then the worker's; Func takes what it needs and frees it before it works.
+// One job. Owned by the queue, then by the worker; Func frees it before it works.
 struct Thread_Args_t {
-    void (*Func)(CMPIContext *context, void *args);
-    uintptr_t Arg0;
-    uintptr_t Arg1;
-    uintptr_t Arg2;
-    uintptr_t Arg3;
-    uintptr_t Arg4;
-    uintptr_t Arg5;
+    void (*Func)(CMPIContext *context, void *args) = nullptr;
+    uintptr_t Arg0 = 0;
+    uintptr_t Arg1 = 0;
+    uintptr_t Arg2 = 0;
+    uintptr_t Arg3 = 0;
+    uintptr_t Arg4 = 0;
+    uintptr_t Arg5 = 0;
+    void (*Release)(Thread_Args_t *job) = nullptr; // of what a job owns that is not run; may be null
 };
 
-enum {
-    CFG_ACTION_NONE = 0,
-    CFG_ACTION_DISK = 100,
-    CFG_ACTION_VOLUME = 101,
-    CFG_ACTION_PORT = 102,
-    CFG_ACTION_BATTERY = 103,
-    CFG_ACTION_POOL = 104,
-    CFG_ACTION_CHASSIS = 105,
-    CFG_ACTION_END = 106,
-};
+using GetOp_t = CMPIObjectPath *(void *device);
+using Build_t = int(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl,
+                    const CMPIInstance *instance, const CMPIObjectPath *op);
+using Update_t = int(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl, void *device,
+                     const CMPIInstance *instance);
+using Delete_t = int(RaidController_t *ctrl, void *device);
+using Free_t = void(void *device);
+using KeyOf_t = const char *(const void *device);
 
-// How one kind of device is found under a controller, told apart, built, refreshed and deleted.
+// How one kind of device is found under a controller, told apart, built, refreshed and deleted, and where each
+// controller has it.
 struct ConfigAction_t {
     int ConfigAction;
     int PreConfigAction; // run before this one
     const char *AssociationClassName;
     const char *AssociatedClassName;
-    const char *KeyName; // of the device's path
-    CMPIObjectPath *(*GetOpFunc)(void *device);
-    int (*BuildFunc)(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl,
-                     const CMPIInstance *instance, const CMPIObjectPath *op);
-    int (*UpdateFunc)(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl, void *device,
-                      const CMPIInstance *instance);
-    int (*DeleteFunc)(RaidController_t *ctrl, void *device);
+    const char *KeyName; // of the device's path, and of its instance
+    GetOp_t *GetOpFunc;
+    Build_t *BuildFunc;
+    Update_t *UpdateFunc;
+    Delete_t *DeleteFunc;
+    Free_t *FreeFunc;
+    KeyOf_t *KeyOfFunc;  // the record's own copy of its key
+    const char *Devices; // what log lines call them
+    List_t *RaidController_t::*List;
+    List_t RaidController_t::*ListItself;
+    Mutex_t RaidController_t::*KindMutex;
+    Relaxed<time_t> RaidController_t::*UpdateTime;
 };
+extern const ConfigAction_t actionTable[kKinds];
+const ConfigAction_t *FindAction(int action); // the row of an action, null for an unknown one
 
 // --- Lives -----------------------------------------------------------------------------------------------------------
 //
 // A life is all that the provider's threads share, from the factory call that starts it to the clean-up that ends it.
-// Lives share nothing: a life in which an up-call does not return is abandoned by clean-up, and its memory goes with
-// the last thread that leaves it, however late.
+// Lives share nothing: clean-up abandons a life in which an up-call does not return, and the last thread that leaves it
+// frees its memory, however late.
 
 constexpr uint32_t kWorkers = 3;
-constexpr uint32_t kMostLost = 3; // workers that may wait for up-calls which do not return, each with a replacement
+constexpr uint32_t kMostLost = 3; // workers whose up-calls do not return, each with a replacement
 constexpr uint32_t kQueuedJobs = 20;
 
 struct Worker_t {
     pthread_t Thread;
-    bool Started;       // there is a thread to be joined
+    bool Started;       // there is a thread to join
     bool Left;          // it has left its life and can be joined at once
-    bool Leaving;       // it takes no more jobs: there are enough workers without it
-    bool Lost;          // the up-call that it is in has not returned for a long time: it does not count as a worker
+    bool Leaving;       // it is surplus and takes no more jobs
+    bool Lost;          // its up-call has not returned for a long time: it does not count as a worker
     time_t UpcallSince; // in Seconds(); 0: not inside an up-call
-    // What its job is about, for the log; null: nothing yet.
+    // What its job is about, for the log; may be null.
     const RaidController_t *Controller;
     const char *Devices;
     const Mutex_t *Kind; // the kind mutex that it holds, or null
@@ -355,7 +379,7 @@ struct Worker_t {
 };
 
 struct Life_t {
-    std::atomic<uint32_t> Holders; // the provider, each worker, each request: the last one frees the life
+    std::atomic<uint32_t> Holders; // the provider, each worker, each request; the last frees the life
 
     // The controllers in discovery order. Complete before requests and workers see it.
     List_t RaidControllerList;
@@ -377,30 +401,30 @@ struct Life_t {
     uint32_t WaitingJobs GUARDED_BY(QuarnelThreadMutex);   // of active workers, those whose job waits for the queue,
     uint32_t DrainingJobs GUARDED_BY(QuarnelThreadMutex);  // and of those, until it is drained
     uint32_t WorkersNumbered GUARDED_BY(QuarnelThreadMutex);
-    time_t WorkersStartedAt GUARDED_BY(QuarnelThreadMutex);     // when workers were last started, or that was tried
+    time_t WorkersStartedAt GUARDED_BY(QuarnelThreadMutex);     // when starting workers was last tried
     uint32_t ThreadActivityDone GUARDED_BY(QuarnelThreadMutex); // the first controller's devices are built
 
-    // The first build, which another worker goes on with when the one that runs it is lost.
+    // The first build. When its worker is lost, another one continues it.
     const CMPIInstanceMI *FirstBuildMi GUARDED_BY(QuarnelThreadMutex);
     uint32_t FirstBuildStep GUARDED_BY(QuarnelThreadMutex); // the one that is being run
-    uint32_t FirstBuildTurn GUARDED_BY(QuarnelThreadMutex); // how often it was handed over
-    bool FirstBuildOwed GUARDED_BY(QuarnelThreadMutex);     // nobody runs it, and it is not queued
+    uint32_t FirstBuildTurn GUARDED_BY(QuarnelThreadMutex); // how often its worker was lost
+    bool FirstBuildOwed GUARDED_BY(QuarnelThreadMutex);     // it is neither running nor queued
     bool FirstBuildDone GUARDED_BY(QuarnelThreadMutex);
     timespec Started; // CLOCK_MONOTONIC; fixed
 };
 
-// What a thread of ours, or a request, is in. The memory is part of the thread: reaching it never allocates.
+// What this thread works in. Static thread-local storage: access never allocates.
 struct Here_t {
     Life_t *Life;
     Worker_t *Worker;
 };
 extern __thread Here_t Here __attribute__((tls_model("initial-exec")));
 
-// The life that is there; null between two. What threads see that are in none: whoever looks in from outside.
+// The current life, null between two. Seen by threads that are in none.
 extern std::atomic<Life_t *> CurrentLife;
 extern Life_t NoLife; // an empty one
 
-// The life that this thread is in, or looks into; an empty one when there is none.
+// The life that this thread is in, else the current one, else an empty one.
 inline Life_t &ThisLife() {
     if (Here.Life != nullptr) return *Here.Life;
     Life_t *current = CurrentLife.load(std::memory_order_acquire);
@@ -409,10 +433,10 @@ inline Life_t &ThisLife() {
 
 // A life with no controllers and no workers, held once; null without memory.
 Life_t *NewLife(const timespec &started);
-// Gives a hold back; the last one frees the life with all that it owns.
+// Ends a hold; the last one frees the life with all that it owns.
 void LeaveLife(Life_t *life);
 
-// This thread is in a life while it lasts. The hold on the life is taken over; null: in an empty life.
+// This thread is in a life while this lasts, which takes over a hold on it. Null: in an empty life.
 class InLife {
 public:
     explicit InLife(Life_t *life, Worker_t *worker = nullptr);
@@ -440,11 +464,11 @@ void FreeController(void *controller);
 
 // Starts this life's workers, each in a context prepared from `ctx`.
 void InitQuarnelThreads(const CMPIContext *ctx);
-// Tells the workers to stop: nothing is asked of the broker any more. With `unlessInUpcall` nothing is changed and the
-// answer is false while a job is inside an up-call.
+// Tells the workers to stop: no up-call is begun any more. With `unlessInUpcall`, false and no change while a job is
+// inside an up-call.
 bool StopQuarnelThreads(Life_t *life, bool unlessInUpcall);
-// Waits for the stopped workers to end, until `until` (CLOCK_MONOTONIC) at most; queued jobs are freed with what they
-// own. False: one is still inside an up-call, and its life is its own from now on.
+// Waits for the stopped workers to end, until `until` (CLOCK_MONOTONIC) at most, and frees queued jobs. False: one is
+// still inside an up-call and keeps its life.
 bool CleanupQuarnelThreads(Life_t *life, const timespec &until);
 // Queues the first build of every controller's devices: 0, -2 or -6.
 int BuildDeviceInfoAsync(const CMPIInstanceMI *mi, const CMPIContext *ctx);
@@ -452,12 +476,12 @@ int BuildDeviceInfoAsync(const CMPIInstanceMI *mi, const CMPIContext *ctx);
 void AwaitFirstBuild();
 extern Relaxed<int> FirstAnswerWait; // seconds; 0: requests are answered at once from what is known
 
-// Asks for a background refresh of one kind of device of one controller and does not wait for it: 0 when it is queued
-// or not due, -2 without memory, -6 when the queue is full or too many up-calls do not return. Called with no lock
-// held, on a thread that `ctx` is of.
+// Asks for a background refresh of one kind of device of one controller: 0 when it is queued or not due, -2 without
+// memory, -6 when the queue is full or too many up-calls do not return. Called with no lock held; `ctx` is this
+// thread's.
 int HandleDeviceConfigChange(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl, int action);
 
-// Linear look-ups; null for a null key. CtrlMutex is held by the caller.
+// The first record with that key, or null. CtrlMutex is held by the caller.
 StoragePool_t *FindStoragePoolByID(const RaidController_t *ctrl, const char *instanceID);
 DiskDrive_t *FindDiskByDeviceID(const RaidController_t *ctrl, const char *deviceID);
 Chassis_t *FindChassisByTag(const RaidController_t *ctrl, const char *tag);
@@ -475,12 +499,11 @@ const char *GetHostName();
 const char *GetSystemName();
 const char *GetSystemClassName();
 
-// Element 0 of an array property as its uint16 member, the one that every caller reads; all zero when there is none or
-// it does not fit.
+// Element 0 of an array property, as uint16; zero when there is none or it does not fit.
 CMPIValue GetArrayProperty(const CMPIInstance *instance, const char *property);
 // As strcasecmp; a string without characters counts as empty.
 int CMStringCmp(const CMPIString *str1, const char *str2);
-// A heap copy, the caller's; null for null, and after a warning when there is no memory.
+// A heap copy, the caller's; null for null, and, after a warning, without memory.
 char *StringClone(const char *text);
 
 using HeapText = Heap<char>;

@@ -1,5 +1,5 @@
 // Controller discovery: from the registered profiles along four associations to every RAID controller. Runs once, on
-// the thread that starts the provider, before anybody else can see the list or the records: it takes no lock.
+// the thread that starts the provider, before other threads see the list: it takes no lock.
 #include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 namespace {

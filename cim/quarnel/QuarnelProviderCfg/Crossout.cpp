@@ -1,5 +1,4 @@
-// Pairing a cached list of devices with a fresh enumeration of them. Nothing is changed or copied: paths, instances and
-// texts stay whose they are.
+// Pairing a cached list of devices with a fresh enumeration of them. Paths, instances and texts are borrowed.
 #include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 #include <string.h>
@@ -8,7 +7,7 @@ namespace {
 
 constexpr char kWho[] = "CrossoutDuplicatedEntries";
 
-// Who a device is. Lent by its path; either null: it is nobody's double.
+// Who a device is. Lent by its path; with either missing it is unlike any other.
 struct Identity_t {
     const char *ClassName;
     const char *Key;
@@ -23,14 +22,26 @@ bool Same(const Identity_t &a, const Identity_t &b) {
            strcmp(a.ClassName, b.ClassName) == 0 && strcmp(a.Key, b.Key) == 0;
 }
 
-// An array that is being filled, with how many of its entries are not yet matched.
+// An array that is being filled.
 template <class Entry> struct Entries_t {
     Heap<Entry> Array;
     int Count = 0;
     int Unmatched = 0;
+
+    Entry &operator[](int i) { return Array.get()[i]; }
+    // Room for so many; false, having said so, without memory.
+    bool Reserve(uint32_t size, const char *what) {
+        Array.reset(Allocate<Entry>(size));
+        if (Array == nullptr) QLOG(LOG_ERR, "%s, failed to allocate memory for %s\n", kWho, what);
+        return Array != nullptr;
+    }
+    void Append(const Entry &entry) {
+        Array.get()[Count] = entry;
+        Unmatched = ++Count;
+    }
 };
 
-int ReadFresh(const CMPIEnumeration *enums, Entries_t<NewInfo_t> *fresh) {
+int ReadFresh(const CMPIEnumeration *enums, Entries_t<NewInfo_t> &fresh) {
     const CMPIArray *array = enums->ft->toArray(enums, nullptr);
     QLOG(LOG_DEBUG, "arrPtr %p\n", static_cast<const void *>(array));
     if (array == nullptr) {
@@ -40,91 +51,63 @@ int ReadFresh(const CMPIEnumeration *enums, Entries_t<NewInfo_t> *fresh) {
     const CMPICount size = array->ft->getSize(array, nullptr);
     QLOG(LOG_DEBUG, "Enum array size %d\n", static_cast<int>(size));
     if (size == 0) return RESULT_OK;
-    fresh->Array.reset(Allocate<NewInfo_t>(size));
-    if (fresh->Array == nullptr) {
-        QLOG(LOG_ERR, "%s, failed to allocate memory for enum\n", kWho);
-        return RESULT_NO_MEMORY;
-    }
-    CMPIInstance *instance = nullptr;
-    while (fresh->Count < static_cast<int>(size) && Next(enums, &instance)) {
+    if (!fresh.Reserve(size, "enum")) return RESULT_NO_MEMORY;
+    for (CMPIInstance *instance = nullptr; fresh.Count < static_cast<int>(size) && Next(enums, &instance);) {
         CMPIObjectPath *op = instance != nullptr ? PathOf(instance) : nullptr;
-        if (op == nullptr) continue; // nothing could be built of it
-        fresh->Array.get()[fresh->Count] = {op, instance};
-        QLOG(LOG_DEBUG, "OP %p added to opArr[%d]\n", static_cast<void *>(op), fresh->Count);
-        fresh->Count += 1;
+        if (op == nullptr) continue; // it could not be built
+        QLOG(LOG_DEBUG, "OP %p added to opArr[%d]\n", static_cast<void *>(op), fresh.Count);
+        fresh.Append({op, instance});
     }
-    fresh->Unmatched = fresh->Count;
     return RESULT_OK;
 }
 
-int ReadCached(const List_t *list, Entries_t<UpdateInfo_t> *cached) {
+int ReadCached(const List_t *list, Entries_t<UpdateInfo_t> &cached) {
     const uint32_t size = list != nullptr ? list->Size : 0;
     QLOG(LOG_DEBUG, "List %p, size %d\n", static_cast<const void *>(list), static_cast<int>(size));
     if (size == 0) return RESULT_OK;
-    cached->Array.reset(Allocate<UpdateInfo_t>(size));
-    if (cached->Array == nullptr) {
-        QLOG(LOG_ERR, "%s, failed to allocate memory for list\n", kWho);
-        return RESULT_NO_MEMORY;
-    }
+    if (!cached.Reserve(size, "list")) return RESULT_NO_MEMORY;
     for (void *record : Each<void>(list)) {
-        cached->Array.get()[cached->Count].Device = record;
-        QLOG(LOG_DEBUG, "data %p added to dataArr[%d]\n", record, cached->Count);
-        cached->Count += 1;
+        QLOG(LOG_DEBUG, "data %p added to dataArr[%d]\n", record, cached.Count);
+        cached.Append({record, 0, nullptr});
     }
-    cached->Unmatched = cached->Count;
     return RESULT_OK;
 }
 
-// Each fresh entry's identity is read once, and entries at the front that are matched are not looked at again: a list
-// that comes back in its own order is paired in one walk.
-int Match(Entries_t<UpdateInfo_t> *cached, Entries_t<NewInfo_t> *fresh, CMPIObjectPath *(*getOp)(void *),
-          const char *keyname) {
-    if (cached->Count == 0 || fresh->Count == 0) return RESULT_OK;
-    const Heap<Identity_t> identities(Allocate<Identity_t>(static_cast<size_t>(fresh->Count)));
-    if (identities == nullptr) {
-        QLOG(LOG_ERR, "%s, failed to allocate memory for enum\n", kWho);
-        return RESULT_NO_MEMORY;
-    }
-    for (int j = 0; j < fresh->Count; ++j) identities.get()[j] = IdentityOf(fresh->Array.get()[j].Op, keyname);
+// Each fresh entry's identity is read once, and matched entries at the front are not looked at again: a list that comes
+// back in its own order is paired in one walk.
+int Match(Entries_t<UpdateInfo_t> &cached, Entries_t<NewInfo_t> &fresh, GetOp_t *getOp, const char *keyname) {
+    if (cached.Count == 0 || fresh.Count == 0) return RESULT_OK;
+    Entries_t<Identity_t> identities;
+    if (!identities.Reserve(static_cast<uint32_t>(fresh.Count), "enum")) return RESULT_NO_MEMORY;
+    for (int j = 0; j < fresh.Count; ++j) identities.Append(IdentityOf(fresh[j].Op, keyname));
 
     int first = 0;
-    for (int i = 0; i < cached->Count; ++i) {
-        UpdateInfo_t &old = cached->Array.get()[i];
-        const Identity_t sought = IdentityOf(getOp(old.Device), keyname);
+    for (int i = 0; i < cached.Count; ++i) {
+        const Identity_t sought = IdentityOf(getOp(cached[i].Device), keyname);
         QLOG(LOG_DEBUG, "dataArr[%d]: class name %s, key %s\n", i, Shown(sought.ClassName), Shown(sought.Key));
-        while (first < fresh->Count && fresh->Array.get()[first].Op == nullptr) ++first;
-        for (int j = first; j < fresh->Count; ++j) {
-            NewInfo_t &candidate = fresh->Array.get()[j];
-            if (candidate.Op == nullptr) continue;
-            const Identity_t &found = identities.get()[j];
+        while (first < fresh.Count && fresh[first].Op == nullptr) ++first;
+        for (int j = first; j < fresh.Count; ++j) {
+            if (fresh[j].Op == nullptr) continue;
+            const Identity_t &found = identities[j];
             QLOG(LOG_DEBUG, "opArr[%d]: class name %s, key %s\n", j, Shown(found.ClassName), Shown(found.Key));
             if (!Same(sought, found)) continue;
-            old.Instance = candidate.Instance;
-            old.Flag = 1;
-            candidate = {};
-            fresh->Unmatched -= 1;
-            cached->Unmatched -= 1;
+            cached[i].Instance = fresh[j].Instance;
+            cached[i].Flag = 1;
+            fresh[j] = {};
+            fresh.Unmatched -= 1;
+            cached.Unmatched -= 1;
             QLOG(LOG_DEBUG, "%s,%s duplicated, candidate for update. ci %d, cj %d\n", found.ClassName, found.Key,
-                 fresh->Unmatched, cached->Unmatched);
+                 fresh.Unmatched, cached.Unmatched);
             break;
         }
     }
     return RESULT_OK;
 }
 
-int Pair(const List_t *list, const CMPIEnumeration *enums, CMPIObjectPath *(*getOp)(void *), const char *keyname,
-         Entries_t<UpdateInfo_t> *cached, Entries_t<NewInfo_t> *fresh) {
-    int result = ReadFresh(enums, fresh);
-    if (result == RESULT_OK) result = ReadCached(list, cached);
-    if (result == RESULT_OK) result = Match(cached, fresh, getOp, keyname);
-    return result;
-}
-
 } // namespace
 
-int CrossoutDuplicatedEntries(const List_t *list, const CMPIEnumeration *enums, CMPIObjectPath *(*getOp)(void *device),
-                              const char *keyname, UpdateInfo_t **dataPtrs, NewInfo_t **opPtrs, int *datacount,
-                              int *opcount) {
+int CrossoutDuplicatedEntries(const List_t *list, const CMPIEnumeration *enums, GetOp_t *getOp, const char *keyname,
+                              UpdateInfo_t **dataPtrs, NewInfo_t **opPtrs, int *datacount, int *opcount) {
     QLOG(LOG_DEBUG, "%s: ENTER...\n", kWho);
     Entries_t<UpdateInfo_t> cached;
     Entries_t<NewInfo_t> fresh;
@@ -136,7 +119,9 @@ int CrossoutDuplicatedEntries(const List_t *list, const CMPIEnumeration *enums, 
         *opPtrs = nullptr;
         *datacount = 0;
         *opcount = 0;
-        result = Pair(list, enums, getOp, keyname, &cached, &fresh);
+        result = ReadFresh(enums, fresh);
+        if (result == RESULT_OK) result = ReadCached(list, cached);
+        if (result == RESULT_OK) result = Match(cached, fresh, getOp, keyname);
     }
     if (result == RESULT_OK) {
         *datacount = cached.Count;

@@ -6,57 +6,45 @@
 
 namespace {
 
-// A device's kind code is its row here, counted from 1. The first class that the device is of decides.
-const struct {
-    const char *ClassName;
-    int Action;
-} kDeviceKinds[] = {
-    {"CIM_StorageVolume", CFG_ACTION_VOLUME},
-    {"CIM_SASSATAPort", CFG_ACTION_PORT},
-    {"CIM_DiskDrive", CFG_ACTION_DISK},
-    {"CIM_Battery", CFG_ACTION_BATTERY},
-};
-constexpr int kKinds = sizeof kDeviceKinds / sizeof *kDeviceKinds;
+// A device's kind code is its place here, counted from 1. The first class that the device is of decides.
+constexpr int kLogicalDevices[] = {CFG_ACTION_VOLUME, CFG_ACTION_PORT, CFG_ACTION_DISK, CFG_ACTION_BATTERY};
+constexpr int kCodes = sizeof kLogicalDevices / sizeof *kLogicalDevices;
 constexpr int kNoKind = 99;
 
 bool Same(const char *a, const char *b) { return a != nullptr && b != nullptr && strcmp(a, b) == 0; }
 
-// Remembers classes, so that the broker is asked once for each and not once for every device. The names are the
-// broker's and live as long as the pass.
+// Asks the broker once for each class and not once for every device. The names are the broker's and live as long as
+// the pass.
 class KindMemory {
 public:
     int KindOf(const CMPIObjectPath *device) {
         const char *name = ClassNameOf(device);
-        const int kind = last != nullptr && Same(last, name) && lastKind != 0 ? lastKind : Look(device, name);
-        last = name;
-        lastKind = kind;
-        return kind;
-    }
-
-private:
-    int Look(const CMPIObjectPath *device, const char *name) {
-        for (int i = 0; i < kKinds; ++i)
+        if (device == nullptr || Same(other, name)) return kNoKind;
+        other = nullptr;
+        for (int i = 0; i < kCodes; ++i)
             if (Same(names[i], name)) return i + 1;
-        for (int i = 0; i < kKinds && device != nullptr; ++i) {
-            if (!Broker->eft->classPathIsA(Broker, device, kDeviceKinds[i].ClassName, nullptr)) continue;
+        for (int i = 0; i < kCodes; ++i) {
+            const char *kind = FindAction(kLogicalDevices[i])->AssociatedClassName;
+            if (!Broker->eft->classPathIsA(Broker, device, kind, nullptr)) continue;
             names[i] = name;
             return i + 1;
         }
+        other = name;
         return kNoKind;
     }
 
-    const char *names[kKinds] = {};
-    const char *last = nullptr;
-    int lastKind = 0;
-};
-
-struct Pass_t {
-    const CMPIInstanceMI *Mi;
-    const CMPIContext *Context;
-    RaidController_t *Controller;
+private:
+    const char *names[kCodes] = {}; // of each kind, the class last met
+    const char *other = nullptr;    // the device before was of this class, which is of no kind
 };
 
 using JobHolder = Holder<Thread_Args_t, FreeJob>;
+
+// The clones that a device's job owns.
+void ReleaseDevice(Thread_Args_t *job) {
+    Owned<CMPIObjectPath>(reinterpret_cast<CMPIObjectPath *>(job->Arg3)).reset();
+    Owned<CMPIInstance>(reinterpret_cast<CMPIInstance *>(job->Arg4)).reset();
+}
 
 // Null when there is no memory for it, or the broker cannot make the clones.
 JobHolder NewDeviceJob(const Pass_t &pass, const CMPIInstance *device, const CMPIObjectPath *op, int kind) {
@@ -70,7 +58,8 @@ JobHolder NewDeviceJob(const Pass_t &pass, const CMPIInstance *device, const CMP
             0,
             reinterpret_cast<uintptr_t>(ownPath.release()),
             reinterpret_cast<uintptr_t>(ownDevice.release()),
-            static_cast<uintptr_t>(kind)};
+            static_cast<uintptr_t>(kind),
+            ReleaseDevice};
     return job;
 }
 
@@ -104,44 +93,40 @@ void QueueDevices(const Pass_t &pass) {
     }
 }
 
-// True when a refresh was quicker than the first build: it has listed a record of the same class and key. Two of them
-// in one enumeration are both built, as a refresh builds both. The caller holds the kind's mutex, so the list cannot
+// True when a refresh has listed a record of the same class and key before the first build came to it. Duplicates
+// within one enumeration are all built, as a refresh does. The caller holds the kind's mutex, so the list cannot
 // change.
-bool IsListed(const RaidController_t *ctrl, const ConfigAction_t &action, const ActionTarget_t &target,
-              const CMPIInstance *device, const CMPIObjectPath *op) {
-    if (!ctrl->BuiltByRefresh[action.ConfigAction - CFG_ACTION_DISK]) return false;
-    const char *key = TextOf(device, action.KeyName);
-    if (key == nullptr) return false;
-    for (void *record : Each<void>(ctrl->*target.List))
-        if (Same(target.KeyOf(record), key) && Same(ClassNameOf(action.GetOpFunc(record)), ClassNameOf(op)))
-            return true;
+bool IsListed(const RaidController_t *ctrl, const ConfigAction_t &row, const CMPIInstance *device,
+              const CMPIObjectPath *op) {
+    if (!ctrl->BuiltByRefresh[row.ConfigAction - CFG_ACTION_DISK]) return false;
+    const char *key = TextOf(device, row.KeyName);
+    for (void *record : Each<void>(ctrl->*row.List))
+        if (Same(row.KeyOfFunc(record), key) && Same(ClassNameOf(row.GetOpFunc(record)), ClassNameOf(op))) return true;
     return false;
 }
 
 // Builds one device of the first build; the caller holds the kind's mutex.
-int BuildOnce(const Pass_t &pass, const ConfigAction_t &action, const ActionTarget_t &target,
-              const CMPIInstance *device, const CMPIObjectPath *op) {
-    if (IsListed(pass.Controller, action, target, device, op)) {
+int BuildOnce(const Pass_t &pass, const ConfigAction_t &row, const CMPIInstance *device, const CMPIObjectPath *op) {
+    if (IsListed(pass.Controller, row, device, op)) {
         QLOG(LOG_DEBUG, "%s is in the model already\n", PathText(op).Text());
         return RESULT_OK;
     }
-    return action.BuildFunc(pass.Mi, pass.Context, pass.Controller, device, op);
+    return row.BuildFunc(pass.Mi, pass.Context, pass.Controller, device, op);
 }
 
-// Builds all devices of a kind that is not made of logical devices, in this job.
-int BuildAll(const Pass_t &pass, int code) {
-    const ConfigAction_t &action = *FindAction(code);
-    const ActionTarget_t &target = *FindTarget(code);
-    NoteJob(pass.Controller, target.Devices);
-    const CMPIEnumeration *devices = Associators(pass.Context, pass.Controller->ControllerOp,
-                                                 action.AssociationClassName, action.AssociatedClassName);
-    const KindHold hold(pass.Context, pass.Controller, target, KindHold::Patience::FirstBuild);
-    for (CMPIInstance *device = nullptr; hold && Next(devices, &device);) {
-        if (device == nullptr) continue;
-        const int result = BuildOnce(pass, action, target, device, PathOf(device));
-        if (result != RESULT_OK) return result;
+// Builds all devices of a kind that is not made of logical devices, in this job, up to the first that is refused.
+int BuildAll(const char *who, const Pass_t &pass, const ConfigAction_t &row) {
+    NoteJob(pass.Controller, row.Devices);
+    const CMPIEnumeration *devices =
+        Associators(pass.Context, pass.Controller->ControllerOp, row.AssociationClassName, row.AssociatedClassName);
+    int result = RESULT_OK;
+    const KindHold hold(pass.Context, pass.Controller, row, KindHold::Patience::FirstBuild);
+    for (CMPIInstance *device = nullptr; hold && result == RESULT_OK && Next(devices, &device);) {
+        const CMPIObjectPath *op = device != nullptr ? PathOf(device) : nullptr;
+        if (op != nullptr) result = BuildOnce(pass, row, device, op); // else it could not be built
     }
-    return RESULT_OK;
+    QLOG(LOG_DEBUG, "%s, EXIT(%d).\n", who, result);
+    return result;
 }
 
 void LetRefreshesBegin() {
@@ -155,8 +140,8 @@ void LetRefreshesBegin() {
 int (*const kSteps[])(const CMPIInstanceMI *, const CMPIContext *,
                       RaidController_t *) = {BuildPoolInfo, BuildChassisInfo, BuildLogicalDeviceInfo};
 
-// The job that runs the first build takes its turn: when it is lost, the next one begins behind the step that it was
-// in.
+// The turn of the job that runs the first build. When its worker is lost, the next job begins after the lost one's
+// step.
 uint32_t TakeTurn(const CMPIInstanceMI *mi) {
     Life_t &life = ThisLife();
     const ThreadsLock lock(life.QuarnelThreadMutex);
@@ -164,7 +149,7 @@ uint32_t TakeTurn(const CMPIInstanceMI *mi) {
     return life.FirstBuildTurn;
 }
 
-// False when this job shall not run the step: it has been run, the workers are being stopped, or the turn is over.
+// False when the step has been run, the workers are being stopped, or the turn is over.
 bool ClaimStep(uint32_t step, uint32_t turn) {
     Life_t &life = ThisLife();
     const ThreadsLock lock(life.QuarnelThreadMutex);
@@ -186,32 +171,19 @@ bool EndFirstBuild(uint32_t turn) {
 }
 
 int QueueFirstBuild(const CMPIInstanceMI *mi) {
-    JobHolder job(Allocate<Thread_Args_t>());
-    if (job == nullptr) {
-        QLOG(LOG_ERR, "%s, failed to allocate threadArgs\n", "BuildDeviceInfoAsync");
-        return RESULT_NO_MEMORY;
-    }
-    job->Func = DoBuildDeviceInfoAsync;
-    job->Arg0 = reinterpret_cast<uintptr_t>(mi);
-    const int result = QueueJob(job.get());
-    if (result == RESULT_OK) (void)job.release();
-    return result;
+    return QueueCopy("BuildDeviceInfoAsync", {DoBuildDeviceInfoAsync, reinterpret_cast<uintptr_t>(mi)});
 }
 
 } // namespace
 
 int BuildPoolInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl) {
     QLOG(LOG_DEBUG, "%s, ENTER...\n", __func__);
-    const int result = BuildAll({mi, ctx, ctrl}, CFG_ACTION_POOL);
-    QLOG(LOG_DEBUG, "%s, EXIT(%d).\n", __func__, result);
-    return result;
+    return BuildAll(__func__, {mi, ctx, ctrl}, *FindAction(CFG_ACTION_POOL));
 }
 
 int BuildChassisInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl) {
     QLOG(LOG_DEBUG, "%s, enter...\n", __func__);
-    const int result = BuildAll({mi, ctx, ctrl}, CFG_ACTION_CHASSIS);
-    QLOG(LOG_DEBUG, "%s, EXIT(%d).\n", __func__, result);
-    return result;
+    return BuildAll(__func__, {mi, ctx, ctrl}, *FindAction(CFG_ACTION_CHASSIS));
 }
 
 int BuildLogicalDeviceInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, RaidController_t *ctrl) {
@@ -228,7 +200,7 @@ int BuildLogicalDeviceInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, Rai
 }
 
 void ProcessBuildLogicalDeviceInfo(CMPIContext *ctx, void *args) {
-    // The clones live until the end, the record does not.
+    // The clones live until the end, the job does not.
     Heap<Thread_Args_t> job(static_cast<Thread_Args_t *>(args));
     const Pass_t pass = {reinterpret_cast<const CMPIInstanceMI *>(job->Arg1), ctx,
                          reinterpret_cast<RaidController_t *>(job->Arg0)};
@@ -236,37 +208,35 @@ void ProcessBuildLogicalDeviceInfo(CMPIContext *ctx, void *args) {
     const Owned<CMPIObjectPath> op(reinterpret_cast<CMPIObjectPath *>(job->Arg3));
     const int kind = static_cast<int>(job->Arg5);
     job.reset();
-    if (kind < 1 || kind > kKinds) {
+    if (kind < 1 || kind > kCodes) {
         QLOG(LOG_ERR, "%s: invalid type %d\n", __func__, kind);
         return;
     }
-    const int code = kDeviceKinds[kind - 1].Action;
-    const ActionTarget_t &target = *FindTarget(code);
-    const KindHold hold(pass.Context, pass.Controller, target, KindHold::Patience::FirstBuild);
-    if (hold && !Stopping()) BuildOnce(pass, *FindAction(code), target, device.get(), op.get());
+    const ConfigAction_t &row = *FindAction(kLogicalDevices[kind - 1]);
+    const KindHold hold(pass.Context, pass.Controller, row, KindHold::Patience::FirstBuild);
+    if (hold && !Stopping()) BuildOnce(pass, row, device.get(), op.get());
 }
 
 int BuildDeviceInfoAsync(const CMPIInstanceMI *mi, const CMPIContext *) {
     const int result = QueueFirstBuild(mi);
     if (result == RESULT_OK) return result;
     if (result != RESULT_NO_MEMORY) QLOG(LOG_ERR, "%s, failed to put threadArgs in FIFO\n", __func__);
-    // That must not keep the refreshes away for good: they will find every device new.
+    // Refreshes must not wait for it: they will find every device new.
     LetRefreshesBegin();
     EndFirstBuild(TakeTurn(mi));
     return result;
 }
 
-bool GoOnWithFirstBuild() {
+void GoOnWithFirstBuild() {
     Life_t &life = ThisLife();
     const CMPIInstanceMI *mi = nullptr;
     {
         const ThreadsLock lock(life.QuarnelThreadMutex);
         mi = life.FirstBuildMi;
     }
-    if (QueueFirstBuild(mi) == RESULT_OK) return true;
+    if (QueueFirstBuild(mi) == RESULT_OK) return;
     const ThreadsLock lock(life.QuarnelThreadMutex);
     life.FirstBuildOwed = true;
-    return false;
 }
 
 void DoBuildDeviceInfoAsync(CMPIContext *ctx, void *args) {

@@ -1,5 +1,5 @@
 // Holding a kind mutex: one pass at a time builds or refreshes one kind of device of one controller. The mutex is tried
-// under the thread mutex, so that a waiter hears of a stop, and gives up on a holder whose up-call does not return.
+// under the thread mutex, so that a waiter notices a stop and a holder whose up-call does not return.
 #include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 namespace {
@@ -18,10 +18,10 @@ bool HolderIsStuck(const Life_t &life, const Mutex_t *kind, KindHold::Patience p
 
 } // namespace
 
-KindHold::KindHold(const CMPIContext *ctx, RaidController_t *ctrl, const ActionTarget_t &target, Patience patience)
+KindHold::KindHold(const CMPIContext *ctx, RaidController_t *ctrl, const ConfigAction_t &row, Patience patience)
     : kind(nullptr) {
     Life_t &life = ThisLife();
-    Mutex_t *wanted = &(ctrl->*target.KindMutex);
+    Mutex_t *wanted = &(ctrl->*row.KindMutex);
     while (kind == nullptr) {
         {
             ThreadsLock lock(life.QuarnelThreadMutex);
@@ -29,7 +29,7 @@ KindHold::KindHold(const CMPIContext *ctx, RaidController_t *ctrl, const ActionT
                 kind = wanted;
                 if (Here.Worker != nullptr) {
                     Here.Worker->Controller = ctrl;
-                    Here.Worker->Devices = target.Devices;
+                    Here.Worker->Devices = row.Devices;
                     Here.Worker->Kind = kind;
                 }
             } else {

@@ -1,6 +1,13 @@
 // The beginning and the end of a life, and who is in it.
 #include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
+// What outlives lives: what the factory was given, and which life is there.
+Relaxed<const CMPIBroker *> Broker;
+Relaxed<time_t> InitCompleteTime;
+std::atomic<Life_t *> CurrentLife;
+Life_t NoLife;
+__thread Here_t Here;
+
 Life_t *NewLife(const timespec &started) {
     auto *life = Allocate<Life_t>();
     if (life == nullptr) return nullptr;
@@ -30,7 +37,7 @@ void FreeLife(Life_t *life) {
 
 } // namespace
 
-// What others did in the life before they left it comes before what the last one does.
+// Orders what others did in the life before its end.
 void LeaveLife(Life_t *life) {
     if (life->Holders.fetch_sub(1, std::memory_order_acq_rel) == 1) FreeLife(life);
 }

@@ -1,4 +1,4 @@
-// The queue of jobs as its producers see it, and waiting for it to move.
+// Queueing jobs, and waiting for the queue.
 #include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 namespace {
@@ -10,7 +10,7 @@ bool Reached(Life_t &life, QueueState wanted) REQUIRES(life.QuarnelThreadMutex) 
     return IsListEmpty(&life.__FIFO.List) != 0 && life.ActiveThreads <= life.LostWorkers + life.DrainingJobs;
 }
 
-// There are workers that are neither lost nor waiting for the queue.
+// Some workers are neither lost nor waiting for the queue.
 bool OthersWork(const Life_t &life) REQUIRES(life.QuarnelThreadMutex) { return AbleWorkers(life) > life.WaitingJobs; }
 
 // Waits until the queue is in the state (true), until `until`, or until there is a job that no other worker would take:
@@ -40,6 +40,18 @@ int QueueJob(Thread_Args_t *job) {
     return RESULT_OK;
 }
 
+int QueueCopy(const char *who, const Thread_Args_t &job) {
+    Heap<Thread_Args_t> copy(Allocate<Thread_Args_t>());
+    if (copy == nullptr) {
+        QLOG(LOG_ERR, "%s, failed to allocate threadArgs\n", who);
+        return RESULT_NO_MEMORY;
+    }
+    *copy = job;
+    const int result = QueueJob(copy.get());
+    if (result == RESULT_OK) (void)copy.release();
+    return result;
+}
+
 bool OncePerSecond::Due() {
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC, &now);
@@ -52,7 +64,7 @@ bool OncePerSecond::Due() {
 void AwaitQueue(const CMPIContext *ctx, QueueState wanted, OncePerSecond *saying, void (*say)()) {
     Life_t &life = ThisLife();
     Thread_Args_t *job = nullptr;
-    timespec until = {}; // at first no wait
+    timespec until = {}; // the first pass does not wait
     while (!WaitFor(life, wanted, until, &job)) {
         if (job != nullptr) {
             job->Func(const_cast<CMPIContext *>(ctx), job);
@@ -66,7 +78,5 @@ void AwaitQueue(const CMPIContext *ctx, QueueState wanted, OncePerSecond *saying
 
 void FreeJob(void *record) {
     const Heap<Thread_Args_t> job(static_cast<Thread_Args_t *>(record));
-    if (job->Func != ProcessBuildLogicalDeviceInfo) return;
-    Owned<CMPIObjectPath>(reinterpret_cast<CMPIObjectPath *>(job->Arg3)).reset();
-    Owned<CMPIInstance>(reinterpret_cast<CMPIInstance *>(job->Arg4)).reset();
+    if (job->Release != nullptr) job->Release(job.get());
 }

@@ -8,12 +8,6 @@ constexpr char kWho[] = "ProcessDeviceConfigChange";
 constexpr time_t kGraceAfterStart = 3; // seconds
 constexpr int kLongestChain = 10;
 
-struct Pass_t {
-    const CMPIInstanceMI *Mi;
-    const CMPIContext *Context;
-    RaidController_t *Controller;
-};
-
 // The action's row first, then what must run before it. Returns the length.
 int ChainOf(int requested, const ConfigAction_t *(&chain)[kLongestChain]) {
     int length = 0;
@@ -50,12 +44,10 @@ void BuildNew(const Pass_t &pass, const ConfigAction_t &row, const NewInfo_t *op
 }
 
 void ReconcileKind(const Pass_t &pass, const ConfigAction_t &row) {
-    const ActionTarget_t *target = FindTarget(row.ConfigAction);
-    if (target == nullptr) return;
     RaidController_t *ctrl = pass.Controller;
-    const KindHold hold(pass.Context, ctrl, *target, KindHold::Patience::Refresh);
+    const KindHold hold(pass.Context, ctrl, row, KindHold::Patience::Refresh);
     if (!hold) return;
-    const time_t last = ctrl->*target->UpdateTime;
+    const time_t last = ctrl->*row.UpdateTime;
     if (time(nullptr) < last + StateUpdateInterval) {
         QLOG(LOG_DEBUG, "Action %d, last %lu, now %lu, skip\n", row.ConfigAction, static_cast<unsigned long>(last),
              static_cast<unsigned long>(time(nullptr)));
@@ -69,7 +61,7 @@ void ReconcileKind(const Pass_t &pass, const ConfigAction_t &row) {
     NewInfo_t *ops = nullptr;
     int removeCount = 0;
     int addCount = 0;
-    if (CrossoutDuplicatedEntries(ctrl->*target->List, fresh, row.GetOpFunc, row.KeyName, &devices, &ops, &removeCount,
+    if (CrossoutDuplicatedEntries(ctrl->*row.List, fresh, row.GetOpFunc, row.KeyName, &devices, &ops, &removeCount,
                                   &addCount) != RESULT_OK)
         return;
     const Heap<UpdateInfo_t> ownDevices(devices);

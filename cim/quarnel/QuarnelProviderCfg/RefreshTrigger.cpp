@@ -20,12 +20,12 @@ int HandleDeviceConfigChange(const CMPIInstanceMI *mi, const CMPIContext *ctx, R
         QLOG(LOG_DEBUG, "%s: BuildDeviceInfoAsync is still running, skip action %d\n", __func__, action);
         return RESULT_OK;
     }
-    const ActionTarget_t *target = FindTarget(action);
-    if (target == nullptr) {
+    const ConfigAction_t *row = FindAction(action);
+    if (row == nullptr) {
         QLOG(LOG_ERR, "%s: wrong action %d, ignored\n", __func__, action);
         return RESULT_OK;
     }
-    const time_t last = ctrl->*target->UpdateTime;
+    const time_t last = ctrl->*row->UpdateTime;
     if (now - last < StateUpdateInterval) {
         QLOG(LOG_DEBUG, "%s: ctrl %s, action %d, last %lu, now %lu, skip\n", __func__, ctrl->DeviceID, action,
              static_cast<unsigned long>(last), static_cast<unsigned long>(now));
@@ -35,17 +35,10 @@ int HandleDeviceConfigChange(const CMPIInstanceMI *mi, const CMPIContext *ctx, R
         QLOG(LOG_DEBUG, "%s: workers wait for up-calls that do not return, skip action %d\n", __func__, action);
         return RESULT_FIFO_FULL;
     }
-    Heap<Thread_Args_t> job(Allocate<Thread_Args_t>());
-    if (job == nullptr) {
-        QLOG(LOG_ERR, "%s, failed to allocate threadArgs\n", __func__);
-        return RESULT_NO_MEMORY;
-    }
-    job->Func = DoDeviceConfigChange;
-    job->Arg0 = reinterpret_cast<uintptr_t>(mi);
-    job->Arg2 = reinterpret_cast<uintptr_t>(ctrl);
-    job->Arg3 = static_cast<uintptr_t>(action);
-    const int result = QueueJob(job.get());
-    if (result == RESULT_OK) (void)job.release(); // else a surplus refresh: the next request asks again
+    // One that finds no room is surplus: the next request asks again.
+    const int result = QueueCopy(__func__, {DoDeviceConfigChange, reinterpret_cast<uintptr_t>(mi), 0,
+                                            reinterpret_cast<uintptr_t>(ctrl), static_cast<uintptr_t>(action)});
+    if (result == RESULT_NO_MEMORY) return result;
     QLOG(LOG_DEBUG, "%s, exit...\n", __func__);
     return result;
 }

@@ -3,8 +3,8 @@
 
 namespace {
 
-// What came back, or null; logs a failure under the operation's name. Nothing is said, or taken, once the workers are
-// being stopped: the up-call may have come back long after its life was abandoned.
+// The result, or null; logs a failure under the operation's name. Nothing is logged or returned once the workers are
+// being stopped: the up-call may have returned long after its life was abandoned.
 CMPIEnumeration *Walked(const char *operation, const CMPIObjectPath *from, const char *association, const char *result,
                         CMPIEnumeration *found, const CMPIStatus &status) {
     if (Stopping()) return nullptr;

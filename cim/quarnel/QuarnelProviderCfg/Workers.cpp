@@ -11,9 +11,9 @@
 namespace {
 
 constexpr char kWho[] = "QuarnelThread";
-constexpr int kIdleLook = 10'000; // milliseconds between two looks of an idle worker at the up-calls of the others
+constexpr int kIdleLook = 10'000; // milliseconds between an idle worker's checks on the others' up-calls
 
-// The next job, which counts as active from here on; null when the worker shall leave.
+// The next job, active from here on; null when the worker shall leave.
 Thread_Args_t *NextJob(long tid, const CMPIContext *ctx) {
     Life_t &life = ThisLife();
     while (true) {
@@ -73,7 +73,7 @@ void RunJobs(long tid, AttachedContext &context) {
         if (!Stopping()) context.Renew();
         JobDone();
     }
-    QLOG(LOG_ERR, "%s(%ld): cannot attach to the broker\n", kWho, tid); // later, another one may
+    QLOG(LOG_ERR, "%s(%ld): cannot attach to the broker\n", kWho, tid);
 }
 
 void *QuarnelThread(void *record) {
@@ -95,14 +95,14 @@ void *QuarnelThread(void *record) {
 Worker_t *FreeSlot(Life_t &life) REQUIRES(life.QuarnelThreadMutex) {
     for (Worker_t &slot : life.QuarnelThreads) {
         if (slot.Started && !slot.Left) continue;
-        if (slot.Started) pthread_join(slot.Thread, nullptr); // it has left the lock behind it
+        if (slot.Started) pthread_join(slot.Thread, nullptr); // it takes no lock any more
         slot = {};
         return &slot;
     }
     return nullptr;
 }
 
-// The new worker's thread, given all that it needs; false when the system has no means for one.
+// False when there is no slot, or the system has no more threads.
 bool CreateThread(Life_t &life, Heap<Thread_Args_t> args, int tid) {
     const ThreadsLock lock(life.QuarnelThreadMutex);
     Worker_t *slot = Stopping() ? nullptr : FreeSlot(life);
@@ -113,7 +113,7 @@ bool CreateThread(Life_t &life, Heap<Thread_Args_t> args, int tid) {
     if (pthread_create(&slot->Thread, nullptr, QuarnelThread, args.get()) != 0) return false;
     (void)args.release();
     slot->Started = true;
-    life.Holders += 1; // the worker's; this thread's keeps the life meanwhile
+    life.Holders += 1; // the worker's
     life.RunningWorkers += 1;
     return true;
 }
@@ -126,12 +126,6 @@ bool Start(const CMPIContext *ctx, int tid) {
     if (CreateThread(ThisLife(), std::move(args), tid)) return true;
     context->ft->release(context);
     return false;
-}
-
-int NextTid() {
-    Life_t &life = ThisLife();
-    const ThreadsLock lock(life.QuarnelThreadMutex);
-    return static_cast<int>(life.WorkersNumbered++);
 }
 
 } // namespace
@@ -151,7 +145,12 @@ uint32_t AbleWorkers(const Life_t &life) {
 }
 
 void StartWorker(const char *who, const CMPIContext *ctx) {
-    const int tid = NextTid();
+    Life_t &life = ThisLife();
+    int tid = 0;
+    {
+        const ThreadsLock lock(life.QuarnelThreadMutex);
+        tid = static_cast<int>(life.WorkersNumbered++);
+    }
     if (Start(ctx, tid))
         QLOG(LOG_DEBUG, "%s: thread %d created\n", who, tid);
     else if (!Stopping())
@@ -186,7 +185,7 @@ bool CleanupQuarnelThreads(Life_t *life, const timespec &until) {
         for (Worker_t &worker : life->QuarnelThreads) {
             if (!worker.Started) continue;
             if (worker.Left)
-                pthread_join(worker.Thread, nullptr); // it has left the lock behind it
+                pthread_join(worker.Thread, nullptr); // it takes no lock any more
             else
                 pthread_detach(worker.Thread);
             left = left && worker.Left;

@@ -3,35 +3,26 @@
 #include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
 #include "cim/quarnel/QuarnelProviderIfc/Set.h"
-#include "cim/quarnel/QuarnelProviderUtil/TextBuffer.h"
 
 namespace {
 
-using Caption = TextBuffer<128>;
-
 constexpr CMPIUint16 kDedicatedToStorage = 3; // CIM_ComputerSystem.Dedicated
 
-// A text as a caption shows it.
-const char *OrUnknown(const char *text) { return text != nullptr && *text != '\0' ? text : "n/a"; }
-
-void SetCaptions(CMPIInstance *inst, const RaidController_t *ctrl) {
+void SetControllerCaption(CMPIInstance *inst, const RaidController_t *ctrl) {
     Caption caption;
     caption.Append("Controller ", ctrl->DeviceID, " (", ctrl->Model != nullptr ? ctrl->Model : "n/a", ")");
-    SetText(inst, "ElementName", caption.Text());
-    SetText(inst, "Caption", caption.Text());
+    SetCaption(inst, caption);
 }
 
 } // namespace
 
 void FillControllerInstance(CMPIInstance *inst, RaidController_t *ctrl) {
     QLOG(LOG_DEBUG, "%s(ENTER): ID %s\n", __func__, ctrl->DeviceID);
-    CMPIArray *operationalStatus = ArrayOf(ctrl->OperationalStatus);
-    SetCaptions(inst, ctrl);
-    SetArray(inst, "OperationalStatus", operationalStatus, CMPI_uint16A);
-    SetUint16(inst, "HealthState", HEALTHSTATE_OK);
-    SetArray(inst, "IdentifyingDescriptions", ArrayOf("Serial Number"), CMPI_charsA);
-    SetArray(inst, "OtherIdentifyingInfo", ArrayOf(ctrl->DeviceID), CMPI_charsA);
-    SetArray(inst, "Dedicated", ArrayOf(kDedicatedToStorage), CMPI_uint16A);
+    SetControllerCaption(inst, ctrl);
+    SetStatus(inst, ctrl->OperationalStatus, HEALTHSTATE_OK);
+    SetArray(inst, "IdentifyingDescriptions", "Serial Number");
+    SetArray(inst, "OtherIdentifyingInfo", ctrl->DeviceID);
+    SetArray(inst, "Dedicated", kDedicatedToStorage);
     SetText(inst, "NameFormat", "Other");
     QLOG(LOG_DEBUG, "%s(EXIT)\n", __func__);
 }
@@ -43,7 +34,7 @@ void FillSoftwareIdentityInstance(CMPIInstance *inst, RaidController_t *ctrl) {
     versions.Append(OrUnknown(ctrl->BundleVersion), " (Package); ");
     versions.Append(OrUnknown(ctrl->FirmwareVersion), " (Fw)");
     SetText(inst, "VersionString", versions.Text());
-    SetCaptions(inst, ctrl);
+    SetControllerCaption(inst, ctrl);
     QLOG(LOG_DEBUG, "%s(EXIT)\n", __func__);
 }
 

@@ -3,11 +3,8 @@
 #include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
 #include "cim/quarnel/QuarnelProviderIfc/Set.h"
-#include "cim/quarnel/QuarnelProviderUtil/TextBuffer.h"
 
 namespace {
-
-using DiskCaption = TextBuffer<128>;
 
 constexpr CMPIUint16 kBlockSize = 512; // bytes; of 16 bits for this class
 
@@ -19,15 +16,14 @@ bool IsPrimordial(const RaidController_t *ctrl, const DiskDrive_t *disk) {
     return (pool != nullptr ? pool->Primordial : disk->Primordial) != 0;
 }
 
-void Compose(DiskCaption &caption, const RaidController_t *ctrl, const DiskDrive_t *disk, const Chassis_t *chassis,
+void Compose(Caption &caption, const RaidController_t *ctrl, const DiskDrive_t *disk, const Chassis_t *chassis,
              const char *state) {
     caption.Append("Drive ");
     if (chassis != nullptr && chassis->InternalTag != nullptr)
         caption.Append(disk->SlotNumber, " in enclosure ", chassis->InternalTag);
     else
         caption.Append(disk->DeviceID);
-    const bool known = disk->FwVersion != nullptr && *disk->FwVersion != '\0';
-    caption.Append(" on controller ", ctrl->DeviceID, " Fw: ", known ? disk->FwVersion : "n/a", " - ", state);
+    caption.Append(" on controller ", ctrl->DeviceID, " Fw: ", OrUnknown(disk->FwVersion), " - ", state);
 }
 
 } // namespace
@@ -61,15 +57,12 @@ const char *GetDiskPhysicalStatus(const RaidController_t *ctrl, const DiskDrive_
 
 void FillExtentInstance(CMPIInstance *inst, RaidController_t *ctrl, DiskDrive_t *extent) {
     const Chassis_t *chassis = FindChassisByTag(ctrl, extent->Chassis);
-    CMPIArray *operationalStatus = ArrayOf(extent->OperationalStatus);
     CMPIUint16 health = HEALTHSTATE_UNKNOWN;
     const char *state = GetDiskPhysicalStatus(ctrl, extent, &health);
-    DiskCaption caption;
+    Caption caption;
     Compose(caption, ctrl, extent, chassis, state);
-    SetText(inst, "ElementName", caption.Text());
-    SetText(inst, "Caption", caption.Text());
-    SetArray(inst, "OperationalStatus", operationalStatus, CMPI_uint16A);
-    SetUint16(inst, "HealthState", health);
+    SetCaption(inst, caption);
+    SetStatus(inst, extent->OperationalStatus, health);
     SetUint16(inst, "BlockSize", kBlockSize);
     SetUint64(inst, "NumberOfBlocks", extent->NumberOfBlocks);
     SetFlag(inst, "Primordial", extent->Primordial != 0);

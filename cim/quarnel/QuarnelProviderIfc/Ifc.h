@@ -33,8 +33,7 @@ struct KeyText_t {
 };
 using Keys_t = std::array<KeyText_t, 4>;
 
-// Add the keys to a path of the broker's and tell them, for the instance has them as properties, too. Lent by what they
-// are made of: the identifier, and the life.
+// Add the keys to a path and return them: the instance has them as properties, too. Borrowed from identifier and life.
 Keys_t FillControllerObjectPath(CMPIObjectPath *path, const RaidController_t *ctrl, const char *identifier);
 Keys_t FillSoftwareIdentityObjectPath(CMPIObjectPath *path, const RaidController_t *ctrl, const char *identifier);
 Keys_t FillLogicalDeviceObjectPath(CMPIObjectPath *path, const char *identifier, const char *className);
@@ -47,8 +46,8 @@ int RetrieveControllerAndDeviceIDs(const CMPIObjectPath *path, const char *prefi
 
 // --- Instances -------------------------------------------------------------------------------------------------------
 //
-// Each sets the properties of a served instance from a record. What the broker says to that is not looked at. For a
-// device the caller holds the controller's CtrlMutex.
+// Each sets the properties of a served instance from a record; the broker's answers are ignored. For a device the
+// caller holds the controller's CtrlMutex.
 
 void FillControllerInstance(CMPIInstance *inst, RaidController_t *ctrl);
 void FillSoftwareIdentityInstance(CMPIInstance *inst, RaidController_t *ctrl);

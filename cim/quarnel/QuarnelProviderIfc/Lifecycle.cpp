@@ -1,9 +1,8 @@
 // Start-up, once; the idle timer; and clean-up.
 //
-// CIM object managers call these on any of their threads, the next one before the last has returned, and some hold a
-// lock meanwhile that our own up-calls need. So nothing here waits without a limit: clean-up that need not succeed
-// declines at once, clean-up that must leaves behind what does not end, and a factory call that meets a clean-up waits
-// for its turn.
+// CIM object managers call these on any thread, side by side, and some meanwhile hold a lock that our own up-calls
+// need. So every wait here has a limit: clean-up that need not succeed declines at once, clean-up that must succeed
+// abandons what does not end, and a factory call waits a while for a clean-up.
 #include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
 #include "cim/quarnel/QuarnelProviderUtil/BrokerMemory.h"
@@ -16,20 +15,19 @@
 namespace {
 
 constexpr unsigned kLongestIdleTime = 10; // minutes
-constexpr int kTurnLimit = 5000;          // milliseconds: longer than a clean-up takes
+constexpr int kTurnLimit = 5000;          // milliseconds; a clean-up takes less
 
 Relaxed<unsigned> IdleTimeBeforeTerminating(5);
 Relaxed<time_t> NextUnloadTime;
 
 Mutex_t LifecycleMutex = PTHREAD_MUTEX_INITIALIZER;
 pthread_cond_t LifecycleCond = PTHREAD_COND_INITIALIZER; // a start or a clean-up has ended
-// Held by the provider from the factory call to the clean-up; CurrentLife is the same, for whoever looks in.
+// Held by the provider from the factory call to the clean-up. CurrentLife is the same one, without the lock.
 Life_t *OwnLife GUARDED_BY(LifecycleMutex);
-int _ProviderInitialized GUARDED_BY(LifecycleMutex); // a life is there, or is being started
-bool Starting GUARDED_BY(LifecycleMutex);            // its controllers are not all known
+bool Starting GUARDED_BY(LifecycleMutex); // its controllers are not all known
 bool CleaningUp GUARDED_BY(LifecycleMutex);
 
-Relaxed<int> waitDebug; // cleared by a debugger, from outside: read from memory on every pass
+Relaxed<int> waitDebug; // cleared by a debugger
 
 void WaitDebug() {
     waitDebug = getenv("WAIT_PROC") != nullptr ? 1 : 0;
@@ -43,7 +41,7 @@ void WaitDebug() {
     } while (waitDebug != 0);
 }
 
-// False when there is nothing to serve. Its up-calls' results are given back at its end.
+// False when there is nothing to serve.
 bool BuildModel(const CMPIInstanceMI *mi, const CMPIContext *ctx) {
     const BrokerScope scope;
     int result = InitSystemInfo(mi, ctx);
@@ -53,7 +51,7 @@ bool BuildModel(const CMPIInstanceMI *mi, const CMPIContext *ctx) {
     }
     Array_t profiles = {};
     result = GetHHRCProfiles(mi, ctx, &profiles);
-    if (Stopping()) return false; // the life was abandoned meanwhile: not a word about it
+    if (Stopping()) return false; // abandoned meanwhile: nothing to log
     if (result <= 0) {
         QLOG(LOG_INFO, "No instance of Host Hard RAID Controller is found, rc %d\n", result);
         ReleaseSystemInfo();
@@ -63,12 +61,12 @@ bool BuildModel(const CMPIInstanceMI *mi, const CMPIContext *ctx) {
     return true;
 }
 
-// A life that this thread starts, held for it; null when there is one already.
+// A new life, held for this thread; null when there is one already.
 Life_t *BeginLife() {
     LifeLock lock(LifecycleMutex);
     const timespec until = InMilliseconds(kTurnLimit);
     while (CleaningUp && lock.WaitUntil(LifecycleCond, until)) {}
-    if (_ProviderInitialized != 0) return nullptr;
+    if (OwnLife != nullptr) return nullptr;
     Life_t *life = NewLife(InMilliseconds(0));
     if (life == nullptr) {
         QLOG(LOG_ERR, "%s: out of memory\n", __func__);
@@ -77,23 +75,21 @@ Life_t *BeginLife() {
     life->Holders += 1;
     OwnLife = life;
     CurrentLife.store(life, std::memory_order_release);
-    _ProviderInitialized = 1;
     Starting = true;
     return life;
 }
 
-// The provider has no life any more; its hold is the caller's.
+// The provider's hold on its life is the caller's now.
 Life_t *ForgetLife() REQUIRES(LifecycleMutex) {
     Life_t *life = OwnLife;
     OwnLife = nullptr;
     CurrentLife.store(nullptr, std::memory_order_release);
-    _ProviderInitialized = 0;
     Starting = false;
     return life;
 }
 
-// The life is served from now on, or forgotten when it has nothing to serve. A clean-up may have given up waiting and
-// abandoned it meanwhile.
+// The life is served from now on, or forgotten when it has nothing to serve. A clean-up may have abandoned it
+// meanwhile.
 void EndStart(const Life_t *life, bool serves) {
     Life_t *forgotten = nullptr;
     {
@@ -128,7 +124,7 @@ void QuarnelInit(const CMPIInstanceMI *mi, const CMPIContext *ctx) {
 
 bool CanUnload() { return time(nullptr) >= NextUnloadTime; }
 
-// Begins a clean-up and stops the workers, or says why that is not done now. `life` is null when there is none.
+// Begins a clean-up and stops the workers, or logs why not. `life` is null when there is none.
 bool BeginCleanup(bool terminating, Life_t **life) {
     const char *who = "QuarnelProviderCleanup";
     const LifeLock lock(LifecycleMutex);
@@ -152,7 +148,7 @@ bool BeginCleanup(bool terminating, Life_t **life) {
     return true;
 }
 
-// Keeps this library in the process for good, for a thread that will come back to it.
+// Keeps this library mapped for a thread that will return into it.
 void StayMapped() {
     Dl_info info = {};
     link_map *map = nullptr;
@@ -213,7 +209,7 @@ CMPIStatus QuarnelProviderCleanup(CMPIInstanceMI *, const CMPIContext *, CMPIBoo
     if (!BeginCleanup(terminating != 0, &life)) return {CMPI_RC_DO_NOT_UNLOAD, nullptr};
     if (life != nullptr) EndLife(life, until);
     {
-        // Only now: whoever waits for its turn finds everything as it was before the first life.
+        // Last: a waiting factory call finds everything as before the first life.
         const LifeLock lock(LifecycleMutex);
         NextUnloadTime = 0;
         CleaningUp = false;

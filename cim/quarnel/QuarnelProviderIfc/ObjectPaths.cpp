@@ -1,5 +1,5 @@
-// The keys of the served classes: identifiers are made of records and taken apart again. This is the one place that
-// knows their form: a prefix of the class, the controller's ID and, for a device, an underscore and the device's ID.
+// The keys of the served classes. Identifiers are made and parsed here and nowhere else: a prefix of the class, the
+// controller's ID and, for a device, an underscore and the device's ID.
 #include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
 #include "cim/quarnel/QuarnelProviderUtil/TextBuffer.h"
@@ -18,11 +18,11 @@ Keys_t AddKeys(CMPIObjectPath *path, const Keys_t &keys) {
     return keys;
 }
 
-// A host that has no name, or class, still has the key.
+// Without the host's name or class the key is empty.
 const char *OrEmpty(const char *text) { return text != nullptr ? text : ""; }
 
-// What follows the prefix in the path's key, never empty; null, having said why, when there is no such thing. `key` is
-// the whole value. Both are lent by the path.
+// What follows the prefix in the path's key, never empty; null, having said why, when it does not begin so. `key` is
+// the whole value. Both are borrowed from the path.
 const char *Unprefixed(const CMPIObjectPath *path, const char *keyName, const char *prefix, const char **key) {
     *key = TextOf(path, keyName);
     if (*key == nullptr) {

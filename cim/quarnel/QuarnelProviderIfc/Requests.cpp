@@ -1,9 +1,9 @@
-// The three operations through which clients see the model. All are one walk over the controllers and, for a device
-// class, over one list of each; they differ in which records they take and in what they return of them.
+// The three operations through which clients see the model: one walk over the controllers and, for a device class, over
+// one list of each.
 //
 // Requests run on the CIM object manager's threads, any number at once, each holding the life that it began in.
 // Controllers are read without a lock; devices under their controller's CtrlMutex, one controller at a time. After each
-// controller's devices its refresh is asked for, which this request does not wait for: the next one sees its result.
+// controller's devices a refresh is asked for, whose result the next request sees.
 #include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
 #include "cim/quarnel/QuarnelProviderIfc/Set.h"
@@ -12,54 +12,39 @@
 
 namespace {
 
-struct ServedClass_t {
+struct ControllerClass_t {
     const char *ClassName;
     const char *KeyName; // of the key that tells instances apart
     const char *Prefix;  // of that key's value
-    // For a class of controllers.
     Keys_t (*FillPath)(CMPIObjectPath *path, const RaidController_t *ctrl, const char *identifier);
-    void (*FillController)(CMPIInstance *inst, RaidController_t *ctrl);
-    // For a class of devices; a null list tells that it is none.
-    List_t *RaidController_t::*Devices;
-    int Action; // that refreshes them
-    const char *(*DeviceIDOf)(const void *device);
-    void (*FillDevice)(CMPIInstance *inst, RaidController_t *ctrl, void *device);
+    void (*Fill)(CMPIInstance *inst, RaidController_t *ctrl);
 };
 
-template <class Device> const char *DeviceIDOf(const void *device) {
-    return static_cast<const Device *>(device)->DeviceID;
-}
+const ControllerClass_t kControllerClasses[] = {
+    {kControllerClass, "Name", kControllerPrefix, FillControllerObjectPath, FillControllerInstance},
+    {kSoftwareIdentityClass, "InstanceID", kSoftwareIdentityPrefix, FillSoftwareIdentityObjectPath,
+     FillSoftwareIdentityInstance},
+};
 
-template <auto Fill, class Device> void FillDevice(CMPIInstance *inst, RaidController_t *ctrl, void *device) {
+// The key that tells instances apart is the DeviceID.
+struct DeviceClass_t {
+    const char *ClassName;
+    const char *Prefix; // of the DeviceID
+    int Action;         // the kind of the devices
+    void (*Fill)(CMPIInstance *inst, RaidController_t *ctrl, void *device);
+};
+
+template <class Device, void (*Fill)(CMPIInstance *, RaidController_t *, Device *)>
+void FillDevice(CMPIInstance *inst, RaidController_t *ctrl, void *device) {
     Fill(inst, ctrl, static_cast<Device *>(device));
 }
 
-template <auto Fill, class Device>
-constexpr ServedClass_t DeviceClass(const char *className, const char *prefix, List_t *RaidController_t::*list,
-                                    int action) {
-    return {
-        className, "DeviceID", prefix, nullptr, nullptr, list, action, DeviceIDOf<Device>, FillDevice<Fill, Device>};
-}
-
-constexpr ServedClass_t ControllerClass(const char *className, const char *keyName, const char *prefix,
-                                        Keys_t (*fillPath)(CMPIObjectPath *, const RaidController_t *, const char *),
-                                        void (*fill)(CMPIInstance *, RaidController_t *)) {
-    return {className, keyName, prefix, fillPath, fill, nullptr, 0, nullptr, nullptr};
-}
-
-// The first match wins.
-const ServedClass_t kServedClasses[] = {
-    ControllerClass(kControllerClass, "Name", kControllerPrefix, FillControllerObjectPath, FillControllerInstance),
-    ControllerClass(kSoftwareIdentityClass, "InstanceID", kSoftwareIdentityPrefix, FillSoftwareIdentityObjectPath,
-                    FillSoftwareIdentityInstance),
-    DeviceClass<FillVolumeInstance, StorageVolume_t>("Zembra_QuarnelStorageVolume", "zbrStorageVolume",
-                                                     &RaidController_t::VolumeList, CFG_ACTION_VOLUME),
-    DeviceClass<FillExtentInstance, DiskDrive_t>("Zembra_QuarnelStorageExtent", "zbrStorageExt",
-                                                 &RaidController_t::DiskList, CFG_ACTION_DISK),
-    DeviceClass<FillPortInstance, SASSATAPort_t>("Zembra_QuarnelSASSATAPort", "zbrPort", &RaidController_t::PortList,
-                                                 CFG_ACTION_PORT),
-    DeviceClass<FillBatteryInstance, Battery_t>("Zembra_QuarnelBattery", "zbrControllerBattery",
-                                                &RaidController_t::BatteryList, CFG_ACTION_BATTERY),
+const DeviceClass_t kDeviceClasses[] = {
+    {"Zembra_QuarnelStorageVolume", "zbrStorageVolume", CFG_ACTION_VOLUME,
+     FillDevice<StorageVolume_t, FillVolumeInstance>},
+    {"Zembra_QuarnelStorageExtent", "zbrStorageExt", CFG_ACTION_DISK, FillDevice<DiskDrive_t, FillExtentInstance>},
+    {"Zembra_QuarnelSASSATAPort", "zbrPort", CFG_ACTION_PORT, FillDevice<SASSATAPort_t, FillPortInstance>},
+    {"Zembra_QuarnelBattery", "zbrControllerBattery", CFG_ACTION_BATTERY, FillDevice<Battery_t, FillBatteryInstance>},
 };
 
 struct Request_t {
@@ -71,46 +56,41 @@ struct Request_t {
     const char **Properties; // null: all
     bool NamesOnly;
 
-    const ServedClass_t *Class = nullptr;
     const char *NameSpace = nullptr;
     const char *ControllerID = nullptr; // of the records wanted; null: any
     const char *DeviceID = nullptr;
     bool Found = false;
 };
 
-// The opening that all three share. False when the class is not served.
-bool Open(Request_t &request) {
+// What all three begin with: finds the class that is asked for. False when it is not served.
+template <class Serve> bool Open(Request_t &request, Serve serve) {
     ReadLogMask();
     QLOG(LOG_DEBUG, "%s: ObjectPath - %s\n", request.Who, PathText(request.Path).Text());
     ResetNextUnloadTime();
     if (request.Path == nullptr) return false;
     const CMPIString *className = request.Path->ft->getClassName(request.Path, nullptr);
     request.NameSpace = TextOf(request.Path->ft->getNameSpace(request.Path, nullptr));
-    for (const auto &served : kServedClasses) {
-        if (CMStringCmp(className, served.ClassName) != 0) continue;
-        QLOG(LOG_DEBUG, "%s: %s\n", request.Who, served.ClassName);
-        request.Class = &served;
-        return true;
-    }
+    const auto serveOneOf = [&](const auto &classes) {
+        for (const auto &served : classes) {
+            if (CMStringCmp(className, served.ClassName) != 0) continue;
+            QLOG(LOG_DEBUG, "%s: %s\n", request.Who, served.ClassName);
+            serve(served);
+            return true;
+        }
+        return false;
+    };
+    if (serveOneOf(kControllerClasses) || serveOneOf(kDeviceClasses)) return true;
     QLOG(LOG_ERR, "%s: unsupported class %s\n", request.Who, CutText(Shown(TextOf(className))).Text());
     return false;
 }
 
-// What tells the record, a controller when `device` is null, from others of its class; null without memory.
-HeapText IdentifierOf(const ServedClass_t &served, const RaidController_t *ctrl, const void *device) {
-    return HeapText(device == nullptr ? MakeDeviceID(ctrl->DeviceID, served.Prefix)
-                                      : MakeLogicalDeviceID(ctrl->DeviceID, served.DeviceIDOf(device), served.Prefix));
-}
-
-// One record, a controller when `device` is null. Left out when the broker or the heap has no room for it.
-void Return(Request_t &request, RaidController_t *ctrl, void *device) {
-    const ServedClass_t &served = *request.Class;
+// Returns one record under the identifier, which is taken over. Left out when the broker or the heap is out of memory.
+template <class Class, class FillPath, class Fill>
+void Return(Request_t &request, const Class &served, char *made, FillPath fillPath, Fill fill) {
+    const HeapText identifier(made);
     CMPIObjectPath *path = Broker->eft->newObjectPath(Broker, request.NameSpace, served.ClassName, nullptr);
-    if (path == nullptr) return;
-    const HeapText identifier = IdentifierOf(served, ctrl, device);
-    if (identifier == nullptr) return;
-    const Keys_t keys = device == nullptr ? served.FillPath(path, ctrl, identifier.get())
-                                          : FillLogicalDeviceObjectPath(path, identifier.get(), served.ClassName);
+    if (path == nullptr || identifier == nullptr) return;
+    const Keys_t keys = fillPath(path, identifier.get());
     if (request.NamesOnly) {
         request.Result->ft->returnObjectPath(request.Result, path);
         return;
@@ -120,57 +100,76 @@ void Return(Request_t &request, RaidController_t *ctrl, void *device) {
     if (request.Properties != nullptr) instance->ft->setPropertyFilter(instance, request.Properties, nullptr);
     for (const KeyText_t &key : keys) // brokers differ in whether an instance has those of its path
         if (key.Name != nullptr) SetText(instance, key.Name, key.Text);
-    if (device != nullptr)
-        served.FillDevice(instance, ctrl, device);
-    else
-        served.FillController(instance, ctrl);
+    fill(instance);
     request.Result->ft->returnInstance(request.Result, instance);
     request.Found = true;
 }
 
 bool Wanted(const char *id, const char *wanted) { return wanted == nullptr || strcmp(id, wanted) == 0; }
 
-void ReturnDevices(Request_t &request, RaidController_t *ctrl) {
-    const ServedClass_t &served = *request.Class;
-    const ControllerLock lock(ctrl->CtrlMutex);
-    for (void *device : Each<void>(ctrl->*served.Devices))
-        if (Wanted(served.DeviceIDOf(device), request.DeviceID)) Return(request, ctrl, device);
+void ReturnFrom(RaidController_t *ctrl, Request_t &request, const ControllerClass_t &served) {
+    Return(
+        request, served, MakeDeviceID(ctrl->DeviceID, served.Prefix),
+        [&](CMPIObjectPath *path, const char *identifier) { return served.FillPath(path, ctrl, identifier); },
+        [&](CMPIInstance *instance) { served.Fill(instance, ctrl); });
 }
 
-void ReturnAll(Request_t &request) {
-    const InLife here(HoldServedLife());
-    if (request.Class->Devices != nullptr) AwaitFirstBuild();
-    for (RaidController_t *ctrl : Each<RaidController_t>(&ThisLife().RaidControllerList)) {
-        if (!Wanted(ctrl->DeviceID, request.ControllerID)) continue;
-        if (request.Class->Devices == nullptr) {
-            Return(request, ctrl, nullptr);
-            continue;
+void ReturnFrom(RaidController_t *ctrl, Request_t &request, const DeviceClass_t &served) {
+    const ConfigAction_t &kind = *FindAction(served.Action);
+    {
+        const ControllerLock lock(ctrl->CtrlMutex);
+        for (void *device : Each<void>(ctrl->*kind.List)) {
+            const char *id = kind.KeyOfFunc(device);
+            if (!Wanted(id, request.DeviceID)) continue;
+            Return(
+                request, served, MakeLogicalDeviceID(ctrl->DeviceID, id, served.Prefix),
+                [&](CMPIObjectPath *path, const char *identifier) {
+                    return FillLogicalDeviceObjectPath(path, identifier, served.ClassName);
+                },
+                [&](CMPIInstance *instance) { served.Fill(instance, ctrl, device); });
         }
-        ReturnDevices(request, ctrl);
-        HandleDeviceConfigChange(request.Mi, request.Context, ctrl, request.Class->Action);
     }
+    HandleDeviceConfigChange(request.Mi, request.Context, ctrl, served.Action);
+}
+
+void AwaitModel(const ControllerClass_t &) {} // controllers are complete
+void AwaitModel(const DeviceClass_t &) { AwaitFirstBuild(); }
+
+template <class Class> void ReturnAll(Request_t &request, const Class &served) {
+    const InLife here(HoldServedLife());
+    AwaitModel(served);
+    for (RaidController_t *ctrl : Each<RaidController_t>(&ThisLife().RaidControllerList))
+        if (Wanted(ctrl->DeviceID, request.ControllerID)) ReturnFrom(ctrl, request, served);
 }
 
 CMPIStatus Enumerate(Request_t request) {
-    const bool served = Open(request);
+    Open(request, [&](const auto &served) { ReturnAll(request, served); });
     if (request.Path == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
-    if (served) ReturnAll(request);
     QLOG(LOG_DEBUG, "%s: exiting\n", request.Who);
     request.Result->ft->returnDone(request.Result);
     return kOk;
 }
 
-// Takes the key of the request's path apart.
-int ParseKey(const Request_t &request, HeapText *controllerID, HeapText *deviceID) {
-    const ServedClass_t &served = *request.Class;
-    char *controller = nullptr;
-    char *device = nullptr;
-    const int result = served.Devices != nullptr
-                           ? RetrieveControllerAndDeviceIDs(request.Path, served.Prefix, &controller, &device)
-                           : RetrieveDeviceID(request.Path, served.KeyName, served.Prefix, &controller);
-    controllerID->reset(controller);
-    deviceID->reset(device);
-    return result;
+// Take the key of the request's path apart.
+int ParseKey(const CMPIObjectPath *path, const ControllerClass_t &served, char **controllerID, char **) {
+    return RetrieveDeviceID(path, served.KeyName, served.Prefix, controllerID);
+}
+int ParseKey(const CMPIObjectPath *path, const DeviceClass_t &served, char **controllerID, char **deviceID) {
+    return RetrieveControllerAndDeviceIDs(path, served.Prefix, controllerID, deviceID);
+}
+
+template <class Class> void ReturnNamed(Request_t &request, const Class &served) {
+    char *controllerID = nullptr;
+    char *deviceID = nullptr;
+    if (ParseKey(request.Path, served, &controllerID, &deviceID) != RESULT_OK) {
+        QLOG(LOG_ERR, "Object path %s invalid\n", PathText(request.Path).Text());
+        return;
+    }
+    const HeapText ownController(controllerID);
+    const HeapText ownDevice(deviceID);
+    request.ControllerID = controllerID;
+    request.DeviceID = deviceID;
+    ReturnAll(request, served);
 }
 
 } // namespace
@@ -188,16 +187,8 @@ CMPIStatus QuarnelProviderEnumInstances(CMPIInstanceMI *mi, const CMPIContext *c
 CMPIStatus QuarnelProviderGetInstance(CMPIInstanceMI *mi, const CMPIContext *ctx, const CMPIResult *rslt,
                                       const CMPIObjectPath *cop, const char **properties) {
     Request_t request = {__func__, mi, ctx, rslt, cop, properties, false};
-    if (!Open(request)) return {cop == nullptr ? CMPI_RC_ERR_INVALID_PARAMETER : CMPI_RC_ERR_INVALID_CLASS, nullptr};
-    HeapText controllerID;
-    HeapText deviceID;
-    if (ParseKey(request, &controllerID, &deviceID) != RESULT_OK) {
-        QLOG(LOG_ERR, "Object path %s invalid\n", PathText(cop).Text());
-    } else {
-        request.ControllerID = controllerID.get();
-        request.DeviceID = deviceID.get();
-        ReturnAll(request);
-    }
+    if (!Open(request, [&](const auto &served) { ReturnNamed(request, served); }))
+        return {cop == nullptr ? CMPI_RC_ERR_INVALID_PARAMETER : CMPI_RC_ERR_INVALID_CLASS, nullptr};
     QLOG(LOG_DEBUG, "%s: exiting\n", request.Who);
     if (!request.Found) return {CMPI_RC_ERR_NOT_FOUND, nullptr};
     rslt->ft->returnDone(rslt);

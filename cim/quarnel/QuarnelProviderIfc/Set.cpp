@@ -1,20 +1,26 @@
 #include "cim/quarnel/QuarnelProviderIfc/Set.h"
 
-CMPIArray *ArrayOf(CMPIUint16 only) {
-    CMPIArray *array = Broker->eft->newArray(Broker, 1, CMPI_uint16, nullptr);
-    if (array == nullptr) return nullptr;
+namespace {
+
+void SetArrayOf(CMPIInstance *inst, const char *name, const CMPIValue &only, CMPIType type, CMPIType arrayType) {
     CMPIValue value = {};
-    value.uint16 = only;
-    array->ft->setElementAt(array, 0, &value, CMPI_uint16);
-    return array;
+    value.array = Broker->eft->newArray(Broker, 1, type, nullptr);
+    if (value.array == nullptr) return;
+    value.array->ft->setElementAt(value.array, 0, &only, type);
+    inst->ft->setProperty(inst, name, &value, arrayType);
 }
 
-CMPIArray *ArrayOf(const char *only) {
-    CMPIArray *array = Broker->eft->newArray(Broker, 1, CMPI_string, nullptr);
+} // namespace
+
+void SetArray(CMPIInstance *inst, const char *name, CMPIUint16 only) {
     CMPIValue value = {};
-    value.string = Broker->eft->newString(Broker, only, nullptr);
-    if (array == nullptr || value.string == nullptr) return nullptr;
+    value.uint16 = only;
+    SetArrayOf(inst, name, value, CMPI_uint16, CMPI_uint16A);
+}
+
+void SetArray(CMPIInstance *inst, const char *name, const char *only) {
+    CMPIValue value = {};
     // Not the characters themselves: some brokers refuse those as elements of an array of strings.
-    array->ft->setElementAt(array, 0, &value, CMPI_string);
-    return array;
+    value.string = Broker->eft->newString(Broker, only, nullptr);
+    if (value.string != nullptr) SetArrayOf(inst, name, value, CMPI_string, CMPI_charsA);
 }

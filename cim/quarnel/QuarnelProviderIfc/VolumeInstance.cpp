@@ -2,7 +2,6 @@
 #include "cim/quarnel/QuarnelProviderIfc/Ifc.h"
 
 #include "cim/quarnel/QuarnelProviderIfc/Set.h"
-#include "cim/quarnel/QuarnelProviderUtil/TextBuffer.h"
 
 namespace {
 
@@ -61,7 +60,7 @@ void AppendMembers(VolumeCaption &caption, const RaidController_t *ctrl, const S
     const char *separator = "";
     caption.Append(", Drives(");
     for (const char *member : Each<char>(pool->Drives)) {
-        if (caption.Full()) return; // no further look-up can be seen
+        if (caption.Full()) return; // further members are cut anyway
         const DiskDrive_t *disk = FindDiskByDeviceID(ctrl, member);
         if (disk == nullptr) continue;
         caption.Append(separator);
@@ -87,14 +86,10 @@ void Compose(VolumeCaption &caption, const RaidController_t *ctrl, const Storage
 } // namespace
 
 void FillVolumeInstance(CMPIInstance *inst, RaidController_t *ctrl, StorageVolume_t *volume) {
-    CMPIArray *operationalStatus = ArrayOf(volume->OperationalStatus);
-    CMPIArray *extentStatus = ArrayOf(volume->ExtentStatus);
     VolumeCaption caption;
     Compose(caption, ctrl, volume);
-    SetText(inst, "ElementName", caption.Text());
-    SetText(inst, "Caption", caption.Text());
-    SetArray(inst, "OperationalStatus", operationalStatus, CMPI_uint16A);
-    SetUint16(inst, "HealthState", StateOf(volume).Health);
+    SetCaption(inst, caption);
+    SetStatus(inst, volume->OperationalStatus, StateOf(volume).Health);
     SetUint16(inst, "NameFormat", volume->NameFormat);
     SetText(inst, "Name", volume->Name);
     SetUint16(inst, "NameNameSpace", NameNameSpaceOf(volume->NameFormat));
@@ -106,5 +101,5 @@ void FillVolumeInstance(CMPIInstance *inst, RaidController_t *ctrl, StorageVolum
     SetUint16(inst, "DataRedundancy", volume->DataRedundancy);
     SetUint8(inst, "DeltaReservation", volume->DeltaReservation);
     SetFlag(inst, "Primordial", volume->Primordial != 0);
-    SetArray(inst, "ExtentStatus", extentStatus, CMPI_uint16A);
+    SetArray(inst, "ExtentStatus", volume->ExtentStatus);
 }

@@ -8,7 +8,7 @@
 
 namespace {
 
-// Attaches, or gives the context back. Null when that failed.
+// The context, attached; released, and null, when that fails.
 CMPIContext *Attached(const CMPIBroker *broker, CMPIContext *prepared) {
     if (prepared == nullptr || broker->bft->attachThread(broker, prepared).rc == CMPI_RC_OK) return prepared;
     prepared->ft->release(prepared);
@@ -54,7 +54,7 @@ void AttachedContext::Renew() {
 #ifdef QUARNEL_CONTEXT_FLUSH
     Flush(context);
 #else
-    // Without a successor the old one stays, and what was lent on it waits for the next renewal.
+    // Without a successor the old context stays, and what was lent on it is freed by the next renewal.
     const BrokerScope scope;
     CMPIContext *successor = broker->bft->prepareAttachThread(broker, context);
     if (successor == nullptr) return;

@@ -1,10 +1,9 @@
-// Giving back what up-calls returned. Objects that a broker lends belong to the thread, and brokers differ in when they
-// free them: at detachThread, or only between mark and release of the memory table, or when the context's flush is
-// called. A thread of ours that lives for months must suit all of them: it makes up-calls only on an attached context
-// and within a scope, renews the context after each job, and ends with nothing of the broker's left on it. Preparing a
-// context leaves objects on the calling thread, too, so that is done within a scope as well.
+// Freeing what up-calls returned. Brokers free the objects that they lend to a thread at detachThread, or only between
+// mark and release of the memory table, or when the context's flush is called. A thread that lives for months must not
+// leak with any of them: it makes up-calls only on an attached context and within a scope, and renews the context after
+// each job. Preparing a context leaves objects on the calling thread, too.
 //
-// What is begun with one broker ends with it, also when the factory has been given another one meanwhile.
+// Each of these ends with the broker that it began with, even if the factory has been given another one meanwhile.
 #pragma once
 
 #include <cmpift.h>
@@ -22,7 +21,7 @@ private:
     CMPIGcStat *mark;
 };
 
-// For a thread that is yet to be started; null when the broker has none.
+// For a thread that is yet to be started; null when the broker fails.
 CMPIContext *PrepareContext(const CMPIContext *from);
 
 // A prepared context, attached to this thread from here to the end of the block.
@@ -34,7 +33,7 @@ public:
     AttachedContext &operator=(const AttachedContext &) = delete;
 
     CMPIContext *Get() const { return context; } // null: could not be attached
-    // Frees what was lent on this context so far. The context may be another one afterwards.
+    // Frees what was lent on this context. Get may answer another one afterwards.
     void Renew();
 
 private:

@@ -1,4 +1,4 @@
-// Owners: of cloned broker objects, and of heap memory from the C library. What the broker lent never enters one.
+// Owners of cloned broker objects, and of heap memory. What the broker lent never enters one.
 #pragma once
 
 #include <cmpift.h>

@@ -1,5 +1,5 @@
 // The identity of the host system: part of the keys of every device that is served. Read once at start-up by the thread
-// that starts, read-only from then on, released with its life.
+// that starts, read-only from then on, freed with its life.
 #include "cim/quarnel/QuarnelProvider.h"
 
 namespace {
@@ -39,7 +39,7 @@ int InitSystemInfo(const CMPIInstanceMI *, const CMPIContext *ctx) {
             QLOG(LOG_ERR, "%s: no instance found. rc %d\n", __func__, status.rc);
         return RESULT_INVALID;
     }
-    ReleaseSystemInfo(); // an earlier try may have found the other two
+    ReleaseSystemInfo(); // an earlier attempt may have found the other two
     for (const auto &row : kIdentity) life.*row.Text = StringClone(TextOf(host, row.Property));
     QLOG(LOG_DEBUG, "SYSTEM INFO: HostName %s, SystemName %s, SystemClassName %s\n", Shown(life.HostName),
          Shown(life.SystemName), Shown(life.SystemClassName));

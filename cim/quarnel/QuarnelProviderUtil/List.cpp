@@ -1,4 +1,5 @@
-// The singly linked list. Nodes are the list's, elements the caller's.
+// The singly linked list: nodes are the list's, elements the caller's. The bounded queue made of it never waits and
+// signals nobody.
 #include "cim/quarnel/QuarnelProvider.h"
 
 namespace {
@@ -84,4 +85,26 @@ void FreeList(List_t *list, void (*release)(void *)) {
         if (release == nullptr) QLOG(LOG_DEBUG, "%s: node %p freed from list\n", __func__, element);
         (release != nullptr ? release : free)(element);
     }
+}
+
+int PutItem(Fifo_t *fifo, void *data) {
+    const QueueLock lock(fifo->Mutex);
+    if (fifo->List.Size >= fifo->Size) {
+        QLOG(LOG_DEBUG, "%s: Fifo(%p) is full, limit %d\n", __func__, static_cast<void *>(fifo),
+             static_cast<int>(fifo->Size));
+        return RESULT_FIFO_FULL;
+    }
+    return AddEntryAtListTail(&fifo->List, data);
+}
+
+void *GetItem(Fifo_t *fifo) {
+    const QueueLock lock(fifo->Mutex);
+    void *item = nullptr;
+    RemoveEntryFromList(&fifo->List, &item);
+    return item;
+}
+
+int IsFifoEmpty(Fifo_t *fifo) {
+    const QueueLock lock(fifo->Mutex);
+    return IsListEmpty(&fifo->List);
 }

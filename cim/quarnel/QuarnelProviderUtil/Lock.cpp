@@ -11,21 +11,14 @@ constexpr unsigned Bit(LockRank rank) { return 1U << static_cast<unsigned>(rank)
 
 thread_local unsigned held;
 
-// What may be held already when a lock of a rank is taken: a second kind mutex is never allowed.
-constexpr unsigned AllowedUnder(LockRank rank) {
-    switch (rank) {
-    case LockRank::Controller:
-        return Bit(LockRank::Kind);
-    case LockRank::Threads:
-        return Bit(LockRank::Life) | Bit(LockRank::Kind);
-    case LockRank::Queue:
-        return Bit(LockRank::Threads);
-    case LockRank::Life:
-    case LockRank::Kind:
-        break;
-    }
-    return 0;
-}
+// By rank, what may be held already when a lock is taken: a second kind mutex is never allowed.
+constexpr unsigned kAllowedUnder[] = {
+    0,                                         // Life
+    0,                                         // Kind
+    Bit(LockRank::Kind),                       // Controller
+    Bit(LockRank::Life) | Bit(LockRank::Kind), // Threads
+    Bit(LockRank::Threads),                    // Queue
+};
 
 void Check(bool inOrder, const char *what, unsigned detail) {
     if (inOrder) return;
@@ -36,7 +29,8 @@ void Check(bool inOrder, const char *what, unsigned detail) {
 } // namespace
 
 void NoteLocked(LockRank rank) {
-    Check((held & ~AllowedUnder(rank)) == 0, "taken out of order", static_cast<unsigned>(rank));
+    const auto index = static_cast<unsigned>(rank);
+    Check((held & ~kAllowedUnder[index]) == 0, "taken out of order", index);
     held |= Bit(rank);
 }
 

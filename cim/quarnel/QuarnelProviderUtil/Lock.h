@@ -1,4 +1,4 @@
-// Mutexes that clang's thread-safety analysis checks, and locks that end with their block.
+// Mutexes that clang's thread-safety analysis checks, and scoped locks.
 //
 // The order of locks: the lifecycle's mutex or a controller's kind mutex, then the thread mutex, then the queue's; a
 // kind mutex, then its controller's CtrlMutex. No call into a vendor's provider is made under any but a kind mutex.
@@ -22,7 +22,7 @@ typedef pthread_mutex_t TS(capability("mutex")) Mutex_t;
 enum class LockRank { Life, Kind, Controller, Threads, Queue };
 
 #ifdef QUARNEL_LOCK_CHECKS
-// Each ends the process with a line on standard error when the order of locks is broken.
+// Each aborts when the order of locks is broken.
 void NoteLocked(LockRank rank);
 void NoteUnlocked(LockRank rank);
 void NoteUpcall();
@@ -49,7 +49,7 @@ public:
     ScopedLock &operator=(const ScopedLock &) = delete;
 
     void Wait(pthread_cond_t &changed) { pthread_cond_wait(&changed, &mutex); }
-    // False when `until` (CLOCK_MONOTONIC) has come without a signal.
+    // False when `until` (CLOCK_MONOTONIC) has passed.
     bool WaitUntil(pthread_cond_t &changed, const timespec &until) {
         return pthread_cond_clockwait(&changed, &mutex, CLOCK_MONOTONIC, &until) == 0;
     }
@@ -63,7 +63,7 @@ using ControllerLock = ScopedLock<LockRank::Controller>;
 using ThreadsLock = ScopedLock<LockRank::Threads>;
 using QueueLock = ScopedLock<LockRank::Queue>;
 
-// From now on, on the clock that waits end by: CLOCK_MONOTONIC.
+// From now, on CLOCK_MONOTONIC.
 inline timespec InMilliseconds(int wait) {
     timespec then = {};
     clock_gettime(CLOCK_MONOTONIC, &then);

@@ -1,42 +1,6 @@
-#include "cim/quarnel/QuarnelProviderUtil/Read.h"
+#include "cim/quarnel/QuarnelProvider.h"
 
-#include "cim/quarnel/QuarnelProviderUtil/Log.h"
-
-CMPIUint64 IntegerIn(const CMPIData &data, CMPIUint64 most) {
-    if ((data.state & (CMPI_nullValue | CMPI_badValue | CMPI_notFound)) != 0) return 0;
-    CMPIUint64 value = 0;
-    CMPISint64 signedValue = 0;
-    switch (data.type) {
-    case CMPI_uint8:
-        value = data.value.uint8;
-        break;
-    case CMPI_uint16:
-        value = data.value.uint16;
-        break;
-    case CMPI_uint32:
-        value = data.value.uint32;
-        break;
-    case CMPI_uint64:
-        value = data.value.uint64;
-        break;
-    case CMPI_sint8:
-        signedValue = data.value.sint8;
-        break;
-    case CMPI_sint16:
-        signedValue = data.value.sint16;
-        break;
-    case CMPI_sint32:
-        signedValue = data.value.sint32;
-        break;
-    case CMPI_sint64:
-        signedValue = data.value.sint64;
-        break;
-    default:
-        return 0;
-    }
-    if (signedValue > 0) value = static_cast<CMPIUint64>(signedValue);
-    return value <= most ? value : 0;
-}
+#include <string.h>
 
 namespace {
 
@@ -48,7 +12,35 @@ bool NextElement(const CMPIEnumeration *enumeration, CMPIData *element) {
     return status.rc == CMPI_RC_OK;
 }
 
+template <class Integer> CMPIUint64 UpTo(CMPIUint64 most, Integer value) {
+    return value > 0 && static_cast<CMPIUint64>(value) <= most ? static_cast<CMPIUint64>(value) : 0;
+}
+
 } // namespace
+
+CMPIUint64 IntegerIn(const CMPIData &data, CMPIUint64 most) {
+    if ((data.state & kAbsent) != 0) return 0;
+    switch (data.type) {
+    case CMPI_uint8:
+        return UpTo(most, data.value.uint8);
+    case CMPI_uint16:
+        return UpTo(most, data.value.uint16);
+    case CMPI_uint32:
+        return UpTo(most, data.value.uint32);
+    case CMPI_uint64:
+        return UpTo(most, data.value.uint64);
+    case CMPI_sint8:
+        return UpTo(most, data.value.sint8);
+    case CMPI_sint16:
+        return UpTo(most, data.value.sint16);
+    case CMPI_sint32:
+        return UpTo(most, data.value.sint32);
+    case CMPI_sint64:
+        return UpTo(most, data.value.sint64);
+    default:
+        return 0;
+    }
+}
 
 bool Next(const CMPIEnumeration *enumeration, CMPIInstance **next) {
     CMPIData element = {};
@@ -90,3 +82,26 @@ PathText::PathText(const CMPIObjectPath *path) {
 }
 
 const char *MessageOf(const CMPIStatus &status) { return Shown(TextOf(status.msg)); }
+
+CMPIValue GetArrayProperty(const CMPIInstance *instance, const char *property) {
+    CMPIValue first = {};
+    const CMPIData data = Read(instance, property);
+    const bool array = (data.type & CMPI_ARRAY) != 0 && Present(data, data.type) && data.value.array != nullptr;
+    if (!array || data.value.array->ft->getSize(data.value.array, nullptr) == 0) return first;
+    CMPIStatus status = kOk;
+    const CMPIData element = data.value.array->ft->getElementAt(data.value.array, 0, &status);
+    if (status.rc == CMPI_RC_OK) first.uint16 = static_cast<CMPIUint16>(IntegerIn(element, UINT16_MAX));
+    return first;
+}
+
+int CMStringCmp(const CMPIString *str1, const char *str2) {
+    const char *text = TextOf(str1);
+    return strcasecmp(text != nullptr ? text : "", str2);
+}
+
+char *StringClone(const char *text) {
+    if (text == nullptr) return nullptr;
+    char *copy = strdup(text);
+    if (copy == nullptr) QLOG(LOG_WARNING, "strdup() failed to duplicate string %s\n", text);
+    return copy;
+}

@@ -1,5 +1,5 @@
 // Reading CMPI values: the one place that looks at type, state and status. A value of another type, one that does not
-// fit, or one in the null state is absent: null, zero, false. Of an enumeration's elements only type and pointer count.
+// fit, or one in the null state is absent: null, zero, false.
 #pragma once
 
 #include "cim/quarnel/QuarnelProviderUtil/TextBuffer.h"
@@ -11,9 +11,8 @@
 
 constexpr CMPIStatus kOk = {CMPI_RC_OK, nullptr};
 
-inline bool Present(const CMPIData &data, CMPIType type) {
-    return data.type == type && (data.state & (CMPI_nullValue | CMPI_badValue | CMPI_notFound)) == 0;
-}
+constexpr CMPIValueState kAbsent = CMPI_nullValue | CMPI_badValue | CMPI_notFound;
+inline bool Present(const CMPIData &data, CMPIType type) { return data.type == type && (data.state & kAbsent) == 0; }
 
 // Null when there is no string, or none in it. Lent: the characters live as long as the string.
 inline const char *TextOf(const CMPIString *string) {
@@ -32,9 +31,7 @@ inline CMPIData Read(const CMPIObjectPath *path, const char *key) {
     return status.rc == CMPI_RC_OK ? data : CMPIData{CMPI_null, CMPI_notFound, {}};
 }
 
-// The rest takes a null `from` for one without the value.
-
-// Lent: the characters live as long as `from`.
+// A null `from` has no values. Lent: the characters live as long as `from`.
 template <class From> const char *TextOf(const From *from, const char *name) {
     if (from == nullptr) return nullptr;
     const CMPIData data = Read(from, name);
@@ -66,7 +63,7 @@ inline const char *ClassNameOf(const CMPIObjectPath *path) {
 }
 
 // Steps through an enumeration; a null one is empty, a broken one ends. False at the end. `next` is null for an element
-// of another kind. Its state says nothing: some brokers leave it null in every element.
+// of another type. The element's state is ignored: some brokers leave it null in all of them.
 bool Next(const CMPIEnumeration *enumeration, CMPIInstance **next);
 bool Next(const CMPIEnumeration *enumeration, CMPIObjectPath **next);
 
@@ -77,8 +74,8 @@ template <class Handle> Handle *FirstOf(const CMPIEnumeration *enumeration) {
 }
 
 // An object path as a log line shows it: "root/cimv2:Class.Key=\"value\"", cut at 1,023 bytes; "NULL" for none.
-// Composed here: a broker's own rendering was seen to end the process when a client sends long keys. Only as an
-// argument of a log line, which is not evaluated when the line is masked: composing takes calls into the broker.
+// Composed here: a broker's own rendering was seen to crash on long keys from a client. Only as an argument of a log
+// line, which is not evaluated when the line is masked: it takes calls into the broker.
 class PathText {
 public:
     explicit PathText(const CMPIObjectPath *path);

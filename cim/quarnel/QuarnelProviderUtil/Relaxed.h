@@ -1,4 +1,4 @@
-// A word that one thread may read while another writes it, without a lock: it says no more than its own value.
+// An atomic word in relaxed order: it orders no other memory.
 #pragma once
 
 #include <atomic>
@@ -13,8 +13,6 @@ public:
     operator Word() const { return word.load(std::memory_order_relaxed); }
     Word operator->() const { return *this; }
     void operator=(Word next) { word.store(next, std::memory_order_relaxed); }
-    // Stores `next` and gives back what was there, in one step.
-    Word Exchange(Word next) { return word.exchange(next, std::memory_order_relaxed); }
 
 private:
     std::atomic<Word> word;

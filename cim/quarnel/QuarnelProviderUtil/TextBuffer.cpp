@@ -13,7 +13,7 @@ size_t CharacterLength(unsigned char first) {
     return 0;
 }
 
-// The length without a character that was cut at the end. Bytes that are no UTF-8 stay as they are.
+// The length without a character that was cut at the end. Bytes that are not UTF-8 stay as they are.
 size_t WithoutCutCharacter(const char *text, size_t length) {
     for (size_t back = 1; back <= 3 && back <= length; ++back) {
         const auto byte = static_cast<unsigned char>(text[length - back]);
@@ -26,7 +26,6 @@ size_t WithoutCutCharacter(const char *text, size_t length) {
 } // namespace
 
 void TextComposer::AppendCut(const char *text) {
-    if (full) return;
     memcpy(buffer + length, text, size - 1 - length);
     length = WithoutCutCharacter(buffer, size - 1);
     buffer[length] = '\0';
@@ -35,11 +34,11 @@ void TextComposer::AppendCut(const char *text) {
 }
 
 void TextComposer::AppendPart(uint64_t number) {
-    char digits[sizeof "18446744073709551615"];
-    char *first = digits + sizeof digits - 1;
-    *first = '\0';
+    char digits[20]; // 2 to the 64th has as many
+    char *const end = digits + sizeof digits;
+    char *first = end;
     uint64_t rest = number;
     do *--first = static_cast<char>('0' + rest % 10);
     while ((rest /= 10) != 0);
-    AppendBytes(first, static_cast<size_t>(digits + sizeof digits - 1 - first));
+    AppendBytes(first, static_cast<size_t>(end - first));
 }

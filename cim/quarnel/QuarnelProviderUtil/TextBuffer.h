@@ -8,11 +8,10 @@
 class TextComposer {
 public:
     const char *Text() const { return buffer; }
-    // Texts, none of them null, and numbers, one behind the other. Not printf: a volume's caption has hundreds of
-    // parts, and taking formats apart was a third of what rendering it cost; what fits is copied in line, for calls
-    // were a twentieth.
+    // Texts, none of them null, and numbers, one after the other. Not printf: a volume's caption has hundreds of parts,
+    // and parsing formats was a third of the cost of rendering it.
     template <class... Parts> void Append(const Parts &...parts) { (AppendPart(parts), ...); }
-    bool Full() const { return full; } // something was cut: nothing more can be seen
+    bool Full() const { return full; } // something was cut: anything more is dropped
 
 protected:
     TextComposer(char *storage, size_t capacity) : buffer(storage), size(capacity) { buffer[0] = '\0'; }
@@ -38,7 +37,7 @@ private:
 
 template <size_t Size> class TextBuffer : public TextComposer {
 public:
-    // cppcheck-suppress uninitMemberVar // the text is ended wherever it ends: the rest is not looked at
+    // cppcheck-suppress uninitMemberVar // nothing behind the terminator is read
     TextBuffer() : TextComposer(storage, Size) {}
 
 private:
