@@ -163,8 +163,8 @@ TEST(Record, EveryValueHasAFormInADescription) {
     sim::Description read;
     std::string error;
     ASSERT_TRUE(sim::ReadDescription(described.text, "recorded", &read, &error)) << error << "\n" << described.text;
-    ASSERT_EQ(read.graph.Objects().size(), 1u);
-    const auto &properties = read.graph.Objects()[0].properties;
+    ASSERT_EQ(read.graph.Nodes().size(), 1u);
+    const auto &properties = read.graph.Nodes()[0].properties;
     ASSERT_EQ(properties.size(), object.properties.size() - 2);
     for (std::size_t i = 0; i < properties.size(); ++i) {
         EXPECT_EQ(properties[i].name, object.properties[i].name);

@@ -52,9 +52,9 @@ TEST(Format, AFileThatCannotBeReadIsNamed) {
 TEST(Format, AMistakeLeavesTheDescriptionAsItWas) {
     Description description;
     ASSERT_TRUE(ReadDescription(Completed("controller: \"model\": \"x\""), "hw.json", &description, nullptr));
-    const std::size_t objects = description.graph.Objects().size();
+    const std::size_t objects = description.graph.Nodes().size();
     EXPECT_FALSE(ReadDescription("{", "hw.json", &description, nullptr));
-    EXPECT_EQ(description.graph.Objects().size(), objects);
+    EXPECT_EQ(description.graph.Nodes().size(), objects);
 }
 
 TEST(Format, TheDocumentationsExamplesAreGood) {
