@@ -1,8 +1,8 @@
 #include "cim/recording/DescriptionText.h"
 
 #include "cim/inventory/Json.h"
-#include "cim/wbem/Types.h"
-#include "cim/wbem/Utf8.h"
+#include "cim/values/Text.h"
+#include "cim/values/Types.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -18,19 +18,6 @@ namespace {
 constexpr std::size_t kWidth = 120;
 
 std::string Text(const Json &json) { return Dump(json, -1); }
-
-std::string TypeText(CMPIType type) {
-    return std::string(wbem::TypeName(type)) + ((type & CMPI_ARRAY) != 0 ? "[]" : "");
-}
-
-bool IsUtf8(std::string_view text) {
-    while (!text.empty()) {
-        const wbem::Character next = wbem::FirstCharacter(text);
-        if (!next.valid) return false;
-        text.remove_prefix(next.bytes);
-    }
-    return true;
-}
 
 std::string HexOf(const std::string &text) {
     std::string hex;
@@ -58,7 +45,7 @@ std::optional<Json> Plain(const Value &value) {
 }
 
 std::optional<Json> Recorded(const Value &value, CMPIType declared) {
-    if ((value.type & ~CMPI_ARRAY) == CMPI_ref) return std::nullopt;
+    if (ElementType(value.type) == CMPI_ref) return std::nullopt;
     const auto *text = value.As<std::string>();
     if (value.type == CMPI_string && text != nullptr && !IsUtf8(*text)) {
         return Json{{"type", "string"}, {"hex", HexOf(*text)}};
@@ -66,7 +53,7 @@ std::optional<Json> Recorded(const Value &value, CMPIType declared) {
     auto plain = Plain(value);
     const bool obvious = value.type == declared || (declared == CMPI_null && value.type == CMPI_string);
     if (!plain || obvious) return plain;
-    return Json{{"type", TypeText(value.type)}, {"value", *std::move(plain)}};
+    return Json{{"type", DeclaredTypeName(value.type)}, {"value", *std::move(plain)}};
 }
 
 // "{" and "}" around the members, as many on a line as there is room for.
@@ -127,7 +114,8 @@ private:
         const std::string name = Text(model.classes.Name(id)) + ": ";
         if (properties.empty()) return name + Text(superName);
         std::vector<std::string> members;
-        for (const auto &[property, type] : properties) members.push_back(Text(property) + ": " + Text(TypeText(type)));
+        for (const auto &[property, type] : properties)
+            members.push_back(Text(property) + ": " + Text(DeclaredTypeName(type)));
         const std::string start = name + "{\"extends\": " + Text(superName) + ", \"properties\": ";
         return start + Wrapped(members, 4 + start.size(), 6) + "}";
     }
@@ -158,7 +146,7 @@ private:
         return text;
     }
 
-    std::string LinkText(const VendorModel::Link &link) const {
+    std::string LinkText(const VendorModel::RecordedLink &link) const {
         std::vector<std::string> ends;
         for (const auto &end : link.ends) ends.push_back(Text(end.role) + ": " + Text(names[end.object]));
         return fmt::format("{{\"class\": {}, \"ends\": {{{}}}}}", Text(link.associationClass), fmt::join(ends, ", "));

@@ -26,33 +26,30 @@ std::string PathIdentity(std::string_view nameSpace, std::string_view className,
 }
 
 NodeId Graph::Add(Node object) {
-    objects.push_back(std::move(object));
-    return static_cast<NodeId>(objects.size() - 1);
+    nodes.push_back(std::move(object));
+    return static_cast<NodeId>(nodes.size() - 1);
 }
 
 void Graph::Connect(Edge link) {
-    const EdgeId id = static_cast<EdgeId>(links.size());
+    const EdgeId id = static_cast<EdgeId>(edges.size());
     for (const Edge::End &end : link.ends) {
-        std::vector<EdgeId> &of = objects[end.object].links;
+        std::vector<EdgeId> &of = nodes[end.object].links;
         if (of.empty() || of.back() != id) of.push_back(id);
     }
-    links.push_back(std::move(link));
+    edges.push_back(std::move(link));
 }
 
 void Graph::Index() {
     byIdentity.clear();
-    for (NodeId id = 0; id < objects.size(); ++id) {
-        const Node &object = objects[id];
-        byIdentity.emplace(PathIdentity(object.nameSpace, classes.Name(object.type), object.keys), id);
+    for (NodeId id = 0; id < nodes.size(); ++id) {
+        const Node &node = nodes[id];
+        byIdentity[PathIdentity(node.nameSpace, classes.Name(node.type), node.keys)].push_back(id);
     }
 }
 
 std::vector<NodeId> Graph::Find(const std::string &identity) const {
-    std::vector<NodeId> found;
-    const auto range = byIdentity.equal_range(identity);
-    for (auto it = range.first; it != range.second; ++it) found.push_back(it->second);
-    std::sort(found.begin(), found.end());
-    return found;
+    const auto found = byIdentity.find(identity);
+    return found != byIdentity.end() ? found->second : std::vector<NodeId>();
 }
 
 } // namespace sim

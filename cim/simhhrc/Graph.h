@@ -67,16 +67,16 @@ public:
     // To be called once everything is there.
     void Index();
 
-    const std::vector<Node> &Nodes() const { return objects; }
-    std::vector<Node> &Nodes() { return objects; }
-    const std::vector<Edge> &Edges() const { return links; }
+    const std::vector<Node> &Nodes() const { return nodes; }
+    std::vector<Node> &Nodes() { return nodes; }
+    const std::vector<Edge> &Edges() const { return edges; }
     // The objects with that identity, first made first: more than one where a description asked for duplicates.
     std::vector<NodeId> Find(const std::string &identity) const;
 
 private:
-    std::vector<Node> objects;
-    std::vector<Edge> links;
-    std::unordered_multimap<std::string, NodeId> byIdentity;
+    std::vector<Node> nodes;
+    std::vector<Edge> edges;
+    std::unordered_map<std::string, std::vector<NodeId>> byIdentity;
 };
 
 } // namespace sim

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -38,6 +39,28 @@ TEST_F(Reload, HardwareComesAndGoesWithTheNextRequest) {
     WriteInPlace(WithDisks(""));
     EXPECT_THAT(Disks(), IsEmpty());
     EXPECT_EQ(LogCapture::Count(LOG_ERR, "*"), 0u);
+}
+
+// Each file differs from the one before in one of these alone, and was written long ago.
+TEST_F(Reload, TimeSizeAndIdentityTellAFileFromAnother) {
+    using std::chrono::nanoseconds;
+    const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
+    const auto date = [&](nanoseconds later) { std::filesystem::last_write_time(File(), old + later); };
+    Describe(WithDisks(R"({"id": "a"})"));
+    date({});
+    EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive a"));
+    WriteInPlace(WithDisks(R"({"id": "b"})"));
+    date(std::chrono::seconds(1));
+    EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive b"));
+    WriteInPlace(WithDisks(R"({"id": "c"})"));
+    date(std::chrono::seconds(1) + nanoseconds(1000));
+    EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive c"));
+    WriteInPlace(WithDisks(R"({"id": "dd"})"));
+    date(std::chrono::seconds(1) + nanoseconds(1000));
+    EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive dd"));
+    Describe(WithDisks(R"({"id": "ee"})"));
+    date(std::chrono::seconds(1) + nanoseconds(1000));
+    EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive ee"));
 }
 
 TEST_F(Reload, ABrokenOrVanishedFileKeepsTheLastGoodOneAndIsReportedOnce) {
