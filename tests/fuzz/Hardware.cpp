@@ -7,15 +7,15 @@ namespace {
 void AskForEverything(const sim::Description &description) {
     const sim::Graph &graph = description.graph;
     const sim::ClassFilter any(graph.classes, "");
-    for (sim::ObjectId id = 0; id < graph.Nodes().size(); ++id) {
-        const sim::Object &object = graph.Nodes()[id];
+    for (sim::NodeId id = 0; id < graph.Nodes().size(); ++id) {
+        const sim::Node &object = graph.Nodes()[id];
         const std::string &className = graph.classes.Name(object.type);
         const auto found = graph.Find(sim::PathIdentity(object.nameSpace, className, object.keys));
         fuzz::Require(!found.empty(), "an object is found by its path");
-        for (const sim::Step &step : sim::StepsFrom(graph, {id}, {any, any, {}, {}})) {
+        for (const sim::Passage &step : sim::StepsFrom(graph, {id}, {any, any, {}, {}})) {
             fuzz::Require(step.Target(graph).object < graph.Nodes().size(), "links end at objects");
         }
-        sim::RuleFor(description, sim::Operation::GetInstance, {graph.classes, className.c_str()}, any);
+        sim::BehaviourFor(description, sim::Request::GetInstance, {graph.classes, className.c_str()}, any);
     }
 }
 
