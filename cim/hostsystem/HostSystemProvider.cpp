@@ -12,7 +12,6 @@ namespace {
 
 constexpr const char *kClass = "OMC_UnitaryComputerSystem";
 constexpr CMPIStatus kOk = {CMPI_RC_OK, nullptr};
-constexpr CMPIStatus kNotSupported = {CMPI_RC_ERR_NOT_SUPPORTED, nullptr};
 constexpr CMPIStatus kFailed = {CMPI_RC_ERR_FAILED, nullptr};
 
 std::atomic<const CMPIBroker *> broker; // the process has one; every factory call names it
@@ -101,23 +100,8 @@ CMPIStatus GetInstance(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *
     return ReturnHost(results, asked, properties);
 }
 
-CMPIStatus CreateInstance(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *, const CMPIObjectPath *,
-                          const CMPIInstance *) {
-    return kNotSupported;
-}
-
-CMPIStatus ModifyInstance(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *, const CMPIObjectPath *,
-                          const CMPIInstance *, const char **) {
-    return kNotSupported;
-}
-
-CMPIStatus DeleteInstance(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *, const CMPIObjectPath *) {
-    return kNotSupported;
-}
-
-CMPIStatus ExecQuery(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *, const CMPIObjectPath *, const char *,
-                     const char *) {
-    return kNotSupported;
+template <class... Arguments> CMPIStatus NotSupported(CMPIInstanceMI *, Arguments...) {
+    return {CMPI_RC_ERR_NOT_SUPPORTED, nullptr};
 }
 
 const CMPIInstanceMIFT kTable = {
@@ -128,10 +112,10 @@ const CMPIInstanceMIFT kTable = {
     EnumerateInstanceNames,
     EnumerateInstances,
     GetInstance,
-    CreateInstance,
-    ModifyInstance,
-    DeleteInstance,
-    ExecQuery,
+    NotSupported,
+    NotSupported,
+    NotSupported,
+    NotSupported,
 };
 
 } // namespace

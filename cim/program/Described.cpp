@@ -36,10 +36,10 @@ Stanzas MissingFrom(const sim::Graph &graph) {
     const auto add = [&](auto &to, sim::ClassId type, const std::string &nameSpace) {
         if (!IsRegistered(graph.classes, type, nameSpace)) to.emplace(type, sim::LowerCase(nameSpace));
     };
-    for (const sim::Object &object : graph.Objects()) add(missing.instances, object.type, object.nameSpace);
-    for (const sim::Link &link : graph.Links()) {
-        for (const sim::Link::End &end : link.ends) {
-            add(missing.associations, link.type, graph.Objects()[end.object].nameSpace);
+    for (const sim::Node &object : graph.Nodes()) add(missing.instances, object.type, object.nameSpace);
+    for (const sim::Edge &link : graph.Edges()) {
+        for (const sim::Edge::End &end : link.ends) {
+            add(missing.associations, link.type, graph.Nodes()[end.object].nameSpace);
         }
     }
     return missing;

@@ -1,7 +1,7 @@
 // The hardware description while it is served: tells when somebody breaks the file and when it is good again.
 #pragma once
 
-#include "cim/simhhrc/TextFile.h"
+#include "cim/simhhrc/FileText.h"
 
 #include <optional>
 #include <string>

@@ -1,6 +1,7 @@
 #include "cim/recording/DescriptionText.h"
 
 #include "cim/inventory/Json.h"
+#include "cim/values/Text.h"
 #include "cim/values/Types.h"
 
 #include <fmt/format.h>
@@ -44,7 +45,7 @@ std::optional<Json> Plain(const Value &value) {
 }
 
 std::optional<Json> Recorded(const Value &value, CMPIType declared) {
-    if ((value.type & ~CMPI_ARRAY) == CMPI_ref) return std::nullopt;
+    if (ElementType(value.type) == CMPI_ref) return std::nullopt;
     const auto *text = value.As<std::string>();
     if (value.type == CMPI_string && text != nullptr && !IsUtf8(*text)) {
         return Json{{"type", "string"}, {"hex", HexOf(*text)}};
@@ -145,7 +146,7 @@ private:
         return text;
     }
 
-    std::string LinkText(const VendorModel::Link &link) const {
+    std::string LinkText(const VendorModel::RecordedLink &link) const {
         std::vector<std::string> ends;
         for (const auto &end : link.ends) ends.push_back(Text(end.role) + ": " + Text(names[end.object]));
         return fmt::format("{{\"class\": {}, \"ends\": {{{}}}}}", Text(link.associationClass), fmt::join(ends, ", "));

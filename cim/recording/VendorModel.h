@@ -14,17 +14,17 @@
 namespace cim {
 
 struct VendorModel {
-    struct Link {
+    struct RecordedLink {
         const char *associationClass;
         struct End {
             const char *role;
             std::size_t object;
         } ends[2]; // the one that was asked about first
     };
-    std::vector<Instance> objects; // in the order in which they were met; of some only the path is known
-    std::vector<Link> links;       // in the order of the answers
-    sim::Classes classes;          // with those of the objects
-    std::set<std::string> hosts;   // that the server's paths name
+    std::vector<Instance> objects;   // in the order in which they were met; of some only the path is known
+    std::vector<RecordedLink> links; // in the order of the answers
+    sim::Classes classes;            // with those of the objects
+    std::set<std::string> hosts;     // that the server's paths name
 };
 
 struct WalkOptions {

@@ -19,7 +19,7 @@ constexpr std::size_t kLongestDescent = 32; // of a class, against servers whose
 enum class Place : unsigned char { Leaf, Profile, Controller, System, Device, Disk, Volume, Extent, Package, Slot };
 
 // Where a place leads: the provider's reads, in its order.
-struct Step {
+struct WalkStep {
     Place from, to;
     bool names;     // paths are all that is read
     bool firstOnly; // of the objects, the first is followed further
@@ -27,7 +27,7 @@ struct Step {
     const char *result; // class; empty: any
     const char *fromRole, *toRole;
 };
-constexpr Step kSteps[] = {
+constexpr WalkStep kSteps[] = {
     {Place::Profile, Place::Controller, false, false, "CIM_ElementConformsToProfile", "CIM_PortController",
      "ConformantStandard", "ManagedElement"},
     {Place::Controller, Place::System, false, true, "CIM_LogicalIdentity", "CIM_ComputerSystem", "SystemElement",
@@ -144,7 +144,7 @@ private:
             const sim::ClassId super = model.classes.Find(declaration.superclass);
             sim::Classes::Properties own;
             for (const PropertyDeclaration &property : declaration.properties) {
-                const bool typed = (property.type & ~CMPI_ARRAY) != CMPI_null;
+                const bool typed = ElementType(property.type) != CMPI_null;
                 if (!typed || model.classes.TypeOf(super, property.name) == property.type) continue;
                 own.emplace_back(property.name, property.type);
             }
@@ -172,14 +172,14 @@ private:
     }
 
     void Visit(Place place, std::size_t object) {
-        for (const Step &step : kSteps) {
+        for (const WalkStep &step : kSteps) {
             if (step.from == place) Follow(step, object);
         }
         if (place == Place::Extent) ReadAgain(model.objects[object]);
         if (place == Place::Volume || place == Place::Disk) ++progress.devices;
     }
 
-    void Follow(const Step &step, std::size_t from) {
+    void Follow(const WalkStep &step, std::size_t from) {
         const ObjectPath source = model.objects[from].path;
         const std::string what = fmt::format("{} of {}", step.association, source.ToString());
         const std::vector<std::size_t> found =

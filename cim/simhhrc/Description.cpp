@@ -1,10 +1,10 @@
 #include "cim/simhhrc/Description.h"
 
 #include "cim/simhhrc/Fields.h"
+#include "cim/simhhrc/FileText.h"
 #include "cim/simhhrc/Hardware.h"
-#include "cim/simhhrc/Json.h"
+#include "cim/simhhrc/JsonValue.h"
 #include "cim/simhhrc/Recorded.h"
-#include "cim/simhhrc/TextFile.h"
 
 #include <system_error>
 
@@ -12,7 +12,7 @@ namespace sim {
 namespace {
 
 Description Read(std::string_view text) {
-    const Json json = ParseJson(text);
+    const JsonValue json = ParseJson(text);
     Fields file(json, "the description");
     file.Find("description");
     Description description;

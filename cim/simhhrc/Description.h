@@ -14,7 +14,7 @@
 
 namespace sim {
 
-enum class Operation {
+enum class Request {
     EnumerateInstances,
     EnumerateInstanceNames,
     GetInstance,
@@ -25,10 +25,10 @@ enum class Operation {
 };
 
 // What happens to requests for a class, or for one that is related to it.
-struct Rule {
-    ClassId type = kNoClass;            // of the instances; for association requests, of the association
-    ClassId result = kNoClass;          // of the objects that an association request asks for; kNoClass: any
-    std::optional<Operation> operation; // none: all
+struct Behaviour {
+    ClassId type = kNoClass;        // of the instances; for association requests, of the association
+    ClassId result = kNoClass;      // of the objects that an association request asks for; kNoClass: any
+    std::optional<Request> request; // none: all
     std::chrono::milliseconds latency{0};
     std::optional<CMPIrc> fault;
     std::optional<std::string> message;
@@ -36,7 +36,7 @@ struct Rule {
 
 struct Description {
     Graph graph;
-    std::vector<Rule> rules;
+    std::vector<Behaviour> rules;
 };
 
 // Reads a description from a file. False, with "FILE:LINE: reason" in `error` and `description` as it was, when that

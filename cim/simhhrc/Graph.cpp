@@ -6,7 +6,7 @@ namespace sim {
 namespace {
 
 // Integers of every width that are equal read the same, as do all kinds of text.
-std::string KeyText(const Value &value) {
+std::string KeyText(const Datum &value) {
     if (value.type == CMPI_boolean) return std::get<bool>(value.number) ? "true" : "false";
     if (value.type == CMPI_string || value.type == CMPI_dateTime) return '"' + value.text;
     return std::visit([](auto number) { return std::to_string(number); }, value.number);
@@ -14,9 +14,9 @@ std::string KeyText(const Value &value) {
 
 } // namespace
 
-std::string PathIdentity(std::string_view nameSpace, std::string_view className, const NamedValues &keys) {
+std::string PathIdentity(std::string_view nameSpace, std::string_view className, const Data &keys) {
     std::vector<std::string> texts;
-    for (const NamedValue &key : keys) {
+    for (const NamedDatum &key : keys) {
         if (!key.value.null) texts.push_back(LowerCase(key.name) + '=' + KeyText(key.value));
     }
     std::sort(texts.begin(), texts.end());
@@ -25,34 +25,31 @@ std::string PathIdentity(std::string_view nameSpace, std::string_view className,
     return identity;
 }
 
-ObjectId Graph::Add(Object object) {
-    objects.push_back(std::move(object));
-    return static_cast<ObjectId>(objects.size() - 1);
+NodeId Graph::Add(Node object) {
+    nodes.push_back(std::move(object));
+    return static_cast<NodeId>(nodes.size() - 1);
 }
 
-void Graph::Connect(Link link) {
-    const LinkId id = static_cast<LinkId>(links.size());
-    for (const Link::End &end : link.ends) {
-        std::vector<LinkId> &of = objects[end.object].links;
+void Graph::Connect(Edge link) {
+    const EdgeId id = static_cast<EdgeId>(edges.size());
+    for (const Edge::End &end : link.ends) {
+        std::vector<EdgeId> &of = nodes[end.object].links;
         if (of.empty() || of.back() != id) of.push_back(id);
     }
-    links.push_back(std::move(link));
+    edges.push_back(std::move(link));
 }
 
 void Graph::Index() {
     byIdentity.clear();
-    for (ObjectId id = 0; id < objects.size(); ++id) {
-        const Object &object = objects[id];
-        byIdentity.emplace(PathIdentity(object.nameSpace, classes.Name(object.type), object.keys), id);
+    for (NodeId id = 0; id < nodes.size(); ++id) {
+        const Node &node = nodes[id];
+        byIdentity[PathIdentity(node.nameSpace, classes.Name(node.type), node.keys)].push_back(id);
     }
 }
 
-std::vector<ObjectId> Graph::Find(const std::string &identity) const {
-    std::vector<ObjectId> found;
-    const auto range = byIdentity.equal_range(identity);
-    for (auto it = range.first; it != range.second; ++it) found.push_back(it->second);
-    std::sort(found.begin(), found.end());
-    return found;
+std::vector<NodeId> Graph::Find(const std::string &identity) const {
+    const auto found = byIdentity.find(identity);
+    return found != byIdentity.end() ? found->second : std::vector<NodeId>();
 }
 
 } // namespace sim

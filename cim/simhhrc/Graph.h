@@ -19,63 +19,64 @@ namespace sim {
 using cim::LowerCase;
 using cim::SameName;
 
-struct Value {
+// A CIM value.
+struct Datum {
     CMPIType type = CMPI_null; // with CMPI_ARRAY for arrays; texts are CMPI_string
     bool null = true;
-    cim::Numeric number;         // numbers and booleans
-    std::string text;            // CMPI_string, CMPI_dateTime
-    std::vector<Value> elements; // of an array
+    cim::Numeric number{};         // numbers and booleans
+    std::string text{};            // CMPI_string, CMPI_dateTime
+    std::vector<Datum> elements{}; // of an array
 };
 
-struct NamedValue {
+struct NamedDatum {
     std::string name;
-    Value value;
+    Datum value;
 };
-using NamedValues = std::vector<NamedValue>;
+using Data = std::vector<NamedDatum>; // keys or properties
 
-using ObjectId = std::uint32_t;
-using LinkId = std::uint32_t;
+using NodeId = std::uint32_t;
+using EdgeId = std::uint32_t;
 
-struct Object {
+struct Node {
     std::string nameSpace;
     ClassId type = kNoClass;
-    NamedValues keys;
-    NamedValues properties;
-    std::vector<LinkId> links; // that it is an end of, in the order in which they were made
+    Data keys;
+    Data properties;
+    std::vector<EdgeId> links; // that it is an end of, in the order in which they were made
 };
 
-struct Link {
+struct Edge {
     struct End {
         std::string role;
-        ObjectId object = 0;
+        NodeId object = 0;
     };
     ClassId type = kNoClass;
     End ends[2];
-    NamedValues properties;
+    Data properties;
 };
 
 // What identifies an object path, whatever the order of its keys and the case of its names: equal texts, equal paths.
-std::string PathIdentity(std::string_view nameSpace, std::string_view className, const NamedValues &keys);
+std::string PathIdentity(std::string_view nameSpace, std::string_view className, const Data &keys);
 
 class Graph {
 public:
     Classes classes;
 
-    ObjectId Add(Object object);
-    void Connect(Link link);
+    NodeId Add(Node object);
+    void Connect(Edge link);
     // To be called once everything is there.
     void Index();
 
-    const std::vector<Object> &Objects() const { return objects; }
-    std::vector<Object> &Objects() { return objects; }
-    const std::vector<Link> &Links() const { return links; }
+    const std::vector<Node> &Nodes() const { return nodes; }
+    std::vector<Node> &Nodes() { return nodes; }
+    const std::vector<Edge> &Edges() const { return edges; }
     // The objects with that identity, first made first: more than one where a description asked for duplicates.
-    std::vector<ObjectId> Find(const std::string &identity) const;
+    std::vector<NodeId> Find(const std::string &identity) const;
 
 private:
-    std::vector<Object> objects;
-    std::vector<Link> links;
-    std::unordered_multimap<std::string, ObjectId> byIdentity;
+    std::vector<Node> nodes;
+    std::vector<Edge> edges;
+    std::unordered_map<std::string, std::vector<NodeId>> byIdentity;
 };
 
 } // namespace sim

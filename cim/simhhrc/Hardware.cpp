@@ -1,30 +1,16 @@
 #include "cim/simhhrc/Hardware.h"
 
-#include "cim/simhhrc/Kinds.h"
 #include "cim/simhhrc/Ranges.h"
 
-#include <algorithm>
+#include <cstring>
 #include <numeric>
 
 namespace sim {
-namespace {
-
-constexpr Name kClassifications[] = {{"unknown", 0}, {"driver", 2}, {"firmware", 10}, {"bios", 11}, {"bundle", 13}};
-constexpr const char *kProfileName = "Host Hardware RAID Controller";
-
-const Json &DefaultProfiles() {
-    static const Json profiles = ParseJson(R"([{"id": "hhrc"}])");
-    return profiles;
-}
-
-} // namespace
 
 void HardwareReader::Read(Fields &file) {
     ReadProfiles(file);
     // Pools first: devices name those of other controllers, too.
-    const Json *list = file.Find("controllers");
-    if (list == nullptr) return;
-    for (const Json *json : Expanded(ListOf(*list, file.What("controllers")), "controller", {"id"}, expanded)) {
+    for (const JsonValue *json : Expanded(file.List("controllers"), "controller", {"id"}, expanded)) {
         Controller &controller = ReadController(*json);
         ReadSoftware(controller);
         ReadEnclosures(controller);
@@ -32,123 +18,95 @@ void HardwareReader::Read(Fields &file) {
     }
     for (Controller &controller : controllers) ReadDevices(controller);
     FinishPools();
-    for (const Controller &controller : controllers) {
-        controller.fields.Finish();
-        controller.parts.Finish();
-    }
+    for (const Controller &controller : controllers) controller.entry.Finish();
 }
 
-std::optional<ObjectId> HardwareReader::Find(const std::string &address) const {
+std::optional<NodeId> HardwareReader::Find(const std::string &address) const {
     const auto found = byAddress.find(address);
     if (found == byAddress.end()) return std::nullopt;
     return found->second;
 }
 
 void HardwareReader::ReadProfiles(Fields &file) {
-    const Json *list = file.Find("profiles");
-    for (const Json &json : ListOf(list != nullptr ? *list : DefaultProfiles(), file.What("profiles"))) {
-        Fields fields(json, "profile");
-        const std::string id = TextOf(fields.Need("id"), fields.What("id"));
-        fields.Rename("profile \"" + id + '"');
-        const ClassId type = ClassOf(graph.classes, {}, kProfile, &fields);
-        Object object = MakeObject(graph.classes, {}, kProfile, type, "Sim:" + id);
-        object.nameSpace = "root/interop";
-        SetText(object, "RegisteredName", kProfileName);
-        SetText(object, "RegisteredVersion", "1.6.1");
-        SetNumbers(object, "AdvertiseTypes", {2}); // not advertised
-        SetRows(graph.classes, object, kProfile.rows, fields);
-        const ObjectId added = Add(std::move(object), "profile/" + id, fields);
+    static const JsonValue standard = ParseJson(R"([{"id": "hhrc"}])");
+    const JsonValue *list = file.Find("profiles");
+    for (const JsonValue &json : ListOf(list != nullptr ? *list : standard, file.What("profiles"))) {
+        Entry entry = Open(json, kProfile, nullptr);
+        Element profile = Make({}, entry, "Sim:" + entry.id);
+        profile.node.nameSpace = "root/interop";
+        const NodeId added = Add(nullptr, entry, std::move(profile));
         if (!firstProfile) firstProfile = added;
-        fields.Finish();
+        entry.Finish();
     }
 }
 
-HardwareReader::Controller &HardwareReader::ReadController(const Json &json) {
-    Fields fields(json, "controller");
-    const std::string id = TextOf(fields.Need("id"), fields.What("id"));
-    fields.Rename("controller \"" + id + '"');
-    Parts readParts(fields);
-    controllers.push_back(Controller{id, std::move(fields), std::move(readParts)});
+HardwareReader::Controller &HardwareReader::ReadController(const JsonValue &json) {
+    controllers.push_back({Open(json, kPortController, nullptr)});
     Controller &controller = controllers.back();
-    const Status status = StatusOf(controller.fields, {});
-
-    Scope &scope = controller.scope;
-    scope.classPrefix = controller.fields.Text("classPrefix").value_or("Sim_");
-    if (graph.classes.Find(scope.classPrefix + kPortController.suffix) == kNoClass) {
-        controller.fields.Fail(*controller.fields.Find("classPrefix"),
-                               "there is no class \"" + scope.classPrefix + kPortController.suffix + '"');
+    Entry &entry = controller.entry;
+    System &system = controller.system;
+    system.classPrefix = entry.fields.Text("classPrefix").value_or("Sim_");
+    if (graph.classes.Find(system.classPrefix + kPortController.suffix) == kNoClass) {
+        entry.fields.Fail(*entry.fields.Find("classPrefix"),
+                          "there is no class \"" + system.classPrefix + kPortController.suffix + '"');
     }
-    Fields *systemOdd = controller.parts.Odd("system");
-    const ClassId systemType = ClassOf(graph.classes, scope, kComputerSystem, systemOdd);
-    scope.systemClass = graph.classes.Name(systemType);
-    scope.systemName = id;
-
-    const ClassId type = ClassOf(graph.classes, scope, kPortController, &controller.fields);
-    Object port = MakeObject(graph.classes, scope, kPortController, type, id);
-    SetText(port, "ElementName", controller.fields.Text("model").value_or(id));
-    SetStatus(graph.classes, port, status);
-    const ObjectId portId = Add(std::move(port), id, controller.fields);
-
+    system.className =
+        graph.classes.Name(ClassOf(graph.classes, system.classPrefix, kComputerSystem, entry.PartOf("system").odd));
+    system.name = entry.id;
+    const std::optional<std::string> model = entry.fields.Text("model");
+    Element port = Make(system, entry, entry.id);
+    port.Set("ElementName", model);
+    const NodeId portId = Add(nullptr, entry, std::move(port));
     ConnectProfiles(controller, portId);
-    if (controller.parts.Has("system")) {
-        Object system = MakePart(controller, kComputerSystem, id, systemOdd);
-        SetText(system, "ElementName", controller.fields.Text("model").value_or(id));
-        SetText(system, "NameFormat", "Other");
-        SetNumbers(system, "Dedicated", {15}); // block server
-        SetStatus(graph.classes, system, status);
-        controller.system = AddPart(std::move(system), id + "/system", systemOdd);
-        Connect(kLogicalIdentity, *controller.system, portId);
-    }
-    Fields *packageOdd = controller.parts.Odd("package");
-    Object package = MakePart(controller, kPackage, id, packageOdd);
-    SetRows(graph.classes, package, kPackage.rows, controller.fields);
-    if (controller.parts.Has("package")) {
-        Connect(kRealizes, AddPart(std::move(package), id + "/package", packageOdd), portId);
-    }
+
+    Element computer = MakePart(controller, kComputerSystem, entry.id, entry, "system");
+    computer.Set("ElementName", model);
+    computer.Set(ConditionOf(entry.fields, *kPortController.states));
+    controller.systemNode = AddPart(std::move(computer), entry, "system", entry.address + "/system");
+    if (controller.systemNode) Connect(kLogicalIdentity, *controller.systemNode, portId);
+
+    Element package = MakePart(controller, kPackage, entry.id, entry, "package");
+    package.SetMembers(kPackage, entry.fields);
+    const auto packageId = AddPart(std::move(package), entry, "package", entry.address + "/package");
+    if (packageId) Connect(kRealizes, *packageId, portId);
     return controller;
 }
 
-void HardwareReader::ConnectProfiles(Controller &controller, ObjectId portId) {
-    const Json *named = controller.fields.Find("profile");
-    if (named == nullptr) {
-        if (firstProfile) Connect(kElementConformsToProfile, *firstProfile, portId);
-        return;
-    }
-    for (const std::string &name : controller.fields.Texts("profile")) {
-        const std::optional<ObjectId> profile = Find("profile/" + name);
-        if (!profile) controller.fields.Fail(*named, "no profile \"" + name + '"');
-        Connect(kElementConformsToProfile, *profile, portId);
+void HardwareReader::ConnectProfiles(Controller &controller, NodeId port) {
+    Fields &fields = controller.entry.fields;
+    const JsonValue *named = fields.Find("profile");
+    if (named == nullptr && firstProfile) Connect(kElementConformsToProfile, *firstProfile, port);
+    for (const std::string &name : fields.Texts("profile")) {
+        const std::optional<NodeId> profile = Find("profile/" + name);
+        if (!profile) fields.Fail(*named, "no profile \"" + name + '"');
+        Connect(kElementConformsToProfile, *profile, port);
     }
 }
 
 void HardwareReader::ReadSoftware(Controller &controller) {
     std::size_t index = 0;
-    for (const Json &json : controller.fields.List("software")) {
+    for (const JsonValue &json : controller.entry.fields.List("software")) {
         const std::string number = std::to_string(index++);
-        Fields fields(json, controller.fields.What("software ") + number);
-        Object identity = MakePart(controller, kSoftware, "Sim:" + controller.id + ":software:" + number, &fields);
-        const std::uint16_t kind = NumberOrNameOf(fields.Need("kind"), fields.What("kind"), kClassifications);
-        SetNumbers(identity, "Classifications", {kind});
-        SetRows(graph.classes, identity, kSoftware.rows, fields);
-        const ObjectId id = Add(std::move(identity), controller.id + "/software/" + number, fields);
-        fields.Finish();
-        if (controller.system) Connect(kElementSoftwareIdentity, id, *controller.system);
+        Entry entry(json, kSoftware, controller.entry.fields.What("software ") + number);
+        entry.address = controller.entry.id + "/software/" + number;
+        Element identity = Make(controller.system, entry, "Sim:" + controller.entry.id + ":software:" + number);
+        const std::string what = entry.fields.What("kind");
+        identity.Set("Classifications", NumberOrWordOf(entry.fields.Need("kind"), what, kClassificationNames));
+        Add(&controller, entry, std::move(identity));
+        entry.Finish();
     }
 }
 
 void HardwareReader::ReadEnclosures(Controller &controller) {
-    for (const Json *json : Expanded(controller.fields.List("enclosures"), "enclosure", {"id"}, expanded)) {
-        Fields fields(*json, controller.fields.What("enclosure"));
-        const std::string id = TextOf(fields.Need("id"), fields.What("id"));
-        fields.Rename(controller.fields.What("enclosure \"") + id + '"');
-        Enclosure enclosure{0, fields.Text("tag").value_or(controller.id + '_' + id), std::nullopt};
-        Object chassis = MakePart(controller, kChassis, enclosure.tag, &fields);
-        SetStatus(graph.classes, chassis, StatusOf(fields, {}));
-        SetText(chassis, "ElementName", "Enclosure " + id);
-        SetRows(graph.classes, chassis, kChassis.rows, fields);
-        enclosure.object = Add(std::move(chassis), controller.id + "/enclosure/" + id, fields);
-        if (controller.system) Connect(kSystemPackaging, enclosure.object, *controller.system);
-        if (const Json *slots = fields.Find("slots")) {
+    const JsonValue::List &entries = controller.entry.fields.List("enclosures");
+    for (const JsonValue *json : Expanded(entries, kChassis.word, {"id"}, expanded)) {
+        Entry entry = Open(*json, kChassis, &controller);
+        Fields &fields = entry.fields;
+        Enclosure enclosure{0, fields.Text("tag").value_or(controller.entry.id + '_' + entry.id), std::nullopt};
+        Element chassis = Make(controller.system, entry, enclosure.tag);
+        chassis.Set("ElementName", "Enclosure " + entry.id);
+        enclosure.node = Add(&controller, entry, std::move(chassis));
+        if (const JsonValue *slots = fields.Find("slots")) {
             if (slots->As<std::string>() != nullptr) {
                 enclosure.slots = NumbersOf(*slots, fields.What("slots"));
             } else {
@@ -156,48 +114,45 @@ void HardwareReader::ReadEnclosures(Controller &controller) {
                 std::iota(enclosure.slots->begin(), enclosure.slots->end(), std::uint16_t{0});
             }
         }
-        fields.Finish();
-        controller.enclosures.emplace(id, std::move(enclosure));
+        entry.Finish();
+        controller.enclosures.emplace(entry.id, std::move(enclosure));
     }
 }
 
 void HardwareReader::ReadPools(Controller &controller) {
-    for (const Json *json : Expanded(controller.fields.List("pools"), "pool", {"id"}, expanded)) {
-        Fields fields(*json, controller.fields.What("pool"));
-        const std::string id = TextOf(fields.Need("id"), fields.What("id"));
-        fields.Rename(controller.fields.What("pool \"") + id + '"');
-        Object object = MakePart(controller, kPool, "Sim:" + controller.id + ":pool:" + id, &fields);
-        const bool primordial = fields.Flag("primordial", false);
-        SetText(object, "PoolID", id);
-        SetText(object, "ElementName", id);
-        SetNumber(graph.classes, object, "Primordial", primordial);
-        SetStatus(graph.classes, object, StatusOf(fields, {}));
-        const std::string address = controller.id + "/pool/" + id;
-        const ObjectId added = Add(std::move(object), address, fields);
-        pools.push_back(Pool{added, std::move(fields), primordial});
-        Pool &pool = pools.back();
-        poolsByAddress.emplace(address, &pool);
+    const JsonValue::List &entries = controller.entry.fields.List("pools");
+    for (const JsonValue *json : Expanded(entries, kPool.word, {"id"}, expanded)) {
+        Entry entry = Open(*json, kPool, &controller);
+        Element element = Make(controller.system, entry, "Sim:" + controller.entry.id + ":pool:" + entry.id);
+        const bool primordial = entry.fields.Flag("primordial", false);
+        element.Set("PoolID", entry.id);
+        element.Set("ElementName", entry.id);
+        element.Set("Primordial", primordial);
+        const NodeId node = Add(&controller, entry, std::move(element));
+        Pool &pool = pools.emplace_back(Pool{node, std::move(entry), primordial});
+        poolsByAddress.emplace(pool.entry.address, &pool);
         if (primordial && controller.firstPrimordial == nullptr) controller.firstPrimordial = &pool;
-        if (controller.system) Connect(kHostedStoragePool, *controller.system, added);
     }
 }
 
 void HardwareReader::ReadDevices(Controller &controller) {
-    static const struct List {
+    static const struct {
         const char *name;
-        const Kind &kind;
-        void (HardwareReader::*read)(Controller &, const Json &, const Kind &);
+        const ElementKind &kind;
+        void (HardwareReader::*read)(Controller &, Entry &);
     } kLists[] = {
         {"disks", kDisk, &HardwareReader::ReadDisk},      {"volumes", kVolume, &HardwareReader::ReadVolume},
         {"ports", kPort, &HardwareReader::ReadDevice},    {"batteries", kBattery, &HardwareReader::ReadDevice},
         {"devices", kOther, &HardwareReader::ReadDevice},
     };
-    for (const Json::Member &member : *controller.fields.Entry().As<Json::Object>()) {
-        for (const List &list : kLists) {
+    Fields &fields = controller.entry.fields;
+    for (const JsonValue::Member &member : *fields.Value().As<JsonValue::Object>()) {
+        for (const auto &list : kLists) {
             if (member.name != list.name) continue;
-            const Json::List &entries = controller.fields.List(list.name);
-            for (const Json *json : Expanded(entries, list.kind.word, {"slot", "id"}, expanded)) {
-                (this->*list.read)(controller, *json, list.kind);
+            for (const JsonValue *json : Expanded(fields.List(list.name), list.kind.word, {"slot", "id"}, expanded)) {
+                Entry entry = Open(*json, list.kind, &controller);
+                (this->*list.read)(controller, entry);
+                entry.Finish();
             }
         }
     }
@@ -205,40 +160,73 @@ void HardwareReader::ReadDevices(Controller &controller) {
 
 void HardwareReader::FinishPools() {
     for (Pool &pool : pools) {
-        Object &object = graph.Objects()[pool.object];
-        const Json *size = pool.fields.Find("size"), *unused = pool.fields.Find("free");
-        const std::uint64_t total = size != nullptr ? BytesOf(*size, pool.fields.What("size")) : pool.bytes;
-        const std::uint64_t remaining = unused != nullptr ? BytesOf(*unused, pool.fields.What("free"))
-                                        : pool.primordial ? total
-                                                          : 0;
-        SetNumber(graph.classes, object, "TotalManagedSpace", total);
-        SetNumber(graph.classes, object, "RemainingManagedSpace", remaining);
-        SetOddities(graph.classes, object, pool.fields); // again: they overrule these two as well
-        pool.fields.Finish();
+        Fields &fields = pool.entry.fields;
+        const JsonValue *size = fields.Find("size"), *unused = fields.Find("free");
+        const std::uint64_t total = size != nullptr ? BytesOf(*size, fields.What("size")) : pool.bytes;
+        const std::uint64_t otherwise = pool.primordial ? total : 0;
+        Element element(graph.classes, std::move(graph.Nodes()[pool.node]));
+        element.Set("TotalManagedSpace", total);
+        element.Set("RemainingManagedSpace", unused != nullptr ? BytesOf(*unused, fields.What("free")) : otherwise);
+        element.SetOddities(fields); // again: they overrule these two as well
+        graph.Nodes()[pool.node] = std::move(element.node);
+        pool.entry.Finish();
     }
 }
 
-ObjectId HardwareReader::Add(Object object, const std::string &address, Fields &fields) {
-    SetOddities(graph.classes, object, fields);
-    const bool again = fields.Flag("duplicate", false);
-    const ObjectId id = graph.Add(std::move(object));
-    if (!byAddress.emplace(address, id).second && !again) fields.Fail("is there twice");
+Entry HardwareReader::Open(const JsonValue &json, const ElementKind &kind, const Controller *of) {
+    const auto what = [&](const std::string &word) {
+        return of != nullptr ? of->entry.fields.What(word.c_str()) : word;
+    };
+    Entry entry(json, kind, what(kind.word));
+    Fields &fields = entry.fields;
+    if (&kind == &kDisk && fields.Find("id") == nullptr) {
+        const std::optional<std::string> enclosure = fields.Text("enclosure");
+        const std::optional<std::uint64_t> slot = fields.Number("slot", UINT16_MAX);
+        if (enclosure && slot) entry.id = *enclosure + ':' + std::to_string(*slot);
+    }
+    if (entry.id.empty()) entry.id = TextOf(fields.Need("id"), fields.What("id"));
+    fields.Rename(what(kind.word + (" \"" + entry.id + '"')));
+    const std::string list = std::string(kind.word) + '/';
+    entry.address = (of != nullptr ? of->entry.id + '/' + list : &kind == &kProfile ? list : "") + entry.id;
+    return entry;
+}
+
+Element HardwareReader::Make(const System &system, Entry &entry, const std::string &key) const {
+    Element element(graph.classes, system, entry.kind, key, &entry.fields);
+    if (entry.kind.states != nullptr) element.Set(ConditionOf(entry.fields, *entry.kind.states));
+    element.SetMembers(entry.kind, entry.fields);
+    return element;
+}
+
+NodeId HardwareReader::Add(const Controller *controller, Entry &entry, Element element) {
+    element.SetOddities(entry.fields);
+    const bool again = entry.fields.Flag("duplicate", false);
+    const NodeId id = graph.Add(std::move(element.node));
+    if (!byAddress.emplace(entry.address, id).second && !again) entry.fields.Fail("is there twice");
+    const Association *association = entry.kind.toSystem;
+    if (association != nullptr && controller->systemNode) {
+        const bool group = std::strcmp(association->roles[0], "GroupComponent") == 0; // which the system is
+        Connect(*association, group ? *controller->systemNode : id, group ? id : *controller->systemNode);
+    }
     return id;
 }
 
-Object HardwareReader::MakePart(const Controller &controller, const Kind &kind, const std::string &id,
-                                Fields *odd) const {
-    return MakeObject(graph.classes, controller.scope, kind, ClassOf(graph.classes, controller.scope, kind, odd), id);
+Element HardwareReader::MakePart(const Controller &controller, const ElementKind &kind, const std::string &key,
+                                 Entry &entry, const char *part) const {
+    return {graph.classes, controller.system, kind, key, entry.PartOf(part).odd};
 }
 
-ObjectId HardwareReader::AddPart(Object object, const std::string &address, Fields *odd) {
-    if (odd != nullptr) SetOddities(graph.classes, object, *odd);
-    const ObjectId id = graph.Add(std::move(object));
+std::optional<NodeId> HardwareReader::AddPart(Element element, Entry &entry, const char *part,
+                                              const std::string &address) {
+    const Entry::Part said = entry.PartOf(part);
+    if (said.odd != nullptr) element.SetOddities(*said.odd);
+    if (!said.exists) return std::nullopt;
+    const NodeId id = graph.Add(std::move(element.node));
     byAddress.emplace(address, id);
     return id;
 }
 
-void HardwareReader::Connect(const Association &association, ObjectId first, ObjectId second) {
+void HardwareReader::Connect(const Association &association, NodeId first, NodeId second) {
     graph.Connect({graph.classes.Find(std::string("Sim_") + association.suffix),
                    {{association.roles[0], first}, {association.roles[1], second}},
                    {}});

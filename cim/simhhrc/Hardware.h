@@ -23,67 +23,69 @@ public:
     void Read(Fields &file);
 
     // An object by its address in the description, such as "c0/disk/252:4/media".
-    std::optional<ObjectId> Find(const std::string &address) const;
+    std::optional<NodeId> Find(const std::string &address) const;
 
 private:
     struct Pool {
-        ObjectId object;
-        Fields fields;
+        NodeId node;
+        Entry entry;
         bool primordial;
         std::uint64_t bytes = 0; // of its disks
     };
     struct Enclosure {
-        ObjectId object;
+        NodeId node;
         std::string tag;
         std::optional<std::vector<std::uint16_t>> slots; // none: any
     };
     struct Controller {
-        std::string id;
-        Fields fields;
-        Parts parts;
-        Scope scope{};
-        std::optional<ObjectId> system{};
+        Entry entry;
+        System system{};
+        std::optional<NodeId> systemNode{};
         std::map<std::string, Enclosure> enclosures{};
         Pool *firstPrimordial = nullptr;
     };
 
     void ReadProfiles(Fields &file);
-    Controller &ReadController(const Json &json);
-    void ConnectProfiles(Controller &controller, ObjectId portId);
+    Controller &ReadController(const JsonValue &json);
+    void ConnectProfiles(Controller &controller, NodeId port);
     void ReadSoftware(Controller &controller);
     void ReadEnclosures(Controller &controller);
     void ReadPools(Controller &controller);
     void ReadDevices(Controller &controller);
     void FinishPools();
 
-    void ReadDisk(Controller &controller, const Json &json, const Kind &kind);
-    void ReadVolume(Controller &controller, const Json &json, const Kind &kind);
-    void ReadDevice(Controller &controller, const Json &json, const Kind &kind);
+    void ReadDisk(Controller &controller, Entry &disk);
+    void ReadVolume(Controller &controller, Entry &volume);
+    void ReadDevice(Controller &controller, Entry &device);
 
     // What a disk is besides the drive.
-    void AddMedia(Controller &controller, Fields &disk, Parts &parts, ObjectId drive, const std::string &id);
-    void AddDiskPackage(Controller &controller, Fields &disk, Parts &parts, ObjectId drive, const std::string &id);
+    void AddMedia(Controller &controller, Entry &disk, NodeId drive);
+    void AddFirmware(Controller &controller, Entry &disk, NodeId drive);
+    void AddPackage(Controller &controller, Entry &disk, NodeId drive);
     // The slot that a disk says it is in, made when it is the first there; none when it says nothing of a slot.
-    std::optional<ObjectId> SlotOf(Controller &controller, Fields &disk, Parts &parts);
-    void AddDiskFirmware(Controller &controller, Fields &disk, Parts &parts, ObjectId drive, const std::string &id);
+    std::optional<NodeId> SlotOf(Controller &controller, Entry &disk);
 
-    // Adds a finished object under its address; a second one of that address is a mistake unless the entry allows it.
-    ObjectId Add(Object object, const std::string &address, Fields &fields);
-    // An object behind another: made of kind and identifier, changed by what the entry's parts say.
-    Object MakePart(const Controller &controller, const Kind &kind, const std::string &id, Fields *odd) const;
-    ObjectId AddPart(Object object, const std::string &address, Fields *odd);
-    void Connect(const Association &association, ObjectId first, ObjectId second);
-    void ConnectDevice(const Controller &controller, ObjectId device);
+    // An entry of a controller's, or, without one, of the file's own lists.
+    Entry Open(const JsonValue &json, const ElementKind &kind, const Controller *of);
+    // What an entry of a list stands for, less what is peculiar to its kind.
+    Element Make(const System &system, Entry &entry, const std::string &key) const;
+    // A second object of the same address is a mistake unless the entry allows it.
+    NodeId Add(const Controller *controller, Entry &entry, Element element);
+    // An object behind an entry. None when the entry says so. The element is not added then, but was checked.
+    Element MakePart(const Controller &controller, const ElementKind &kind, const std::string &key, Entry &entry,
+                     const char *part) const;
+    std::optional<NodeId> AddPart(Element element, Entry &entry, const char *part, const std::string &address);
+    void Connect(const Association &association, NodeId first, NodeId second);
     // The pools that a device names.
     std::vector<Pool *> PoolsOf(const Controller &controller, Fields &device);
 
     Graph &graph;
-    std::deque<Json> expanded; // entries that stand for one of many alike
+    std::deque<JsonValue> expanded; // entries that stand for one of many alike
     std::deque<Controller> controllers;
     std::deque<Pool> pools; // of all controllers, before any device
     std::unordered_map<std::string, Pool *> poolsByAddress;
-    std::optional<ObjectId> firstProfile;
-    std::unordered_map<std::string, ObjectId> byAddress;
+    std::optional<NodeId> firstProfile;
+    std::unordered_map<std::string, NodeId> byAddress;
 };
 
 } // namespace sim

@@ -5,12 +5,6 @@
 
 namespace sim {
 
-// An association and the roles of its two ends.
-struct Association {
-    const char *suffix;
-    const char *roles[2];
-};
-
 inline constexpr Association kElementConformsToProfile = {"ElementConformsToProfile",
                                                           {"ConformantStandard", "ManagedElement"}};
 inline constexpr Association kLogicalIdentity = {"LogicalIdentity", {"SystemElement", "SameElement"}};
@@ -26,10 +20,10 @@ inline constexpr Association kConcreteComponent = {"ConcreteComponent", {"GroupC
 inline constexpr Association kElementSettingData = {"ElementSettingData", {"ManagedElement", "SettingData"}};
 inline constexpr Association kAllocatedFromStoragePool = {"AllocatedFromStoragePool", {"Antecedent", "Dependent"}};
 
-extern const Kind kProfile, kPortController, kComputerSystem, kPackage, kSoftware, kPool, kChassis, kSlot, kDisk,
+extern const ElementKind kProfile, kPortController, kComputerSystem, kPackage, kSoftware, kPool, kChassis, kSlot, kDisk,
     kMedia, kVolume, kSetting, kPort, kBattery, kOther;
 
-extern const std::vector<State> kDiskStates, kVolumeStates, kDeviceStates;
+extern const Words kClassificationNames;
 
 // How a RAID level protects what is on it.
 struct RaidLevel {
@@ -37,7 +31,7 @@ struct RaidLevel {
     std::uint16_t dataRedundancy;    // copies of the data
     std::uint16_t packageRedundancy; // disks that can be lost
 };
-// Null for a text that is no RAID level.
-const RaidLevel *RaidLevelNamed(const std::string &name);
+// The level of that name; for any other text, and for none, one that protects nothing.
+const RaidLevel &RaidLevelNamed(const std::optional<std::string> &name);
 
 } // namespace sim

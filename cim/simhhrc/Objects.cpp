@@ -1,5 +1,8 @@
 #include "cim/simhhrc/Objects.h"
 
+#include "cim/simhhrc/Data.h"
+#include "cim/simhhrc/Query.h"
+
 #include <syslog.h>
 
 #include <algorithm>
@@ -22,29 +25,20 @@ std::string CharsOf(const CMPIString *string) {
     return chars != nullptr ? chars : "";
 }
 
-bool IsText(CMPIType type) { return type == CMPI_string || type == CMPI_chars; }
-
-Value KeyValue(const CMPIData &data) {
-    Value value;
-    value.type = data.type;
-    value.null = (data.state & (CMPI_nullValue | CMPI_notFound | CMPI_badValue)) != 0;
-    if (value.null) return value;
-    if (IsText(data.type)) {
-        value.type = CMPI_string;
-        value.text = data.type == CMPI_string ? CharsOf(data.value.string) : data.value.chars;
-    } else {
-        value.number = cim::ReadNumber(data.type, data.value).value_or(cim::Numeric());
-    }
-    return value;
+Datum KeyDatum(const CMPIData &data) {
+    if ((data.state & (CMPI_nullValue | CMPI_notFound | CMPI_badValue)) != 0) return {data.type};
+    if (data.type == CMPI_string) return TextDatum(CharsOf(data.value.string));
+    if (data.type == CMPI_chars) return TextDatum(data.value.chars);
+    return {data.type, false, cim::ReadNumber(data.type, data.value).value_or(cim::Numeric())};
 }
 
 std::string IdentityOf(const CMPIObjectPath *path) {
-    NamedValues keys;
+    Data keys;
     const CMPICount count = path->ft->getKeyCount(path, nullptr);
     for (CMPICount i = 0; i < count; ++i) {
         CMPIString *name = nullptr;
         const CMPIData data = path->ft->getKeyAt(path, i, &name, nullptr);
-        keys.push_back({CharsOf(name), KeyValue(data)});
+        keys.push_back({CharsOf(name), KeyDatum(data)});
     }
     return PathIdentity(NameSpaceOf(path), ClassNameOf(path), keys);
 }
@@ -54,12 +48,11 @@ std::string IdentityOf(const CMPIObjectPath *path) {
 std::string NameSpaceOf(const CMPIObjectPath *path) { return CharsOf(path->ft->getNameSpace(path, nullptr)); }
 std::string ClassNameOf(const CMPIObjectPath *path) { return CharsOf(path->ft->getClassName(path, nullptr)); }
 
-std::vector<ObjectId> ObjectsAt(const Graph &graph, const CMPIObjectPath *path) { return graph.Find(IdentityOf(path)); }
+std::vector<NodeId> ObjectsAt(const Graph &graph, const CMPIObjectPath *path) { return graph.Find(IdentityOf(path)); }
 
-const Link *LinkAt(const Graph &graph, const CMPIObjectPath *path) {
-    const ClassId type = graph.classes.Find(ClassNameOf(path));
-    if (type == kNoClass || path->ft->getKeyCount(path, nullptr) != 2) return nullptr;
-    std::vector<ObjectId> ends[2];
+const Edge *LinkAt(const Graph &graph, const CMPIObjectPath *path) {
+    if (path->ft->getKeyCount(path, nullptr) != 2) return nullptr;
+    std::vector<NodeId> ends[2];
     std::string roles[2];
     for (CMPICount i = 0; i < 2; ++i) {
         CMPIString *name = nullptr;
@@ -68,16 +61,11 @@ const Link *LinkAt(const Graph &graph, const CMPIObjectPath *path) {
         roles[i] = CharsOf(name);
         ends[i] = ObjectsAt(graph, data.value.ref);
     }
-    for (const ObjectId end : ends[0]) {
-        for (const LinkId id : graph.Objects()[end].links) {
-            const Link &link = graph.Links()[id];
-            const int own = SameName(link.ends[0].role, roles[0]) ? 0 : 1;
-            const Link::End &near = link.ends[own], &far = link.ends[1 - own];
-            if (link.type == type && near.object == end && SameName(near.role, roles[0]) &&
-                SameName(far.role, roles[1]) && std::count(ends[1].begin(), ends[1].end(), far.object) > 0) {
-                return &link;
-            }
-        }
+    const ClassFilter type(graph.classes, ClassNameOf(path).c_str()), any(graph.classes, nullptr);
+    for (const Passage &step : StepsFrom(graph, ends[0], {type, any, roles[0], roles[1]})) {
+        const Edge &link = graph.Edges()[step.link];
+        const bool found = std::count(ends[1].begin(), ends[1].end(), step.Target(graph).object) > 0;
+        if (found && link.type == type.wanted) return &link;
     }
     return nullptr;
 }
@@ -88,9 +76,9 @@ CMPIObjectPath *ObjectMaker::NewPath(const std::string &nameSpace, ClassId type)
                    status);
 }
 
-CMPIObjectPath *ObjectMaker::PathOf(const Object &object) const {
+CMPIObjectPath *ObjectMaker::PathOf(const Node &object) const {
     CMPIObjectPath *path = NewPath(object.nameSpace, object.type);
-    for (const NamedValue &key : object.keys) {
+    for (const NamedDatum &key : object.keys) {
         CMPIValue room = {};
         CMPIType type = CMPI_null;
         const CMPIValue *value = Enter(key.value, &room, &type);
@@ -99,23 +87,23 @@ CMPIObjectPath *ObjectMaker::PathOf(const Object &object) const {
     return path;
 }
 
-CMPIObjectPath *ObjectMaker::PathOf(const Link &link, const std::string &nameSpace) const {
+CMPIObjectPath *ObjectMaker::PathOf(const Edge &link, const std::string &nameSpace) const {
     CMPIObjectPath *path = NewPath(nameSpace, link.type);
-    for (const Link::End &end : link.ends) {
+    for (const Edge::End &end : link.ends) {
         CMPIValue reference = {};
-        reference.ref = PathOf(graph.Objects()[end.object]);
+        reference.ref = PathOf(graph.Nodes()[end.object]);
         path->ft->addKey(path, end.role.c_str(), &reference, CMPI_ref);
     }
     return path;
 }
 
-CMPIInstance *ObjectMaker::InstanceOf(const Object &object) const {
+CMPIInstance *ObjectMaker::InstanceOf(const Node &object) const {
     CMPIInstance *instance = NewInstance(PathOf(object), object.properties);
     const std::string &className = graph.classes.Name(object.type);
-    for (const NamedValue &property : object.properties) Set(instance, className, property);
+    for (const NamedDatum &property : object.properties) Set(instance, className, property);
     // A broker enters the path's keys among the properties; what the object lacks it must not gain that way.
-    for (const NamedValue &key : object.keys) {
-        const auto is = [&](const NamedValue &property) { return SameName(property.name, key.name); };
+    for (const NamedDatum &key : object.keys) {
+        const auto is = [&](const NamedDatum &property) { return SameName(property.name, key.name); };
         if (std::none_of(object.properties.begin(), object.properties.end(), is)) {
             instance->ft->setProperty(instance, key.name.c_str(), nullptr, key.value.type);
         }
@@ -123,26 +111,26 @@ CMPIInstance *ObjectMaker::InstanceOf(const Object &object) const {
     return instance;
 }
 
-CMPIInstance *ObjectMaker::InstanceOf(const Link &link, const std::string &nameSpace) const {
+CMPIInstance *ObjectMaker::InstanceOf(const Edge &link, const std::string &nameSpace) const {
     CMPIObjectPath *path = PathOf(link, nameSpace);
-    NamedValues properties = link.properties;
-    for (const Link::End &end : link.ends) properties.push_back({end.role, {}});
+    Data properties = link.properties;
+    for (const Edge::End &end : link.ends) properties.push_back({end.role, {}});
     CMPIInstance *instance = NewInstance(path, properties);
-    for (const Link::End &end : link.ends) {
+    for (const Edge::End &end : link.ends) {
         CMPIData reference = path->ft->getKey(path, end.role.c_str(), nullptr);
         instance->ft->setProperty(instance, end.role.c_str(), &reference.value, CMPI_ref);
     }
-    for (const NamedValue &property : link.properties) Set(instance, graph.classes.Name(link.type), property);
+    for (const NamedDatum &property : link.properties) Set(instance, graph.classes.Name(link.type), property);
     return instance;
 }
 
 // Lets in what the object has and the request wants. Without that a broker that knows the class would serve what an
 // object leaves out as null.
-CMPIInstance *ObjectMaker::NewInstance(const CMPIObjectPath *path, const NamedValues &properties) const {
+CMPIInstance *ObjectMaker::NewInstance(const CMPIObjectPath *path, const Data &properties) const {
     CMPIStatus status = {CMPI_RC_OK, nullptr};
     CMPIInstance *instance = Checked(broker->eft->newInstance(broker, path, &status), status);
     std::vector<const char *> filter;
-    for (const NamedValue &property : properties) {
+    for (const NamedDatum &property : properties) {
         bool want = wanted == nullptr;
         for (const char **name = wanted; !want && *name != nullptr; ++name) want = SameName(*name, property.name);
         if (want) filter.push_back(property.name.c_str());
@@ -153,7 +141,7 @@ CMPIInstance *ObjectMaker::NewInstance(const CMPIObjectPath *path, const NamedVa
     return instance;
 }
 
-void ObjectMaker::Set(CMPIInstance *instance, const std::string &className, const NamedValue &property) const {
+void ObjectMaker::Set(CMPIInstance *instance, const std::string &className, const NamedDatum &property) const {
     CMPIValue room = {};
     CMPIType type = CMPI_null;
     const CMPIValue *value = Enter(property.value, &room, &type);
@@ -165,7 +153,7 @@ void ObjectMaker::Set(CMPIInstance *instance, const std::string &className, cons
 }
 
 // The value and type to hand to the broker; `room` holds what is not a text.
-CMPIValue *ObjectMaker::Enter(const Value &value, CMPIValue *room, CMPIType *type) const {
+CMPIValue *ObjectMaker::Enter(const Datum &value, CMPIValue *room, CMPIType *type) const {
     *type = value.type;
     if (value.null) return nullptr;
     if (value.type == CMPI_string) {

@@ -2,7 +2,7 @@
 // for. What is made belongs to the broker, which frees it when the request ends.
 #pragma once
 
-#include "cim/simhhrc/Source.h"
+#include "cim/simhhrc/FollowedDescription.h"
 
 #include <cmpift.h>
 
@@ -22,17 +22,17 @@ public:
     ObjectMaker(const CMPIBroker *usedBroker, const Snapshot &usedSnapshot, const char **properties)
         : broker(usedBroker), snapshot(usedSnapshot), graph(usedSnapshot.description.graph), wanted(properties) {}
 
-    CMPIObjectPath *PathOf(const Object &object) const;
-    CMPIInstance *InstanceOf(const Object &object) const;
+    CMPIObjectPath *PathOf(const Node &object) const;
+    CMPIInstance *InstanceOf(const Node &object) const;
     // A link's path and instance are in the namespace of the request.
-    CMPIObjectPath *PathOf(const Link &link, const std::string &nameSpace) const;
-    CMPIInstance *InstanceOf(const Link &link, const std::string &nameSpace) const;
+    CMPIObjectPath *PathOf(const Edge &link, const std::string &nameSpace) const;
+    CMPIInstance *InstanceOf(const Edge &link, const std::string &nameSpace) const;
 
 private:
     CMPIObjectPath *NewPath(const std::string &nameSpace, ClassId type) const;
-    CMPIInstance *NewInstance(const CMPIObjectPath *path, const NamedValues &properties) const;
-    void Set(CMPIInstance *instance, const std::string &className, const NamedValue &property) const;
-    CMPIValue *Enter(const Value &value, CMPIValue *room, CMPIType *type) const;
+    CMPIInstance *NewInstance(const CMPIObjectPath *path, const Data &properties) const;
+    void Set(CMPIInstance *instance, const std::string &className, const NamedDatum &property) const;
+    CMPIValue *Enter(const Datum &value, CMPIValue *room, CMPIType *type) const;
 
     const CMPIBroker *const broker;
     const Snapshot &snapshot;
@@ -43,8 +43,8 @@ private:
 std::string NameSpaceOf(const CMPIObjectPath *path);
 std::string ClassNameOf(const CMPIObjectPath *path);
 // The objects that a path names.
-std::vector<ObjectId> ObjectsAt(const Graph &graph, const CMPIObjectPath *path);
+std::vector<NodeId> ObjectsAt(const Graph &graph, const CMPIObjectPath *path);
 // The link that a path names; null when there is none.
-const Link *LinkAt(const Graph &graph, const CMPIObjectPath *path);
+const Edge *LinkAt(const Graph &graph, const CMPIObjectPath *path);
 
 } // namespace sim

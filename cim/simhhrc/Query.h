@@ -27,24 +27,24 @@ struct AssociationFilter {
 };
 
 // A link as seen from the object that was asked about.
-struct Step {
-    LinkId link;
+struct Passage {
+    EdgeId link;
     int from; // which end the object is: 0 or 1
 
-    const Link::End &Source(const Graph &graph) const { return graph.Links()[link].ends[from]; }
-    const Link::End &Target(const Graph &graph) const { return graph.Links()[link].ends[1 - from]; }
+    const Edge::End &Source(const Graph &graph) const { return graph.Edges()[link].ends[from]; }
+    const Edge::End &Target(const Graph &graph) const { return graph.Edges()[link].ends[1 - from]; }
 };
 
 // The objects of a class and its subclasses in a namespace, in the order of the description.
-std::vector<ObjectId> ObjectsOf(const Graph &graph, const std::string &nameSpace, const std::string &className);
+std::vector<NodeId> ObjectsOf(const Graph &graph, const std::string &nameSpace, const std::string &className);
 // The same for links, which are in the namespaces of both their ends.
-std::vector<LinkId> LinksOf(const Graph &graph, const std::string &nameSpace, const std::string &className);
+std::vector<EdgeId> LinksOf(const Graph &graph, const std::string &nameSpace, const std::string &className);
 
 // The links of all these objects that pass the filter, in the order in which they were made.
-std::vector<Step> StepsFrom(const Graph &graph, const std::vector<ObjectId> &sources, const AssociationFilter &filter);
+std::vector<Passage> StepsFrom(const Graph &graph, const std::vector<NodeId> &sources, const AssociationFilter &filter);
 
 // The rule for a request, or null. `result` may be any.
-const Rule *RuleFor(const Description &description, Operation operation, const ClassFilter &type,
-                    const ClassFilter &result);
+const Behaviour *BehaviourFor(const Description &description, Request request, const ClassFilter &type,
+                              const ClassFilter &result);
 
 } // namespace sim

@@ -11,15 +11,15 @@ namespace {
 
 constexpr std::size_t kMostDevices = 100000; // a slip of the pen must not eat the machine's memory
 
-const Json *Member(const Json::Object &members, const std::string &name) {
-    for (const Json::Member &member : members) {
+const JsonValue *Member(const JsonValue::Object &members, const std::string &name) {
+    for (const JsonValue::Member &member : members) {
         if (member.name == name) return &member.json;
     }
     return nullptr;
 }
 
-void Replace(Json::Object &members, const Json::Member &with) {
-    for (Json::Member &member : members) {
+void Replace(JsonValue::Object &members, const JsonValue::Member &with) {
+    for (JsonValue::Member &member : members) {
         if (member.name == with.name) {
             member.json = with.json;
             return;
@@ -28,31 +28,31 @@ void Replace(Json::Object &members, const Json::Member &with) {
     members.push_back(with);
 }
 
-void Fill(Json &json, const std::string &place, const std::string &number) {
+void Fill(JsonValue &json, const std::string &place, const std::string &number) {
     if (auto *text = std::get_if<std::string>(&json.value)) {
         for (std::size_t at = 0; (at = text->find(place, at)) != std::string::npos; at += number.size()) {
             text->replace(at, place.size(), number);
         }
-    } else if (auto *list = std::get_if<Json::List>(&json.value)) {
-        for (Json &item : *list) Fill(item, place, number);
-    } else if (auto *members = std::get_if<Json::Object>(&json.value)) {
-        for (Json::Member &member : *members) Fill(member.json, place, number);
+    } else if (auto *list = std::get_if<JsonValue::List>(&json.value)) {
+        for (JsonValue &item : *list) Fill(item, place, number);
+    } else if (auto *members = std::get_if<JsonValue::Object>(&json.value)) {
+        for (JsonValue::Member &member : *members) Fill(member.json, place, number);
     }
 }
 
 // One for each number; `one` is the member that holds it. "id" may also be there, as a text with the number's place.
-void Expand(const Json &entry, const Json &range, const std::string &one, const std::string &what,
-            std::deque<Json> &made, std::vector<const Json *> &all) {
-    const Json::Object &members = *entry.As<Json::Object>();
-    const Json *both = Member(members, one);
+void Expand(const JsonValue &entry, const JsonValue &range, const std::string &one, const std::string &what,
+            std::deque<JsonValue> &made, std::vector<const JsonValue *> &all) {
+    const JsonValue::Object &members = *entry.As<JsonValue::Object>();
+    const JsonValue *both = Member(members, one);
     if (both != nullptr && one != "id") {
         throw Mistake(both->line, what + ": has both \"" + one + "\" and \"" + one + "s\"");
     }
     const std::vector<std::uint16_t> numbers = NumbersOf(range, what + ": " + one + "s");
-    std::map<std::string, const Json *> exceptions; // by number; null: none
+    std::map<std::string, const JsonValue *> exceptions; // by number; null: none
     for (const std::uint16_t number : numbers) exceptions[std::to_string(number)] = nullptr;
-    const Json *listed = Member(members, "except");
-    static const Json::Object none;
+    const JsonValue *listed = Member(members, "except");
+    static const JsonValue::Object none;
     const auto where = [&what](const std::string &number) { return what + ": except: \"" + number + '"'; };
     for (const auto &[number, exception] : listed != nullptr ? ObjectOf(*listed, what + ": except") : none) {
         const auto known = exceptions.find(number);
@@ -66,8 +66,8 @@ void Expand(const Json &entry, const Json &range, const std::string &one, const 
     const std::string place = '{' + one + '}';
     for (const std::uint16_t number : numbers) {
         const std::string text = std::to_string(number);
-        Json::Object copy;
-        for (const Json::Member &member : members) {
+        JsonValue::Object copy;
+        for (const JsonValue::Member &member : members) {
             if (member.name == "except") continue;
             if (&member.json != &range) {
                 copy.push_back(member);
@@ -77,10 +77,10 @@ void Expand(const Json &entry, const Json &range, const std::string &one, const 
                 copy.push_back({one, {text, range.line}});
             }
         }
-        if (const Json *exception = exceptions.at(text)) {
-            for (const Json::Member &member : *exception->As<Json::Object>()) Replace(copy, member);
+        if (const JsonValue *exception = exceptions.at(text)) {
+            for (const JsonValue::Member &member : *exception->As<JsonValue::Object>()) Replace(copy, member);
         }
-        made.push_back(Json{std::move(copy), entry.line});
+        made.push_back(JsonValue{std::move(copy), entry.line});
         Fill(made.back(), place, text);
         all.push_back(&made.back());
     }
@@ -88,7 +88,7 @@ void Expand(const Json &entry, const Json &range, const std::string &one, const 
 
 } // namespace
 
-std::vector<std::uint16_t> NumbersOf(const Json &json, const std::string &what) {
+std::vector<std::uint16_t> NumbersOf(const JsonValue &json, const std::string &what) {
     const std::string &text = TextOf(json, what);
     const auto mistake = [&] {
         return Mistake(json.line, what + " must be a range such as \"0-23\" or \"0-3,8-11\", each number once");
@@ -115,14 +115,14 @@ std::vector<std::uint16_t> NumbersOf(const Json &json, const std::string &what) 
     return numbers;
 }
 
-std::vector<const Json *> Expanded(const Json::List &entries, const std::string &what,
-                                   std::initializer_list<const char *> ones, std::deque<Json> &made) {
-    std::vector<const Json *> all;
-    for (const Json &entry : entries) {
-        const Json::Object &members = ObjectOf(entry, what);
+std::vector<const JsonValue *> Expanded(const JsonValue::List &entries, const std::string &what,
+                                        std::initializer_list<const char *> ones, std::deque<JsonValue> &made) {
+    std::vector<const JsonValue *> all;
+    for (const JsonValue &entry : entries) {
+        const JsonValue::Object &members = ObjectOf(entry, what);
         const std::size_t before = all.size();
         for (const char *one : ones) {
-            const Json *range = Member(members, std::string(one) + 's');
+            const JsonValue *range = Member(members, std::string(one) + 's');
             if (range != nullptr && all.size() == before) Expand(entry, *range, one, what, made, all);
         }
         if (all.size() == before) all.push_back(&entry);

@@ -1,7 +1,7 @@
 // Entries that stand for several devices alike.
 #pragma once
 
-#include "cim/simhhrc/Json.h"
+#include "cim/simhhrc/JsonValue.h"
 
 #include <cstdint>
 #include <deque>
@@ -12,12 +12,12 @@
 namespace sim {
 
 // The numbers of "0-3,8", in this order. Throws a Mistake when the text is no such range.
-std::vector<std::uint16_t> NumbersOf(const Json &json, const std::string &what);
+std::vector<std::uint16_t> NumbersOf(const JsonValue &json, const std::string &what);
 
 // The entries of a list, each that has a member "slots" or "ids" (`ones`: which of "slot" and "id" can be many)
 // replaced by one entry for each number, with "slot" or "id" in its place, the number put into its texts, and what
 // "except" says about the number. What was made is kept in `made`, the rest stays where it is.
-std::vector<const Json *> Expanded(const Json::List &entries, const std::string &what,
-                                   std::initializer_list<const char *> ones, std::deque<Json> &made);
+std::vector<const JsonValue *> Expanded(const JsonValue::List &entries, const std::string &what,
+                                        std::initializer_list<const char *> ones, std::deque<JsonValue> &made);
 
 } // namespace sim

@@ -1,6 +1,6 @@
 #include "cim/simhhrc/Recorded.h"
 
-#include "cim/simhhrc/Values.h"
+#include "cim/simhhrc/Data.h"
 
 #include <unordered_map>
 
@@ -12,19 +12,19 @@ constexpr const char *kOperations[] = {"enumerateInstances", "enumerateInstanceN
                                        "referenceNames"};
 constexpr std::uint64_t kLongestLatency = 600000;
 
-ClassId KnownClass(const Classes &classes, Fields &fields, const Json &json, const char *member) {
+ClassId KnownClass(const Classes &classes, Fields &fields, const JsonValue &json, const char *member) {
     const std::string &name = TextOf(json, fields.What(member));
     const ClassId type = classes.Find(name);
     if (type == kNoClass) fields.Fail(json, "class \"" + name + "\" is not known: \"classes\" can declare it");
     return type;
 }
 
-NamedValues ReadValues(const Classes &classes, ClassId type, Fields &fields, const char *member) {
-    NamedValues values;
-    const Json *json = fields.Find(member);
+Data ReadValues(const Classes &classes, ClassId type, Fields &fields, const char *member) {
+    Data values;
+    const JsonValue *json = fields.Find(member);
     if (json == nullptr) return values;
     for (const auto &[name, value] : ObjectOf(*json, fields.What(member))) {
-        const auto read = member == std::string_view("keys") ? KeyValueOf : ValueOf;
+        const auto read = member == std::string_view("keys") ? KeyDatumOf : DatumOf;
         values.push_back({name, read(value, classes.TypeOf(type, name), fields.What(name.c_str()))});
     }
     return values;
@@ -33,15 +33,15 @@ NamedValues ReadValues(const Classes &classes, ClassId type, Fields &fields, con
 } // namespace
 
 void ReadClasses(Fields &file, Classes &classes) {
-    const Json *members = file.Find("classes");
+    const JsonValue *members = file.Find("classes");
     if (members == nullptr) return;
     for (const auto &[name, json] : ObjectOf(*members, file.What("classes"))) {
         Classes::Properties properties;
-        const Json *super = &json;
-        if (json.As<Json::Object>() != nullptr) {
+        const JsonValue *super = &json;
+        if (json.As<JsonValue::Object>() != nullptr) {
             Fields fields(json, "class \"" + name + '"');
             super = &fields.Need("extends");
-            if (const Json *declared = fields.Find("properties")) {
+            if (const JsonValue *declared = fields.Find("properties")) {
                 for (const auto &[property, type] : ObjectOf(*declared, fields.What("properties"))) {
                     properties.emplace_back(property, TypeNamed(type, fields.What(property.c_str())));
                 }
@@ -59,13 +59,13 @@ void ReadClasses(Fields &file, Classes &classes) {
 }
 
 void ReadRecorded(Fields &file, Graph &graph,
-                  const std::function<std::optional<ObjectId>(const std::string &)> &described) {
-    std::unordered_map<std::string, ObjectId> byId;
-    for (const Json &json : file.List("objects")) {
+                  const std::function<std::optional<NodeId>(const std::string &)> &described) {
+    std::unordered_map<std::string, NodeId> byId;
+    for (const JsonValue &json : file.List("objects")) {
         Fields fields(json, "object");
         const std::string id = TextOf(fields.Need("id"), fields.What("id"));
         fields.Rename("object \"" + id + '"');
-        Object object;
+        Node object;
         object.nameSpace = fields.Text("namespace").value_or("root/sim");
         object.type = KnownClass(graph.classes, fields, fields.Need("class"), "class");
         object.keys = ReadValues(graph.classes, object.type, fields, "keys");
@@ -73,17 +73,17 @@ void ReadRecorded(Fields &file, Graph &graph,
         if (!byId.emplace(id, graph.Add(std::move(object))).second) fields.Fail("is there twice");
         fields.Finish();
     }
-    for (const Json &json : file.List("links")) {
+    for (const JsonValue &json : file.List("links")) {
         Fields fields(json, "link");
-        Link link;
+        Edge link;
         link.type = KnownClass(graph.classes, fields, fields.Need("class"), "class");
-        const Json &ends = fields.Need("ends");
-        const Json::Object &roles = ObjectOf(ends, fields.What("ends"));
+        const JsonValue &ends = fields.Need("ends");
+        const JsonValue::Object &roles = ObjectOf(ends, fields.What("ends"));
         if (roles.size() != 2) fields.Fail(ends, "\"ends\" must be two roles, each with an object");
         for (std::size_t i = 0; i < roles.size(); ++i) {
             const std::string &name = TextOf(roles[i].json, fields.What(roles[i].name.c_str()));
             const auto recorded = byId.find(name);
-            const auto object = recorded != byId.end() ? std::optional<ObjectId>(recorded->second) : described(name);
+            const auto object = recorded != byId.end() ? std::optional<NodeId>(recorded->second) : described(name);
             if (!object) fields.Fail(roles[i].json, "no object \"" + name + '"');
             link.ends[i] = {roles[i].name, *object};
         }
@@ -93,18 +93,19 @@ void ReadRecorded(Fields &file, Graph &graph,
     }
 }
 
-void ReadBehaviour(Fields &file, const Classes &classes, std::vector<Rule> &rules) {
-    for (const Json &json : file.List("behaviour")) {
+void ReadBehaviour(Fields &file, const Classes &classes, std::vector<Behaviour> &rules) {
+    for (const JsonValue &json : file.List("behaviour")) {
         Fields fields(json, "behaviour");
-        Rule rule;
+        Behaviour rule;
         rule.type = KnownClass(classes, fields, fields.Need("class"), "class");
-        if (const Json *result = fields.Find("result")) rule.result = KnownClass(classes, fields, *result, "result");
-        if (const Json *operation = fields.Find("operation")) {
+        if (const JsonValue *result = fields.Find("result"))
+            rule.result = KnownClass(classes, fields, *result, "result");
+        if (const JsonValue *operation = fields.Find("operation")) {
             const std::string &name = TextOf(*operation, fields.What("operation"));
             for (std::size_t i = 0; i < std::size(kOperations); ++i) {
-                if (name == kOperations[i]) rule.operation = static_cast<Operation>(i);
+                if (name == kOperations[i]) rule.request = static_cast<Request>(i);
             }
-            if (!rule.operation) fields.Fail(*operation, "no operation \"" + name + '"');
+            if (!rule.request) fields.Fail(*operation, "no operation \"" + name + '"');
         }
         rule.latency = std::chrono::milliseconds(fields.Number("latency", kLongestLatency).value_or(0));
         if (const auto fault = fields.Number("fault", UINT16_MAX)) rule.fault = static_cast<CMPIrc>(*fault);

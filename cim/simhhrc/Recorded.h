@@ -15,9 +15,9 @@ void ReadClasses(Fields &file, Classes &classes);
 
 // The members "objects" and "links". `described` finds an object of the file's controllers by its address.
 void ReadRecorded(Fields &file, Graph &graph,
-                  const std::function<std::optional<ObjectId>(const std::string &)> &described);
+                  const std::function<std::optional<NodeId>(const std::string &)> &described);
 
 // The member "behaviour".
-void ReadBehaviour(Fields &file, const Classes &classes, std::vector<Rule> &rules);
+void ReadBehaviour(Fields &file, const Classes &classes, std::vector<Behaviour> &rules);
 
 } // namespace sim

@@ -1,7 +1,7 @@
 // The simulated vendor: an instance and an association provider that serves a hardware description through plain CMPI.
+#include "cim/simhhrc/FollowedDescription.h"
 #include "cim/simhhrc/Objects.h"
 #include "cim/simhhrc/Query.h"
-#include "cim/simhhrc/Source.h"
 
 #include <cmpift.h>
 
@@ -15,17 +15,16 @@ namespace {
 
 std::atomic<const CMPIBroker *> broker; // the process has one; every factory call names it
 
-Source &Hardware() {
-    static Source source;
+FollowedDescription &Hardware() {
+    static FollowedDescription source;
     return source;
 }
 
 constexpr CMPIStatus kOk = {CMPI_RC_OK, nullptr};
 
 // What a rule answers in place of the request, after the latency that it asks for.
-CMPIStatus Behave(const Description &description, Operation operation, const ClassFilter &type,
-                  const ClassFilter &result) {
-    const Rule *rule = RuleFor(description, operation, type, result);
+CMPIStatus Behave(const Description &description, Request request, const ClassFilter &type, const ClassFilter &result) {
+    const Behaviour *rule = BehaviourFor(description, request, type, result);
     if (rule == nullptr) return kOk;
     if (rule->latency.count() > 0) std::this_thread::sleep_for(rule->latency);
     CMPIStatus status = {rule->fault.value_or(CMPI_RC_OK), nullptr};
@@ -35,8 +34,15 @@ CMPIStatus Behave(const Description &description, Operation operation, const Cla
     return status;
 }
 
-void Return(const CMPIResult *results, CMPIInstance *instance) { results->ft->returnInstance(results, instance); }
-void Return(const CMPIResult *results, CMPIObjectPath *path) { results->ft->returnObjectPath(results, path); }
+// Returns an object or a link, or its path alone.
+template <class... Described>
+void Return(const CMPIResult *results, const ObjectMaker &make, bool names, const Described &...described) {
+    if (names) {
+        results->ft->returnObjectPath(results, make.PathOf(described...));
+    } else {
+        results->ft->returnInstance(results, make.InstanceOf(described...));
+    }
+}
 
 // Runs one request on one snapshot; nothing may unwind into the broker.
 template <class Request> CMPIStatus Serve(const CMPIResult *results, Request request) {
@@ -58,19 +64,14 @@ CMPIStatus Enumerate(const CMPIResult *results, const CMPIObjectPath *path, cons
     return Serve(results, [&](const Snapshot &snapshot) {
         const Graph &graph = snapshot.description.graph;
         const std::string nameSpace = NameSpaceOf(path), className = ClassNameOf(path);
-        const Operation operation = names ? Operation::EnumerateInstanceNames : Operation::EnumerateInstances;
+        const Request request = names ? Request::EnumerateInstanceNames : Request::EnumerateInstances;
         const CMPIStatus status =
-            Behave(snapshot.description, operation, {graph.classes, className.c_str()}, {graph.classes, nullptr});
+            Behave(snapshot.description, request, {graph.classes, className.c_str()}, {graph.classes, nullptr});
         if (status.rc != CMPI_RC_OK) return status;
         const ObjectMaker make(broker, snapshot, properties);
-        for (const ObjectId id : ObjectsOf(graph, nameSpace, className)) {
-            const Object &object = graph.Objects()[id];
-            names ? Return(results, make.PathOf(object)) : Return(results, make.InstanceOf(object));
-        }
-        for (const LinkId id : LinksOf(graph, nameSpace, className)) {
-            const Link &link = graph.Links()[id];
-            names ? Return(results, make.PathOf(link, nameSpace)) : Return(results, make.InstanceOf(link, nameSpace));
-        }
+        for (const NodeId id : ObjectsOf(graph, nameSpace, className)) Return(results, make, names, graph.Nodes()[id]);
+        for (const EdgeId id : LinksOf(graph, nameSpace, className))
+            Return(results, make, names, graph.Edges()[id], nameSpace);
         return kOk;
     });
 }
@@ -90,15 +91,15 @@ CMPIStatus GetInstance(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *
     return Serve(results, [&](const Snapshot &snapshot) {
         const Graph &graph = snapshot.description.graph;
         const std::string className = ClassNameOf(path);
-        CMPIStatus status = Behave(snapshot.description, Operation::GetInstance, {graph.classes, className.c_str()},
+        CMPIStatus status = Behave(snapshot.description, Request::GetInstance, {graph.classes, className.c_str()},
                                    {graph.classes, nullptr});
         if (status.rc != CMPI_RC_OK) return status;
         const ObjectMaker make(broker, snapshot, properties);
-        const std::vector<ObjectId> objects = ObjectsAt(graph, path);
+        const std::vector<NodeId> objects = ObjectsAt(graph, path);
         if (!objects.empty()) {
-            Return(results, make.InstanceOf(graph.Objects()[objects.front()]));
-        } else if (const Link *link = LinkAt(graph, path)) {
-            Return(results, make.InstanceOf(*link, NameSpaceOf(path)));
+            Return(results, make, false, graph.Nodes()[objects.front()]);
+        } else if (const Edge *link = LinkAt(graph, path)) {
+            Return(results, make, false, *link, NameSpaceOf(path));
         } else {
             status.rc = CMPI_RC_ERR_NOT_FOUND;
         }
@@ -106,49 +107,38 @@ CMPIStatus GetInstance(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *
     });
 }
 
-CMPIStatus CreateInstance(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *, const CMPIObjectPath *,
-                          const CMPIInstance *) {
-    return {CMPI_RC_ERR_NOT_SUPPORTED, nullptr};
-}
-
-CMPIStatus ModifyInstance(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *, const CMPIObjectPath *,
-                          const CMPIInstance *, const char **) {
-    return {CMPI_RC_ERR_NOT_SUPPORTED, nullptr};
-}
-
-CMPIStatus DeleteInstance(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *, const CMPIObjectPath *) {
-    return {CMPI_RC_ERR_NOT_SUPPORTED, nullptr};
-}
-
-CMPIStatus ExecQuery(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *, const CMPIObjectPath *, const char *,
-                     const char *) {
+template <class... Arguments> CMPIStatus NotSupported(CMPIInstanceMI *, Arguments...) {
     return {CMPI_RC_ERR_NOT_SUPPORTED, nullptr};
 }
 
 // ---- associations ---------------------------------------------------------------------------------------------------
 
 struct Walk {
-    Operation operation;
+    Request request;
     const char *association;
     const char *result;
     const char *role;
     const char *resultRole;
 };
 
-// Finds what a request's links are and hands each to `give`.
-template <class Give>
-CMPIStatus Follow(const CMPIResult *results, const CMPIObjectPath *path, const char **properties, const Walk &walk,
-                  Give give) {
+CMPIStatus Follow(const CMPIResult *results, const CMPIObjectPath *path, const char **properties, const Walk &walk) {
     return Serve(results, [&](const Snapshot &snapshot) {
         const Graph &graph = snapshot.description.graph;
         const AssociationFilter filter = {{graph.classes, walk.association},
                                           {graph.classes, walk.result},
                                           walk.role != nullptr ? walk.role : "",
                                           walk.resultRole != nullptr ? walk.resultRole : ""};
-        const CMPIStatus status = Behave(snapshot.description, walk.operation, filter.association, filter.result);
+        const CMPIStatus status = Behave(snapshot.description, walk.request, filter.association, filter.result);
         if (status.rc != CMPI_RC_OK) return status;
         const ObjectMaker make(broker, snapshot, properties);
-        for (const Step &step : StepsFrom(graph, ObjectsAt(graph, path), filter)) give(graph, make, step);
+        const bool names = walk.request == Request::AssociatorNames || walk.request == Request::ReferenceNames;
+        for (const Passage &step : StepsFrom(graph, ObjectsAt(graph, path), filter)) {
+            if (walk.request == Request::Associators || walk.request == Request::AssociatorNames) {
+                Return(results, make, names, graph.Nodes()[step.Target(graph).object]);
+            } else {
+                Return(results, make, names, graph.Edges()[step.link], NameSpaceOf(path));
+            }
+        }
         return kOk;
     });
 }
@@ -156,65 +146,44 @@ CMPIStatus Follow(const CMPIResult *results, const CMPIObjectPath *path, const c
 CMPIStatus Associators(CMPIAssociationMI *, const CMPIContext *, const CMPIResult *results, const CMPIObjectPath *path,
                        const char *association, const char *resultClass, const char *role, const char *resultRole,
                        const char **properties) {
-    return Follow(results, path, properties, {Operation::Associators, association, resultClass, role, resultRole},
-                  [&](const Graph &graph, const ObjectMaker &make, const Step &step) {
-                      Return(results, make.InstanceOf(graph.Objects()[step.Target(graph).object]));
-                  });
+    return Follow(results, path, properties, {Request::Associators, association, resultClass, role, resultRole});
 }
 
 CMPIStatus AssociatorNames(CMPIAssociationMI *, const CMPIContext *, const CMPIResult *results,
                            const CMPIObjectPath *path, const char *association, const char *resultClass,
                            const char *role, const char *resultRole) {
-    return Follow(results, path, nullptr, {Operation::AssociatorNames, association, resultClass, role, resultRole},
-                  [&](const Graph &graph, const ObjectMaker &make, const Step &step) {
-                      Return(results, make.PathOf(graph.Objects()[step.Target(graph).object]));
-                  });
+    return Follow(results, path, nullptr, {Request::AssociatorNames, association, resultClass, role, resultRole});
 }
 
-// What references call their result class is the association's.
 CMPIStatus References(CMPIAssociationMI *, const CMPIContext *, const CMPIResult *results, const CMPIObjectPath *path,
                       const char *association, const char *role, const char **properties) {
-    return Follow(results, path, properties, {Operation::References, association, nullptr, role, nullptr},
-                  [&](const Graph &graph, const ObjectMaker &make, const Step &step) {
-                      Return(results, make.InstanceOf(graph.Links()[step.link], NameSpaceOf(path)));
-                  });
+    return Follow(results, path, properties, {Request::References, association, nullptr, role, nullptr});
 }
 
 CMPIStatus ReferenceNames(CMPIAssociationMI *, const CMPIContext *, const CMPIResult *results,
                           const CMPIObjectPath *path, const char *association, const char *role) {
-    return Follow(results, path, nullptr, {Operation::ReferenceNames, association, nullptr, role, nullptr},
-                  [&](const Graph &graph, const ObjectMaker &make, const Step &step) {
-                      Return(results, make.PathOf(graph.Links()[step.link], NameSpaceOf(path)));
-                  });
+    return Follow(results, path, nullptr, {Request::ReferenceNames, association, nullptr, role, nullptr});
 }
 
 // ---- the two MIs ----------------------------------------------------------------------------------------------------
 
-CMPIStatus CleanupInstances(CMPIInstanceMI *, const CMPIContext *, CMPIBoolean) { return kOk; }
-CMPIStatus CleanupAssociations(CMPIAssociationMI *, const CMPIContext *, CMPIBoolean) { return kOk; }
+template <class MI> CMPIStatus Cleanup(MI *, const CMPIContext *, CMPIBoolean) { return kOk; }
 
 const CMPIInstanceMIFT kInstanceTable = {
     100,
     100,
     "instanceSimHHRCProvider",
-    CleanupInstances,
+    Cleanup,
     EnumerateInstanceNames,
     EnumerateInstances,
     GetInstance,
-    CreateInstance,
-    ModifyInstance,
-    DeleteInstance,
-    ExecQuery,
+    NotSupported,
+    NotSupported,
+    NotSupported,
+    NotSupported,
 };
 const CMPIAssociationMIFT kAssociationTable = {
-    100,
-    100,
-    "associationSimHHRCProvider",
-    CleanupAssociations,
-    Associators,
-    AssociatorNames,
-    References,
-    ReferenceNames,
+    100, 100, "associationSimHHRCProvider", Cleanup, Associators, AssociatorNames, References, ReferenceNames,
 };
 
 // Every factory call looks: a library can outlive what its broker calls unloading.

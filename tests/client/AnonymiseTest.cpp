@@ -3,6 +3,7 @@
 
 #include "cim/recording/Anonymise.h"
 #include "cim/recording/DescriptionText.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -133,7 +134,7 @@ INSTANTIATE_TEST_SUITE_P(Anonymise, AnonymousSample, testing::Values("rack-serve
 
 TEST(Anonymise, ReplaysTheSameHardware) {
     const support::TemporaryFolder folder;
-    std::vector<std::string> served, anonymous;
+    std::vector<std::string> served;
     VendorModel model;
     {
         const HostedServer server(SampleHardware("rack-server.json"));
@@ -163,7 +164,7 @@ TEST(Anonymise, ReplaysTheSameHardware) {
     EXPECT_EQ(left.count("SerialNumber"), 0u);
 
     const HostedServer replay(folder.Write("anonymous.json", text));
-    for (std::string line : Served(*ConnectTo(replay.http.Url()))) anonymous.push_back(std::move(line));
+    const std::vector<std::string> anonymous = Served(*ConnectTo(replay.http.Url()));
     ASSERT_EQ(anonymous.size(), served.size());
     for (std::size_t i = 0; i < served.size(); ++i) {
         // Volumes have WWNs as names; all else of this server is the same.

@@ -7,15 +7,15 @@ namespace {
 void AskForEverything(const sim::Description &description) {
     const sim::Graph &graph = description.graph;
     const sim::ClassFilter any(graph.classes, "");
-    for (sim::ObjectId id = 0; id < graph.Objects().size(); ++id) {
-        const sim::Object &object = graph.Objects()[id];
+    for (sim::NodeId id = 0; id < graph.Nodes().size(); ++id) {
+        const sim::Node &object = graph.Nodes()[id];
         const std::string &className = graph.classes.Name(object.type);
         const auto found = graph.Find(sim::PathIdentity(object.nameSpace, className, object.keys));
         fuzz::Require(!found.empty(), "an object is found by its path");
-        for (const sim::Step &step : sim::StepsFrom(graph, {id}, {any, any, {}, {}})) {
-            fuzz::Require(step.Target(graph).object < graph.Objects().size(), "links end at objects");
+        for (const sim::Passage &step : sim::StepsFrom(graph, {id}, {any, any, {}, {}})) {
+            fuzz::Require(step.Target(graph).object < graph.Nodes().size(), "links end at objects");
         }
-        sim::RuleFor(description, sim::Operation::GetInstance, {graph.classes, className.c_str()}, any);
+        sim::BehaviourFor(description, sim::Request::GetInstance, {graph.classes, className.c_str()}, any);
     }
 }
 
@@ -28,6 +28,6 @@ void fuzz::Read(std::string_view input) {
         AskForEverything(description);
     } else {
         Require(error.rfind("text:", 0) == 0, "where and why: " + error);
-        Require(description.graph.Objects().empty(), "nothing is taken of what is wrong");
+        Require(description.graph.Nodes().empty(), "nothing is taken of what is wrong");
     }
 }

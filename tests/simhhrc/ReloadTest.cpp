@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -14,7 +15,6 @@ namespace {
 
 using support::LogCapture;
 using support::LoggedTimes;
-using support::NotLogged;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -24,11 +24,7 @@ std::string WithDisks(const std::string &disks) {
 
 class Reload : public Vendor {
 protected:
-    Texts Disks() {
-        Texts names;
-        for (const cim::Instance &disk : Instances("Sim_DiskDrive")) names.push_back(ShortName(disk.path));
-        return names;
-    }
+    Texts Disks() { return ShortNames(Instances("Sim_DiskDrive")); }
     void WriteInPlace(const std::string &text) { std::ofstream(File()) << text; }
 };
 
@@ -42,43 +38,56 @@ TEST_F(Reload, HardwareComesAndGoesWithTheNextRequest) {
     EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive a", "Sim_DiskDrive c"));
     WriteInPlace(WithDisks(""));
     EXPECT_THAT(Disks(), IsEmpty());
-    EXPECT_TRUE(NotLogged(LOG_ERR, "*"));
+    EXPECT_EQ(LogCapture::Count(LOG_ERR, "*"), 0u);
 }
 
-TEST_F(Reload, ABrokenFileKeepsTheLastGoodOneAndIsReportedOnce) {
+// Each file differs from the one before in one of these alone, and was written long ago.
+TEST_F(Reload, TimeSizeAndIdentityTellAFileFromAnother) {
+    using std::chrono::nanoseconds;
+    const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
+    const auto date = [&](nanoseconds later) { std::filesystem::last_write_time(File(), old + later); };
     Describe(WithDisks(R"({"id": "a"})"));
-    EXPECT_EQ(Disks().size(), 1u);
-    Describe(WithDisks("\n{\"id\": \"a\", \"sise\": 1}"));
-    for (int i = 0; i < 3; ++i) EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive a"));
-    const std::string error = ":2: controller \"c0\": disk \"a\": \"sise\" is no member that it can have";
-    EXPECT_TRUE(LoggedTimes(1, LOG_ERR, File() + error));
-    Describe(WithDisks("\n\n{\"id\": \"%n%s\", \"sise\": 1}"));
-    EXPECT_EQ(Disks().size(), 1u);
-    EXPECT_TRUE(LoggedTimes(1, LOG_ERR, File() + ":3: controller \"c0\": disk \"%n%s\": \"sise\" is no member*"));
-    Describe(WithDisks(R"({"id": "b"})"));
+    date({});
+    EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive a"));
+    WriteInPlace(WithDisks(R"({"id": "b"})"));
+    date(std::chrono::seconds(1));
     EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive b"));
-    EXPECT_EQ(LogCapture::Count(LOG_ERR, "*"), 2u);
+    WriteInPlace(WithDisks(R"({"id": "c"})"));
+    date(std::chrono::seconds(1) + nanoseconds(1000));
+    EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive c"));
+    WriteInPlace(WithDisks(R"({"id": "dd"})"));
+    date(std::chrono::seconds(1) + nanoseconds(1000));
+    EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive dd"));
+    Describe(WithDisks(R"({"id": "ee"})"));
+    date(std::chrono::seconds(1) + nanoseconds(1000));
+    EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive ee"));
 }
 
-TEST_F(Reload, AVanishedFileKeepsTheLastGoodOne) {
-    Describe(WithDisks(R"({"id": "a"})"));
-    EXPECT_EQ(Disks().size(), 1u);
-    std::filesystem::remove(File());
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(Disks().size(), 1u);
-    EXPECT_TRUE(LoggedTimes(1, LOG_ERR, File() + ": cannot be read: No such file or directory"));
-    Describe(WithDisks(R"({"id": "a"})"));
-    EXPECT_EQ(Disks().size(), 1u);
-    std::filesystem::remove(File());
-    EXPECT_EQ(Disks().size(), 1u);
-    EXPECT_TRUE(LoggedTimes(2, LOG_ERR, File() + ": cannot be read: No such file or directory"));
-}
-
-TEST_F(Reload, WithoutAGoodDescriptionThereIsNothing) {
+TEST_F(Reload, ABrokenOrVanishedFileKeepsTheLastGoodOneAndIsReportedOnce) {
     Describe("{");
     EXPECT_THAT(Disks(), IsEmpty());
     EXPECT_TRUE(broker->EnumerateInstances("root/interop", "CIM_RegisteredProfile").value.empty());
+    EXPECT_TRUE(LoggedTimes(1, LOG_ERR, File() + ":1: *"));
+    const auto expectA = [&] {
+        for (int i = 0; i < 3; ++i) EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive a"));
+    };
     Describe(WithDisks(R"({"id": "a"})"));
-    EXPECT_EQ(Disks().size(), 1u);
+    expectA();
+    const std::string reason = "\"sise\" is no member that it can have";
+    Describe(WithDisks("\n{\"id\": \"a\", \"sise\": 1}"));
+    expectA();
+    EXPECT_TRUE(LoggedTimes(1, LOG_ERR, File() + ":2: controller \"c0\": disk \"a\": " + reason));
+    Describe(WithDisks("\n\n{\"id\": \"%n%s\", \"sise\": 1}"));
+    expectA();
+    EXPECT_TRUE(LoggedTimes(1, LOG_ERR, File() + ":3: controller \"c0\": disk \"%n%s\": " + reason));
+    for (std::size_t times = 1; times <= 2; ++times) {
+        std::filesystem::remove(File());
+        expectA();
+        EXPECT_TRUE(LoggedTimes(times, LOG_ERR, File() + ": cannot be read: No such file or directory"));
+        Describe(WithDisks(R"({"id": "a"})"));
+        expectA();
+    }
+    EXPECT_EQ(LogCapture::Count(LOG_ERR, "*"), 5u);
 }
 
 TEST_F(Reload, AnUnloadedProviderComesBackWithTheFileOfThatTime) {
@@ -86,9 +95,7 @@ TEST_F(Reload, AnUnloadedProviderComesBackWithTheFileOfThatTime) {
     EXPECT_EQ(Disks().size(), 1u);
     EXPECT_EQ(broker->AskToUnload("SimHHRCProvider"), CMPI_RC_OK);
     EXPECT_FALSE(broker->IsLoaded("SimHHRCProvider"));
-    const std::string other = File() + ".other";
-    std::ofstream(other) << WithDisks(R"({"id": "x"})");
-    setenv("SIM_HHRC_HARDWARE", other.c_str(), 1);
+    setenv("SIM_HHRC_HARDWARE", folder.Write("other.json", WithDisks(R"({"id": "x"})")).c_str(), 1);
     EXPECT_THAT(Disks(), ElementsAre("Sim_DiskDrive x"));
 }
 

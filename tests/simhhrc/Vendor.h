@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cim/broker/Broker.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/support/Values.h"
 
 #include <gtest/gtest.h>
@@ -14,6 +15,9 @@ namespace vendor {
 
 using Texts = std::vector<std::string>;
 
+// What a file beside the tests says.
+std::string TextOf(const std::string &name);
+
 class Vendor : public testing::Test {
 protected:
     Vendor();
@@ -21,31 +25,20 @@ protected:
 
     // Replaces the description in one step; the first one starts the broker.
     void Describe(const std::string &text);
-    // A sample description of the project's.
-    void DescribeSample(const std::string &name);
-    const std::string &File() const { return file; }
+    std::string File() const { return folder / "hardware.json"; }
 
     // Requests that are expected to succeed.
     std::vector<cim::Instance> Instances(const std::string &className, cim::PropertyList properties = nullptr);
     // The one instance of the class whose own key (DeviceID, InstanceID, Tag or Name) has that value.
     cim::Instance One(const std::string &className, const std::string &id);
-    std::string Property(const std::string &className, const std::string &id, const std::string &property) {
-        return support::Shown(One(className, id), property);
-    }
-    // What is associated with a path, as "Class id"; empty names: any. Checks that names and instances agree.
-    Texts Associated(const cim::ObjectPath &source, const std::string &association = {},
-                     const std::string &resultClass = {}, const std::string &role = {},
-                     const std::string &resultRole = {});
 
+    const support::TemporaryFolder folder;
     cim::BrokerConfig config;
     std::unique_ptr<cim::Broker> broker;
-
-private:
-    std::string folder;
-    std::string file;
 };
 
 // "Class id"
 std::string ShortName(const cim::ObjectPath &path);
+Texts ShortNames(const std::vector<cim::Instance> &instances);
 
 } // namespace vendor

@@ -1,4 +1,4 @@
-#include "cim/simhhrc/Source.h"
+#include "cim/simhhrc/FollowedDescription.h"
 
 #include <syslog.h>
 #include <system_error>
@@ -10,7 +10,7 @@ bool Snapshot::FirstTime(const std::string &text) const {
     return said.insert(text).second;
 }
 
-void Source::Follow(const std::string &file) {
+void FollowedDescription::Follow(const std::string &file) {
     const std::lock_guard<std::mutex> lock(mutex);
     if (path == file) return;
     path = file;
@@ -20,14 +20,14 @@ void Source::Follow(const std::string &file) {
     current = std::make_shared<Snapshot>();
 }
 
-std::shared_ptr<const Snapshot> Source::Current() {
+std::shared_ptr<const Snapshot> FollowedDescription::Current() {
     const std::lock_guard<std::mutex> lock(mutex);
     Refresh();
     return current;
 }
 
 // Logs once for each change: requests come by the thousand.
-void Source::Refresh() {
+void FollowedDescription::Refresh() {
     FileState now;
     int problem = StateOf(path, &now);
     if (problem == 0 && now == state && !state.IsFresh()) return;

@@ -1,9 +1,9 @@
-#include "cim/simhhrc/TextFile.h"
+#include "cim/simhhrc/FileText.h"
 
 #include <cerrno>
-#include <fcntl.h>
+#include <cstdio>
+#include <memory>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace sim {
 namespace {
@@ -11,16 +11,6 @@ namespace {
 constexpr double kClockStep = 0.05; // seconds; time stamps move on in steps of some milliseconds
 
 FileState From(const struct stat &status) { return {status.st_mtim, status.st_size, status.st_ino, status.st_dev}; }
-
-struct Descriptor {
-    explicit Descriptor(int opened) : fd(opened) {}
-    ~Descriptor() {
-        if (fd >= 0) close(fd);
-    }
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    const int fd;
-};
 
 } // namespace
 
@@ -45,19 +35,13 @@ int StateOf(const std::string &file, FileState *state) {
 }
 
 int ReadTextFile(const std::string &file, std::string *text, FileState *state) {
-    const Descriptor opened(open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> opened(std::fopen(file.c_str(), "re"), std::fclose);
     struct stat status;
-    if (opened.fd < 0 || fstat(opened.fd, &status) != 0) return errno;
+    if (opened == nullptr || fstat(fileno(opened.get()), &status) != 0) return errno;
     std::string read;
     char buffer[65536];
-    ssize_t count;
-    while ((count = ::read(opened.fd, buffer, sizeof buffer)) != 0) {
-        if (count > 0) {
-            read.append(buffer, static_cast<std::size_t>(count));
-        } else if (errno != EINTR) {
-            return errno;
-        }
-    }
+    while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, opened.get())) read.append(buffer, count);
+    if (std::ferror(opened.get()) != 0) return errno;
     *text = std::move(read);
     *state = From(status);
     return 0;

@@ -17,9 +17,9 @@ struct Mistake : std::runtime_error {
     int line;
 };
 
-struct Json {
+struct JsonValue {
     struct Member;
-    using List = std::vector<Json>;
+    using List = std::vector<JsonValue>;
     using Object = std::vector<Member>;
     // Integers are unsigned where they are not negative, so that all 64 bits are exact.
     std::variant<std::nullptr_t, bool, std::uint64_t, std::int64_t, double, std::string, List, Object> value = nullptr;
@@ -29,12 +29,12 @@ struct Json {
     bool IsNull() const { return As<std::nullptr_t>() != nullptr; }
 };
 
-struct Json::Member {
+struct JsonValue::Member {
     std::string name;
-    Json json;
+    JsonValue json;
 };
 
 // Throws a Mistake when the text is no JSON, has a member twice or a text with a zero character, or nests too deeply.
-Json ParseJson(std::string_view text);
+JsonValue ParseJson(std::string_view text);
 
 } // namespace sim

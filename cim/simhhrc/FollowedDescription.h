@@ -2,7 +2,7 @@
 #pragma once
 
 #include "cim/simhhrc/Description.h"
-#include "cim/simhhrc/TextFile.h"
+#include "cim/simhhrc/FileText.h"
 
 #include <memory>
 #include <mutex>
@@ -24,7 +24,7 @@ private:
 };
 
 // Thread-safe.
-class Source {
+class FollowedDescription {
 public:
     // The file to follow from now on. The same one again changes nothing.
     void Follow(const std::string &file);

@@ -1,4 +1,4 @@
-#include "cim/simhhrc/Json.h"
+#include "cim/simhhrc/JsonValue.h"
 
 #include <nlohmann/json.hpp>
 
@@ -32,19 +32,13 @@ struct CountingIterator {
         if (position->last == '\n') ++position->line;
         return *this;
     }
-    CountingIterator operator++(int) {
-        CountingIterator before = *this;
-        ++*this;
-        return before;
-    }
-    bool operator==(const CountingIterator &other) const { return at == other.at; }
     bool operator!=(const CountingIterator &other) const { return at != other.at; }
 };
 
 class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
 public:
     explicit TreeBuilder(const Position &parser) : position(parser) {}
-    Json root;
+    JsonValue root;
 
     bool null() override { return Leaf(nullptr); }
     bool boolean(bool value) override { return Leaf(value); }
@@ -56,15 +50,15 @@ public:
         return Leaf(std::move(text));
     }
     bool binary(binary_t &) override { return false; } // not in texts
-    bool start_object(std::size_t) override { return Open(Json::Object{}); }
-    bool start_array(std::size_t) override { return Open(Json::List{}); }
+    bool start_object(std::size_t) override { return Open(JsonValue::Object{}); }
+    bool start_array(std::size_t) override { return Open(JsonValue::List{}); }
     bool end_object() override { return Close(); }
     bool end_array() override { return Close(); }
     bool key(string_t &name) override {
         if (!open.back().names.insert(name).second) {
             throw Mistake(position.line, "member \"" + name + "\" is there twice");
         }
-        std::get<Json::Object>(open.back().json->value).push_back({std::move(name), {}});
+        std::get<JsonValue::Object>(open.back().json->value).push_back({std::move(name), {}});
         return true;
     }
     bool parse_error(std::size_t, const std::string &, const nlohmann::detail::exception &problem) override {
@@ -78,16 +72,17 @@ public:
     }
 
 private:
-    struct Level {
-        Json *json; // not moved while it is open: nothing is added behind it
+    struct OpenNode {
+        JsonValue *json; // not moved while it is open: nothing is added behind it
         std::unordered_set<std::string> names;
     };
 
-    template <class T> Json &Place(T &&value, int line) {
-        Json json{std::forward<T>(value), line};
+    template <class T> JsonValue &Place(T &&value, int line) {
+        JsonValue json{std::forward<T>(value), line};
         if (open.empty()) return root = std::move(json);
-        if (auto *list = std::get_if<Json::List>(&open.back().json->value)) return list->emplace_back(std::move(json));
-        return std::get<Json::Object>(open.back().json->value).back().json = std::move(json);
+        if (auto *list = std::get_if<JsonValue::List>(&open.back().json->value))
+            return list->emplace_back(std::move(json));
+        return std::get<JsonValue::Object>(open.back().json->value).back().json = std::move(json);
     }
     template <class T> bool Leaf(T &&value) {
         Place(std::forward<T>(value), position.line);
@@ -108,12 +103,12 @@ private:
     }
 
     const Position &position;
-    std::vector<Level> open;
+    std::vector<OpenNode> open;
 };
 
 } // namespace
 
-Json ParseJson(std::string_view text) {
+JsonValue ParseJson(std::string_view text) {
     Position position;
     TreeBuilder builder(position);
     const CountingIterator first{text.data(), &position}, last{text.data() + text.size(), &position};
