@@ -87,7 +87,7 @@ TEST(LibraryAtItsEnd, LeavesAndStaysMappedForAnUpCallThatReturnsLater) {
     TestClock::BringDeadlinesForward(std::chrono::milliseconds(2'900)); // of the three seconds of a clean-up
     bench.Broker().Shutdown();
     EXPECT_TRUE(IsMapped());
-    EXPECT_EQ(bench.Broker().Live().attachedThreads, 1u);
+    EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 1; })); // the others have left
     bench.Broker().Faults().AnswerLost();
     EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().attachedThreads == 0; }));
     EXPECT_TRUE(Eventually([&] { return bench.Broker().Live().clones == 0; }));

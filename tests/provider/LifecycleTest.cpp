@@ -124,6 +124,7 @@ TEST(Factory, WithoutAHostOrAProfileServesNothingAndTriesAgainWithTheNextCall) {
 
 TEST(Factory, WaitsForADebuggerWhenTheEnvironmentAsksForIt) {
     LinkedBench bench(OneController());
+    Slept = 0;
     setenv("WAIT_PROC", "", 1);
     bench.Load();
     unsetenv("WAIT_PROC");

@@ -120,7 +120,7 @@ TEST(Workers, ThatAreAllLostLeaveRequestsAnsweredAndTheLogAlone) {
     EXPECT_LE(LogCapture::Texts("*", LOG_ERR).size(), bench.Broker().Faults().LostNow() + 1);
 }
 
-// The smallest block is 32 bytes: one leaked in every fifth pass, or every life, shows.
+// The smallest block is 32 bytes: one leaked in every second pass, or two in every life, show.
 TEST(Workers, LeaveTheHeapAsItIsOverAThousandPassesAndHundredsOfLives) {
     const LogMask quiet(LOG_UPTO(LOG_WARNING));
     BenchOptions options;
@@ -143,7 +143,7 @@ TEST(Workers, LeaveTheHeapAsItIsOverAThousandPassesAndHundredsOfLives) {
     [[maybe_unused]] const long before = heapAfter(250), after = heapAfter(1'000);
     bench.ExpectOnlyRecordsAlive();
 #ifndef QUARNEL_SANITIZED // whose own books are in it
-    EXPECT_LT(std::abs(after - before), 5'000);
+    EXPECT_LT(std::abs(after - before), 12'000);
 #endif
 }
 
