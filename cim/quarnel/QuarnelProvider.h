@@ -233,12 +233,9 @@ static_assert(std::is_trivial_v<StorageVolume_t> && std::is_trivial_v<DiskDrive_
                   std::is_trivial_v<SASSATAPort_t> && std::is_trivial_v<Chassis_t>,
               "records are allocated zero-filled");
 
-// The disks of a list by their DeviceIDs. Look-ups fill it.
-struct DiskSlot_t {
-    DiskDrive_t *Disk;
-};
-struct DiskIndex_t {
-    DiskSlot_t *Slots;
+// The records of a list by their keys. Look-ups fill it.
+struct KeyIndex_t {
+    void **Slots;
     uint32_t Count;   // a power of 2
     uint32_t Changes; // of the list when it was filled
 };
@@ -297,7 +294,7 @@ struct RaidController_t {
     List_t __PortList;
     List_t __ChassisList;
 
-    mutable DiskIndex_t DiskIndex; // of DiskList, and guarded with it
+    mutable KeyIndex_t DiskIndex, PoolIndex, ChassisIndex; // guarded with their lists
 };
 
 constexpr size_t kMaxProfiles = 8;

@@ -1,7 +1,6 @@
-// Finding records by key, the first in the list's order. CtrlMutex is held by the caller throughout.
-//
-// Lists are walked, but disks are looked up in an index: rendering the volumes of 1,000 disks takes three times as long
-// without one, for each caption names its disks. The first look-up after a change of the list fills it.
+// Finding records by key, the first in the list's order, through an index: rendering the volumes of 1,000 disks takes
+// three times as long without one, for each caption names its disks. The first look-up after a change of the list fills
+// it. CtrlMutex is held by the caller throughout.
 #include "cim/quarnel/QuarnelProviderCfg/Cfg.h"
 
 #include <string.h>
@@ -21,7 +20,41 @@ template <auto Key, class Record> Record *Walk(const List_t *list, const char *s
     return nullptr;
 }
 
-template <class Record> Record *Told(Record *record, const List_t *list, const char *sought, const Words_t &words) {
+// The slot with the first record of that key, or the empty one where it would be: slots are tried one after the other
+// from where the key's hash (FNV-1a) points to.
+template <auto Key, class Record> void *&SlotOf(const KeyIndex_t &index, const char *key) {
+    uint32_t slot = 2166136261U;
+    for (const char *at = key; *at != '\0'; ++at) slot = (slot ^ static_cast<unsigned char>(*at)) * 16777619U;
+    while (true) {
+        void *&found = index.Slots[slot++ & (index.Count - 1)];
+        if (found == nullptr || strcmp(static_cast<Record *>(found)->*Key, key) == 0) return found;
+    }
+}
+
+// False without memory.
+template <auto Key, class Record> bool BringUpToDate(KeyIndex_t &index, const List_t *list) {
+    if (index.Slots != nullptr && index.Changes == list->Changes) return true;
+    index.Changes = list->Changes;
+    index.Count = 1;
+    while (index.Count <= 2 * list->Size) index.Count *= 2; // at least half of them stay empty
+    free(index.Slots);
+    index.Slots = Allocate<void *>(index.Count);
+    if (index.Slots == nullptr) return false;
+    for (Record *record : Each<Record>(list)) {
+        if (record->*Key == nullptr) continue;
+        void *&slot = SlotOf<Key, Record>(index, record->*Key);
+        if (slot == nullptr) slot = record;
+    }
+    return true;
+}
+
+template <auto Key, class Record>
+Record *Find(KeyIndex_t &index, const List_t *list, const char *sought, const Words_t &words) {
+    if (sought == nullptr) return nullptr;
+    const bool indexed = BringUpToDate<Key, Record>(index, list);
+    Record *record = nullptr;
+    if (!indexed || LogWanted(LOG_DEBUG)) record = Walk<Key, Record>(list, sought, words);
+    if (indexed) record = static_cast<Record *>(SlotOf<Key, Record>(index, sought));
     if (record != nullptr)
         QLOG(LOG_DEBUG, "%s: found %s %p with %s in list %p\n", words.Who, words.Kind, static_cast<void *>(record),
              sought, static_cast<const void *>(list));
@@ -31,56 +64,18 @@ template <class Record> Record *Told(Record *record, const List_t *list, const c
     return record;
 }
 
-template <auto Key, class Record> Record *Find(const List_t *list, const char *sought, const Words_t &words) {
-    if (sought == nullptr) return nullptr;
-    return Told(Walk<Key, Record>(list, sought, words), list, sought, words);
-}
-
-// The slot with the first disk of that ID, or the empty one where it would be: slots are tried one after the other from
-// where the ID's hash (FNV-1a) points to.
-DiskDrive_t *&SlotOf(const DiskIndex_t &index, const char *id) {
-    uint32_t slot = 2166136261U;
-    for (const char *at = id; *at != '\0'; ++at) slot = (slot ^ static_cast<unsigned char>(*at)) * 16777619U;
-    while (true) {
-        DiskDrive_t *&found = index.Slots[slot++ & (index.Count - 1)].Disk;
-        if (found == nullptr || strcmp(found->DeviceID, id) == 0) return found;
-    }
-}
-
-// False without memory.
-bool BringUpToDate(DiskIndex_t &index, const List_t *list) {
-    if (index.Slots != nullptr && index.Changes == list->Changes) return true;
-    index.Changes = list->Changes;
-    index.Count = 1;
-    while (index.Count <= 2 * list->Size) index.Count *= 2; // at least half of them stay empty
-    free(index.Slots);
-    index.Slots = Allocate<DiskSlot_t>(index.Count);
-    if (index.Slots == nullptr) return false;
-    for (DiskDrive_t *disk : Each<DiskDrive_t>(list)) {
-        if (disk->DeviceID == nullptr) continue;
-        DiskDrive_t *&slot = SlotOf(index, disk->DeviceID);
-        if (slot == nullptr) slot = disk;
-    }
-    return true;
-}
-
 } // namespace
 
 StoragePool_t *FindStoragePoolByID(const RaidController_t *ctrl, const char *instanceID) {
-    return Find<&StoragePool_t::InstanceID, StoragePool_t>(ctrl->PoolList, instanceID, {__func__, "pool", "ID"});
+    return Find<&StoragePool_t::InstanceID, StoragePool_t>(ctrl->PoolIndex, ctrl->PoolList, instanceID,
+                                                           {__func__, "pool", "ID"});
 }
 
 Chassis_t *FindChassisByTag(const RaidController_t *ctrl, const char *tag) {
-    return Find<&Chassis_t::Tag, Chassis_t>(ctrl->ChassisList, tag, {__func__, "chassis", "tag"});
+    return Find<&Chassis_t::Tag, Chassis_t>(ctrl->ChassisIndex, ctrl->ChassisList, tag, {__func__, "chassis", "tag"});
 }
 
 DiskDrive_t *FindDiskByDeviceID(const RaidController_t *ctrl, const char *deviceID) {
-    if (deviceID == nullptr) return nullptr;
-    const Words_t words = {__func__, "disk", "ID"};
-    const bool indexed = BringUpToDate(ctrl->DiskIndex, ctrl->DiskList);
-    DiskDrive_t *disk = nullptr;
-    if (!indexed || LogWanted(LOG_DEBUG))
-        disk = Walk<&DiskDrive_t::DeviceID, DiskDrive_t>(ctrl->DiskList, deviceID, words);
-    if (indexed) disk = SlotOf(ctrl->DiskIndex, deviceID);
-    return Told(disk, ctrl->DiskList, deviceID, words);
+    return Find<&DiskDrive_t::DeviceID, DiskDrive_t>(ctrl->DiskIndex, ctrl->DiskList, deviceID,
+                                                     {__func__, "disk", "ID"});
 }

@@ -20,7 +20,7 @@ void FreeController(void *record) {
     QLOG(LOG_DEBUG, "Controller %s (%s) deleted\n", Shown(ctrl->Model), Shown(ctrl->DeviceID));
     DiscardAll(ctrl->BundleVersion, ctrl->DriverVersion, ctrl->BiosVersion, ctrl->FirmwareVersion, ctrl->Model,
                ctrl->DeviceID, ctrl->ControllerOp, ctrl->PortControllerOp);
-    free(ctrl->DiskIndex.Slots);
+    for (const KeyIndex_t &index : {ctrl->DiskIndex, ctrl->PoolIndex, ctrl->ChassisIndex}) free(index.Slots);
     for (const ConfigAction_t &row : actionTable) pthread_mutex_destroy(&(ctrl->*row.KindMutex));
     pthread_mutex_destroy(&ctrl->CtrlMutex);
     free(ctrl);
