@@ -88,7 +88,7 @@ public:
 
     Answer<std::vector<Instance>> EnumerateInstances(const std::string &nameSpace,
                                                      const std::string &className) override {
-        const MethodCall call{
+        const OutgoingCall call{
             "EnumerateInstances",
             nameSpace,
             {{"ClassName", className}, {"LocalOnly", false}, {"DeepInheritance", true}, {"IncludeQualifiers", false}}};
@@ -96,9 +96,9 @@ public:
     }
 
     Answer<Instance> GetInstance(const ObjectPath &path) override {
-        const MethodCall call{"GetInstance",
-                              path.nameSpace,
-                              {{"InstanceName", path}, {"LocalOnly", false}, {"IncludeQualifiers", false}}};
+        const OutgoingCall call{"GetInstance",
+                                path.nameSpace,
+                                {{"InstanceName", path}, {"LocalOnly", false}, {"IncludeQualifiers", false}}};
         return Ask(call, path.className, [&](const pugi::xml_node &returned) {
             if (!returned.child("INSTANCE")) throw Failure("answered no instance");
             return InstanceIn(returned, path);
@@ -124,7 +124,7 @@ public:
     }
 
     Answer<ClassDeclaration> GetClass(const std::string &nameSpace, const std::string &className) override {
-        const MethodCall call{
+        const OutgoingCall call{
             "GetClass", nameSpace, {{"ClassName", className}, {"LocalOnly", true}, {"IncludeQualifiers", false}}};
         return Ask(call, className, [&](const pugi::xml_node &returned) {
             if (!returned.child("CLASS")) throw Failure("answered no class");
@@ -133,8 +133,8 @@ public:
     }
 
 private:
-    static MethodCall AssociationCall(const char *method, const ObjectPath &source, const std::string &associationClass,
-                                      const std::string &resultClass) {
+    static OutgoingCall AssociationCall(const char *method, const ObjectPath &source,
+                                        const std::string &associationClass, const std::string &resultClass) {
         return {method,
                 source.nameSpace,
                 {{"ObjectName", source}, {"AssocClass", associationClass}, {"ResultClass", resultClass}}};
@@ -142,7 +142,7 @@ private:
 
     // `about` names the class concerned in what goes wrong.
     template <class Read>
-    auto Ask(const MethodCall &call, const std::string &about, const Read &read)
+    auto Ask(const OutgoingCall &call, const std::string &about, const Read &read)
         -> Answer<decltype(read(pugi::xml_node()))> {
         const auto fail = [&](CMPIrc rc, const std::string &what) {
             return Status{rc, OnOneLine(server + ": " + what)};
@@ -151,7 +151,7 @@ private:
         try {
             const std::string body = post({{"Content-Type", "application/xml; charset=\"utf-8\""},
                                            {"Accept", "application/xml, text/xml"},
-                                           {"CIMOperation", "MethodCall"},
+                                           {"CIMOperation", "OutgoingCall"},
                                            {"CIMMethod", call.method},
                                            {"CIMObject", PercentEncoded(call.nameSpace)}},
                                           client::TextOf(call));

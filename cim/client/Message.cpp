@@ -9,7 +9,7 @@
 
 namespace cim::client {
 
-using wbem::Element;
+using wbem::XmlElement;
 using wbem::XmlWriter;
 
 namespace {
@@ -45,18 +45,18 @@ bool IsHtml(std::string_view body) {
 
 } // namespace
 
-std::string TextOf(const MethodCall &call) {
+std::string TextOf(const OutgoingCall &call) {
     XmlWriter xml;
     {
-        const Element cim(xml, "CIM", {{"CIMVERSION", "2.0"}, {"DTDVERSION", "2.0"}});
-        const Element message(xml, "MESSAGE", {{"ID", "1"}, {"PROTOCOLVERSION", "1.0"}});
-        const Element request(xml, "SIMPLEREQ");
-        const Element method(xml, "IMETHODCALL", {{"NAME", call.method}});
+        const XmlElement cim(xml, "CIM", {{"CIMVERSION", "2.0"}, {"DTDVERSION", "2.0"}});
+        const XmlElement message(xml, "MESSAGE", {{"ID", "1"}, {"PROTOCOLVERSION", "1.0"}});
+        const XmlElement request(xml, "SIMPLEREQ");
+        const XmlElement method(xml, "IMETHODCALL", {{"NAME", call.method}});
         wbem::WriteNameSpace(xml, call.nameSpace);
         for (const Parameter &parameter : call.parameters) {
             const auto *className = std::get_if<std::string>(&parameter.second);
             if (className != nullptr && className->empty()) continue;
-            const Element element(xml, "IPARAMVALUE", {{"NAME", parameter.first}});
+            const XmlElement element(xml, "IPARAMVALUE", {{"NAME", parameter.first}});
             std::visit(WriteArgument{xml}, parameter.second);
         }
     }

@@ -17,12 +17,12 @@ namespace cim::client {
 // A text names a class. Without one the parameter is left out.
 using Parameter = std::pair<const char *, std::variant<bool, std::string, ObjectPath>>;
 
-struct MethodCall {
+struct OutgoingCall {
     const char *method;
     std::string nameSpace;
     std::vector<Parameter> parameters;
 };
-std::string TextOf(const MethodCall &call);
+std::string TextOf(const OutgoingCall &call);
 
 struct CimError {
     int code = 0;

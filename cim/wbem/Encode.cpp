@@ -52,16 +52,16 @@ void WriteText(XmlWriter &xml, const Value &scalar, const ClassTree &classes) {
 
 // The path as far as it goes: INSTANCEPATH with a host, LOCALINSTANCEPATH with a namespace, else INSTANCENAME.
 void WriteReference(XmlWriter &xml, const ObjectPath &path) {
-    const Element reference(xml, "VALUE.REFERENCE");
+    const XmlElement reference(xml, "VALUE.REFERENCE");
     if (!path.host.empty()) return WriteInstancePath(xml, path, path.host);
     if (path.nameSpace.empty()) return WriteInstanceName(xml, path);
-    const Element local(xml, "LOCALINSTANCEPATH");
+    const XmlElement local(xml, "LOCALINSTANCEPATH");
     WriteNameSpace(xml, path.nameSpace);
     WriteInstanceName(xml, path);
 }
 
 void WriteKey(XmlWriter &xml, const NamedValue &key) {
-    const Element binding(xml, "KEYBINDING", {{"NAME", key.name}});
+    const XmlElement binding(xml, "KEYBINDING", {{"NAME", key.name}});
     if (const auto *path = key.value.As<std::shared_ptr<const ObjectPath>>()) return WriteReference(xml, **path);
     const CMPIType type = key.value.type;
     const bool number = IsInteger(type) || type == CMPI_real32 || type == CMPI_real64;
@@ -70,9 +70,9 @@ void WriteKey(XmlWriter &xml, const NamedValue &key) {
 }
 
 void WriteArray(XmlWriter &xml, const Value::Elements &elements, const ClassTree &classes) {
-    const Element array(xml, "VALUE.ARRAY");
+    const XmlElement array(xml, "VALUE.ARRAY");
     for (const Value &each : elements) {
-        const Element element(xml, each.IsNull() ? "VALUE.NULL" : "VALUE");
+        const XmlElement element(xml, each.IsNull() ? "VALUE.NULL" : "VALUE");
         if (!each.IsNull()) WriteText(xml, each, classes);
     }
 }
@@ -99,12 +99,12 @@ void AddFlavors(XmlWriter &xml, const QualifierDeclaration &declaration) {
 void WriteValue(XmlWriter &xml, const Value &value) {
     const auto *elements = value.As<Value::Elements>();
     if (elements == nullptr) return xml.Leaf("VALUE", TextOf(value));
-    const Element array(xml, "VALUE.ARRAY");
+    const XmlElement array(xml, "VALUE.ARRAY");
     for (const Value &each : *elements) WriteValue(xml, each);
 }
 
 void WriteScopes(XmlWriter &xml, std::string_view scopes) {
-    const Element scope(xml, "SCOPE");
+    const XmlElement scope(xml, "SCOPE");
     while (!scopes.empty()) {
         const std::string name(scopes.substr(0, scopes.find(' ')));
         xml.Add({name.c_str(), "true"});
@@ -119,7 +119,7 @@ void WriteQualifiers(XmlWriter &xml, const Qualifiers &qualifiers, bool inherite
         const bool propagated = inherited || each.propagated;
         if (propagated && detail.localOnly) continue;
         const QualifierDeclaration &declaration = *each.declaration;
-        const Element element(xml, "QUALIFIER", {{"NAME", declaration.name}, {"TYPE", TypeName(declaration.type)}});
+        const XmlElement element(xml, "QUALIFIER", {{"NAME", declaration.name}, {"TYPE", TypeName(declaration.type)}});
         if (propagated) xml.Add({"PROPAGATED", "true"});
         AddFlavors(xml, declaration);
         WriteValue(xml, each.value);
@@ -129,7 +129,7 @@ void WriteQualifiers(XmlWriter &xml, const Qualifiers &qualifiers, bool inherite
 } // namespace
 
 void WriteNameSpace(XmlWriter &xml, const std::string &nameSpace) {
-    const Element path(xml, "LOCALNAMESPACEPATH");
+    const XmlElement path(xml, "LOCALNAMESPACEPATH");
     for (std::size_t begin = 0; begin <= nameSpace.size();) {
         const std::size_t end = std::min(nameSpace.find('/', begin), nameSpace.size());
         xml.Leaf("NAMESPACE", {}, {{"NAME", std::string_view(nameSpace).substr(begin, end - begin)}});
@@ -138,7 +138,7 @@ void WriteNameSpace(XmlWriter &xml, const std::string &nameSpace) {
 }
 
 void WriteInstanceName(XmlWriter &xml, const ObjectPath &path) {
-    const Element name(xml, kInstanceName, {{"CLASSNAME", path.className}});
+    const XmlElement name(xml, kInstanceName, {{"CLASSNAME", path.className}});
     for (const NamedValue &key : path.keys) {
         if (!key.value.IsNull()) WriteKey(xml, key);
     }
@@ -166,9 +166,9 @@ void InstanceNameWriter::Write(const ObjectPath &path) {
 }
 
 void WriteInstancePath(XmlWriter &xml, const ObjectPath &path, const std::string &host) {
-    const Element instancePath(xml, "INSTANCEPATH");
+    const XmlElement instancePath(xml, "INSTANCEPATH");
     {
-        const Element nameSpacePath(xml, "NAMESPACEPATH");
+        const XmlElement nameSpacePath(xml, "NAMESPACEPATH");
         xml.Leaf("HOST", path.host.empty() ? host : path.host);
         WriteNameSpace(xml, path.nameSpace);
     }
@@ -262,13 +262,13 @@ void InstanceWriter::MakeTags(Column &column, CMPIType type) const {
 }
 
 void WriteClass(XmlWriter &xml, const ClassDeclaration &declaration, const Detail &detail) {
-    const Element element(xml, "CLASS", {{"NAME", declaration.name}});
+    const XmlElement element(xml, "CLASS", {{"NAME", declaration.name}});
     if (!declaration.superclass.empty()) xml.Add({"SUPERCLASS", declaration.superclass});
     WriteQualifiers(xml, declaration.qualifiers, false, detail);
     for (const PropertyDeclaration &property : declaration.properties) {
         const bool own = SameName(property.originClass, declaration.name);
         if ((detail.localOnly && !own) || !IsShown(detail, property.name)) continue;
-        const Element inner(xml, TagOf(property.type), {{"NAME", property.name}});
+        const XmlElement inner(xml, TagOf(property.type), {{"NAME", property.name}});
         if (property.type == CMPI_ref) {
             xml.Add({"REFERENCECLASS", property.referenceClass});
         } else {
@@ -281,8 +281,8 @@ void WriteClass(XmlWriter &xml, const ClassDeclaration &declaration, const Detai
 }
 
 void WriteQualifierDeclaration(XmlWriter &xml, const QualifierDeclaration &declaration) {
-    const Element element(xml, "QUALIFIER.DECLARATION",
-                          {{"NAME", declaration.name}, {"TYPE", TypeName(declaration.type)}});
+    const XmlElement element(xml, "QUALIFIER.DECLARATION",
+                             {{"NAME", declaration.name}, {"TYPE", TypeName(declaration.type)}});
     if ((declaration.type & CMPI_ARRAY) != 0) xml.Add({"ISARRAY", "true"});
     AddFlavors(xml, declaration);
     WriteScopes(xml, declaration.scopes);

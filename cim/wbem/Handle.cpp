@@ -67,11 +67,11 @@ std::string AnswerText(Broker &broker, const MethodCall &call) {
         XmlWriter xml;
         xml.Ready("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n");
         {
-            const Element cim(xml, "CIM", {{"CIMVERSION", "2.0"}, {"DTDVERSION", "2.0"}});
-            const Element outer(xml, "MESSAGE", {{"ID", call.message}, {"PROTOCOLVERSION", "1.0"}});
-            const Element response(xml, "SIMPLERSP");
-            const Element method(xml, call.IsIntrinsic() ? "IMETHODRESPONSE" : "METHODRESPONSE",
-                                 {{"NAME", call.method}});
+            const XmlElement cim(xml, "CIM", {{"CIMVERSION", "2.0"}, {"DTDVERSION", "2.0"}});
+            const XmlElement outer(xml, "MESSAGE", {{"ID", call.message}, {"PROTOCOLVERSION", "1.0"}});
+            const XmlElement response(xml, "SIMPLERSP");
+            const XmlElement method(xml, call.IsIntrinsic() ? "IMETHODRESPONSE" : "METHODRESPONSE",
+                                    {{"NAME", call.method}});
             content(xml);
         }
         return xml.Take();

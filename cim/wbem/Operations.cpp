@@ -12,7 +12,7 @@ namespace cim::wbem {
 
 namespace {
 
-struct Request : Arguments {
+struct MethodRequest : Arguments {
     Broker &broker;
     const std::string &nameSpace;
     const std::string &host;
@@ -30,7 +30,7 @@ template <class T> T ValueOf(Answer<T> &&answer) {
     return std::move(answer.value);
 }
 
-void RequireClass(const Request &request) {
+void RequireClass(const MethodRequest &request) {
     if (request.Classes().Find(request.className) == nullptr) {
         throw Fault(CMPI_RC_ERR_INVALID_CLASS, "there is no class " + request.className);
     }
@@ -43,7 +43,7 @@ template <class T> std::vector<T> Listed(Answer<std::vector<T>> &&answer) {
     return ValueOf(std::move(answer));
 }
 
-Detail DetailOfInstances(const Request &request) {
+Detail DetailOfInstances(const MethodRequest &request) {
     Detail detail;
     detail.properties = request.Properties();
     detail.classOrigin = request.classOrigin.value_or(false);
@@ -52,7 +52,7 @@ Detail DetailOfInstances(const Request &request) {
 
 // --- Instances ---
 
-void EnumerateInstances(const Request &request, XmlWriter &xml) {
+void EnumerateInstances(const MethodRequest &request, XmlWriter &xml) {
     RequireClass(request);
     std::vector<Instance> instances =
         Listed(request.broker.EnumerateInstances(request.nameSpace, request.className, request.Properties()));
@@ -67,7 +67,7 @@ void EnumerateInstances(const Request &request, XmlWriter &xml) {
     InstanceWriter writer(xml, request.Classes(), detail);
     const std::size_t begin = xml.Size();
     for (const Instance &instance : instances) {
-        const Element named(xml, "VALUE.NAMEDINSTANCE");
+        const XmlElement named(xml, "VALUE.NAMEDINSTANCE");
         names.Write(instance.path);
         writer.Write(instance);
         // The others will be about as long.
@@ -75,7 +75,7 @@ void EnumerateInstances(const Request &request, XmlWriter &xml) {
     }
 }
 
-void EnumerateInstanceNames(const Request &request, XmlWriter &xml) {
+void EnumerateInstanceNames(const MethodRequest &request, XmlWriter &xml) {
     RequireClass(request);
     std::vector<ObjectPath> paths = Listed(request.broker.EnumerateInstanceNames(request.nameSpace, request.className));
     for (const Instance &own : OwnInstances(request.broker, request.nameSpace, request.className)) {
@@ -121,7 +121,7 @@ void RequireKeysOfClass(const ObjectPath &path, const ClassTree &classes) {
     }
 }
 
-Answer<Instance> OwnInstance(const Request &request, const ObjectPath &path) {
+Answer<Instance> OwnInstance(const MethodRequest &request, const ObjectPath &path) {
     for (Instance &own : OwnInstances(request.broker, path.nameSpace, path.className)) {
         if (SameKeys(path, own.path)) return {{}, std::move(own)};
     }
@@ -129,7 +129,7 @@ Answer<Instance> OwnInstance(const Request &request, const ObjectPath &path) {
 }
 
 // An instance whose own name lacks keys of its class, as some vendors' do, is found by that name.
-Instance InstanceAt(const Request &request, const ObjectPath &path) {
+Instance InstanceAt(const MethodRequest &request, const ObjectPath &path) {
     auto answer = IsOwnClass(path.nameSpace, path.className) ? OwnInstance(request, path)
                                                              : request.broker.GetInstance(path, request.Properties());
     if (answer.Ok() && SameKeys(path, answer.value.path)) return std::move(answer.value);
@@ -138,7 +138,7 @@ Instance InstanceAt(const Request &request, const ObjectPath &path) {
     throw Fault(CMPI_RC_ERR_NOT_FOUND, {});
 }
 
-void GetInstance(const Request &request, XmlWriter &xml) {
+void GetInstance(const MethodRequest &request, XmlWriter &xml) {
     const ObjectPath &path = *request.path;
     const Instance instance = InstanceAt(request, path);
     InstanceWriter(xml, request.Classes(), DetailOfInstances(request)).Write(instance);
@@ -146,70 +146,70 @@ void GetInstance(const Request &request, XmlWriter &xml) {
 
 // --- Objects with their whole paths ---
 
-void WriteObjects(const Request &request, Answer<std::vector<Instance>> &&found, XmlWriter &xml) {
+void WriteObjects(const MethodRequest &request, Answer<std::vector<Instance>> &&found, XmlWriter &xml) {
     InstanceWriter writer(xml, request.Classes(), DetailOfInstances(request));
     for (const Instance &instance : ValueOf(std::move(found))) {
-        const Element withPath(xml, "VALUE.OBJECTWITHPATH");
+        const XmlElement withPath(xml, "VALUE.OBJECTWITHPATH");
         WriteInstancePath(xml, instance.path, request.host);
         writer.Write(instance);
     }
 }
 
-void WritePaths(const Request &request, Answer<std::vector<ObjectPath>> &&found, XmlWriter &xml) {
+void WritePaths(const MethodRequest &request, Answer<std::vector<ObjectPath>> &&found, XmlWriter &xml) {
     for (const ObjectPath &path : ValueOf(std::move(found))) {
-        const Element object(xml, "OBJECTPATH");
+        const XmlElement object(xml, "OBJECTPATH");
         WriteInstancePath(xml, path, request.host);
     }
 }
 
-void Associators(const Request &request, XmlWriter &xml) {
+void Associators(const MethodRequest &request, XmlWriter &xml) {
     auto found = request.broker.Associators(*request.path, request.associationClass, request.resultClass, request.role,
                                             request.resultRole, request.Properties());
     WriteObjects(request, std::move(found), xml);
 }
 
-void AssociatorNames(const Request &request, XmlWriter &xml) {
+void AssociatorNames(const MethodRequest &request, XmlWriter &xml) {
     auto found = request.broker.AssociatorNames(*request.path, request.associationClass, request.resultClass,
                                                 request.role, request.resultRole);
     WritePaths(request, std::move(found), xml);
 }
 
-void References(const Request &request, XmlWriter &xml) {
+void References(const MethodRequest &request, XmlWriter &xml) {
     auto found = request.broker.References(*request.path, request.resultClass, request.role, request.Properties());
     WriteObjects(request, std::move(found), xml);
 }
 
-void ReferenceNames(const Request &request, XmlWriter &xml) {
+void ReferenceNames(const MethodRequest &request, XmlWriter &xml) {
     WritePaths(request, request.broker.ReferenceNames(*request.path, request.resultClass, request.role), xml);
 }
 
 // --- Classes ---
 
-Detail DetailOfClasses(const Request &request) {
+Detail DetailOfClasses(const MethodRequest &request) {
     Detail detail = DetailOfInstances(request);
     detail.localOnly = request.localOnly.value_or(true);
     detail.qualifiers = request.qualifiers.value_or(true);
     return detail;
 }
 
-void GetClass(const Request &request, XmlWriter &xml) {
+void GetClass(const MethodRequest &request, XmlWriter &xml) {
     const ClassDeclaration *found = request.Classes().Find(request.className);
     if (found == nullptr) throw Fault(CMPI_RC_ERR_NOT_FOUND, "there is no class " + request.className);
     WriteClass(xml, *found, DetailOfClasses(request));
 }
 
-std::vector<std::string> Subclasses(const Request &request) {
+std::vector<std::string> Subclasses(const MethodRequest &request) {
     const std::string &base = request.className;
     if (!base.empty()) RequireClass(request);
     return request.Classes().SubclassesOf(base, request.deepInheritance.value_or(false));
 }
 
-void EnumerateClassNames(const Request &request, XmlWriter &xml) {
+void EnumerateClassNames(const MethodRequest &request, XmlWriter &xml) {
     const std::vector<std::string> names = Subclasses(request);
     for (const std::string &name : names) xml.Leaf("CLASSNAME", {}, {{"NAME", name}});
 }
 
-void EnumerateClasses(const Request &request, XmlWriter &xml) {
+void EnumerateClasses(const MethodRequest &request, XmlWriter &xml) {
     const std::vector<std::string> names = Subclasses(request);
     const Detail detail = DetailOfClasses(request);
     for (const std::string &name : names) WriteClass(xml, *request.Classes().Find(name), detail);
@@ -217,11 +217,11 @@ void EnumerateClasses(const Request &request, XmlWriter &xml) {
 
 // --- Qualifiers ---
 
-void EnumerateQualifiers(const Request &, XmlWriter &xml) {
+void EnumerateQualifiers(const MethodRequest &, XmlWriter &xml) {
     for (const QualifierDeclaration &each : kQualifiers) WriteQualifierDeclaration(xml, each);
 }
 
-void GetQualifier(const Request &request, XmlWriter &xml) {
+void GetQualifier(const MethodRequest &request, XmlWriter &xml) {
     const std::string &name = request.qualifierName;
     const QualifierDeclaration *found = FindQualifier(name);
     if (found == nullptr) throw Fault(CMPI_RC_ERR_NOT_FOUND, "there is no qualifier " + name);
@@ -249,7 +249,7 @@ const Parameter kQualifierName{"QualifierName", "VALUE", &Arguments::qualifierNa
 
 struct Method {
     const char *name;
-    void (*run)(const Request &, XmlWriter &);
+    void (*run)(const MethodRequest &, XmlWriter &);
     std::vector<Parameter> parameters;
 };
 
@@ -281,7 +281,7 @@ void Run(Broker &broker, const MethodCall &call, XmlWriter &xml) {
     if (!HasNameSpace(broker, call.nameSpace)) {
         throw Fault(CMPI_RC_ERR_INVALID_NAMESPACE, "there is no namespace " + call.nameSpace);
     }
-    const Element answer(xml, "IRETURNVALUE"); // dropped with the whole text when the operation fails
+    const XmlElement answer(xml, "IRETURNVALUE"); // dropped with the whole text when the operation fails
     method->run({ReadArguments(call.element, method->parameters, call.nameSpace, broker.Classes()), broker,
                  call.nameSpace, call.host},
                 xml);

@@ -8,7 +8,7 @@ namespace cim::wbem {
 
 namespace {
 
-enum class Place { Text, Attribute };
+enum class Spot { Text, Attribute };
 
 // White space in attributes, and a carriage return anywhere, would be read back as a space or a line feed.
 constexpr struct {
@@ -17,9 +17,9 @@ constexpr struct {
 } kStandIns[] = {{'&', "&amp;", "&amp;"},  {'<', "&lt;", "&lt;"},   {'>', "&gt;", "&gt;"},   {'\r', "&#13;", "&#13;"},
                  {'"', nullptr, "&quot;"}, {'\t', nullptr, "&#9;"}, {'\n', nullptr, "&#10;"}};
 
-const char *StandIn(char byte, Place place) {
+const char *StandIn(char byte, Spot place) {
     for (const auto &each : kStandIns) {
-        if (each.byte == byte) return place == Place::Text ? each.inText : each.inAttribute;
+        if (each.byte == byte) return place == Spot::Text ? each.inText : each.inAttribute;
     }
     return nullptr;
 }
@@ -32,7 +32,7 @@ constexpr std::array<bool, 256> kPlain = [] {
     return plain;
 }();
 
-void AppendEscaped(std::string &out, std::string_view text, Place place) {
+void AppendEscaped(std::string &out, std::string_view text, Spot place) {
     while (!text.empty()) {
         std::size_t plain = 0;
         while (plain < text.size() && kPlain[static_cast<unsigned char>(text[plain])]) ++plain;
@@ -61,7 +61,7 @@ void XmlWriter::EndOpenTag() {
 
 void XmlWriter::Text(std::string_view text) {
     EndOpenTag();
-    AppendEscaped(out, text, Place::Text);
+    AppendEscaped(out, text, Spot::Text);
 }
 
 void XmlWriter::Open(const char *tag, std::initializer_list<Attribute> attributes) {
@@ -76,7 +76,7 @@ void XmlWriter::Add(const Attribute &attribute) {
     out += ' ';
     out += attribute.name;
     out += "=\"";
-    AppendEscaped(out, attribute.value, Place::Attribute);
+    AppendEscaped(out, attribute.value, Spot::Attribute);
     out += '"';
 }
 

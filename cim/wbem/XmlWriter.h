@@ -43,15 +43,15 @@ private:
 };
 
 // An element from here to the end of the scope.
-class Element {
+class XmlElement {
 public:
-    Element(XmlWriter &writer, const char *elementTag, std::initializer_list<XmlWriter::Attribute> attributes = {})
+    XmlElement(XmlWriter &writer, const char *elementTag, std::initializer_list<XmlWriter::Attribute> attributes = {})
         : xml(writer), tag(elementTag) {
         xml.Open(tag, attributes);
     }
-    ~Element() { xml.Close(tag); }
-    Element(const Element &) = delete;
-    Element &operator=(const Element &) = delete;
+    ~XmlElement() { xml.Close(tag); }
+    XmlElement(const XmlElement &) = delete;
+    XmlElement &operator=(const XmlElement &) = delete;
 
 private:
     XmlWriter &xml;
