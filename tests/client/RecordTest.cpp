@@ -4,8 +4,8 @@
 #include "cim/client/Hosted.h"
 #include "cim/recording/DescriptionText.h"
 #include "cim/simhhrc/Description.h"
-#include "tests/support/Process.h"
 #include "tests/support/Golden.h"
+#include "tests/support/Process.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
