@@ -1,7 +1,7 @@
 // What the files of this module share: up-calls, the records' life, builders, refreshers, workers.
 #pragma once
 
-#include "cim/quarnel/QuarnelProvider.h"
+#include "cim/quarnel/Life.h"
 
 // --- Up-calls --------------------------------------------------------------------------------------------------------
 //

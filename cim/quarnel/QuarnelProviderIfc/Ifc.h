@@ -1,7 +1,7 @@
 // What the files of this module share: lifecycle, object paths, instances, requests.
 #pragma once
 
-#include "cim/quarnel/QuarnelProvider.h"
+#include "cim/quarnel/Life.h"
 
 #include <array>
 

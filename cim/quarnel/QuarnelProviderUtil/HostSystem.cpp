@@ -1,6 +1,6 @@
 // The identity of the host system: part of the keys of every device that is served. Read once at start-up by the thread
 // that starts, read-only from then on, freed with its life.
-#include "cim/quarnel/QuarnelProvider.h"
+#include "cim/quarnel/Life.h"
 
 namespace {
 
