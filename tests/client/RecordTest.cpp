@@ -158,7 +158,9 @@ TEST(Record, WhatIsRefusedStopsTheWalkOrIsLeftOutAndNamed) {
         const Status status = Walk(server, {"root/interop", goOn}, &model, &progress, [](const WalkProgress &) {});
         EXPECT_EQ(status.rc, goOn ? CMPI_RC_OK : CMPI_RC_ERR_NOT_SUPPORTED);
         EXPECT_LT(model.objects.size(), whole);
-        if (goOn) EXPECT_THAT(progress.refused, testing::ElementsAre(testing::HasSubstr(": it broke")));
+        if (goOn) {
+            EXPECT_THAT(progress.refused, testing::ElementsAre(testing::HasSubstr(": it broke")));
+        }
     }
 }
 
