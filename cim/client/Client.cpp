@@ -151,7 +151,7 @@ private:
         try {
             const std::string body = post({{"Content-Type", "application/xml; charset=\"utf-8\""},
                                            {"Accept", "application/xml, text/xml"},
-                                           {"CIMOperation", "OutgoingCall"},
+                                           {"CIMOperation", "MethodCall"},
                                            {"CIMMethod", call.method},
                                            {"CIMObject", PercentEncoded(call.nameSpace)}},
                                           client::TextOf(call));
