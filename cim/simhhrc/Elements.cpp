@@ -76,8 +76,9 @@ Condition ConditionOf(Fields &fields, const std::vector<KnownState> &states) {
         if (*text == state.name) return {{state.operational}, state.extent, state.needs};
         own.append("\"").append(state.name).append("\", ");
     }
-    if (const Word *known = common.Find(*text)) return {{known->number}};
-    fields.Fail(*member, "status \"" + *text + "\" is none of " + own + common.All());
+    const Word *known = common.Find(*text);
+    if (known == nullptr) fields.Fail(*member, "status \"" + *text + "\" is none of " + own + common.All());
+    return {{known->number}};
 }
 
 ClassId ClassOf(const Classes &classes, const std::string &prefix, const ElementKind &kind, Fields *entry) {

@@ -129,7 +129,8 @@ void HardwareReader::ReadPools(Controller &controller) {
         element.Set("ElementName", entry.id);
         element.Set("Primordial", primordial);
         const NodeId node = Add(&controller, entry, std::move(element));
-        Pool &pool = pools.emplace_back(Pool{node, std::move(entry), primordial});
+        pools.push_back({node, std::move(entry), primordial});
+        Pool &pool = pools.back();
         poolsByAddress.emplace(pool.entry.address, &pool);
         if (primordial && controller.firstPrimordial == nullptr) controller.firstPrimordial = &pool;
     }
