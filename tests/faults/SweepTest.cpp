@@ -126,6 +126,19 @@ TEST(WithoutMemory, ATextThatCannotBeCopiedIsWarnedOf) {
     EXPECT_TRUE(LoggedTimes(1, LOG_WARNING, "strdup() failed to duplicate string c0\n"));
 }
 
+TEST(WithoutMemory, AKeyThatCannotBeTakenApartIsCalledInvalid) {
+    LinkedBench bench(OneOfEach());
+    bench.Start();
+    for (const std::uint64_t part : {0U, 1U}) { // the controller's ID, the device's
+        LogCapture::Clear();
+        allocations.Set(part);
+        EXPECT_EQ(bench.Get(kPort, "zbrPortc0_p0").status.rc, CMPI_RC_ERR_NOT_FOUND);
+        allocations.Set(UINT64_MAX);
+        EXPECT_TRUE(LoggedTimes(1, LOG_ERR, "malloc failure\n"));
+        EXPECT_TRUE(LoggedTimes(1, LOG_ERR, "Object path * invalid\n"));
+    }
+}
+
 TEST(WithoutMemory, ADiscoveryThatEndsListsNoController) {
     const LogMask quiet(kTerse);
     LinkedBench bench(SmallServer());

@@ -60,16 +60,6 @@ TEST(DeviceKinds, OfAVendorsOwnClassesAreBuiltLikeAnyOther) {
     for (const char *className : kServedClasses) EXPECT_EQ(bench.Identifiers(className).size(), 1u) << className;
 }
 
-TEST(FirstBuild, EndsAlsoWhenTheDevicesCannotBeListed) {
-    for (const auto effect : {FaultRule::Effect::Fail, FaultRule::Effect::NullWithOk, FaultRule::Effect::Empty}) {
-        LinkedBench bench(OneOfEach());
-        bench.Inject(Rule(Operation::Associators).Along("CIM_SystemDevice").Does(effect));
-        bench.Start();
-        EXPECT_TRUE(RefreshesMayBegin());
-        EXPECT_EQ(TheController()->PoolList->Size, 2u);
-    }
-}
-
 TEST(FirstBuild, TakesOneControllerAfterTheOtherPoolsAndChassisFirst) {
     LinkedBench bench(OneOfEach().WithController("c1").WithPool("p").WithDisk("d", {{"pool", "p"}}).WithBattery("b"));
     bool done = false;
@@ -122,6 +112,28 @@ TEST(FirstBuild, NoticesByItselfThatTheOtherWorkersAreLost) {
     bench.Broker().Faults().Clear();
     ASSERT_TRUE(WorkersIdle());
     for (const char *className : kServedClasses) EXPECT_EQ(bench.Identifiers(className).size(), 1u) << className;
+}
+
+TEST(FirstBuild, IsGoneOnWithOnceAfterAStepWhoseUpCallIsLost) {
+    for (const auto &[association, devices] : {std::pair("CIM_HostedStoragePool", "pools"),
+                                               {"CIM_SystemPackaging", "chassis"},
+                                               {"CIM_SystemDevice", "logical devices"}}) {
+        SCOPED_TRACE(devices);
+        LinkedBench bench(OneOfEach());
+        bench.Inject(Rule(Operation::Associators).Along(association).Times(1).Does(FaultRule::Effect::Lost));
+        bench.Load();
+        ASSERT_TRUE(bench.Broker().Faults().AwaitLost(1, std::chrono::seconds(20)));
+        TestClock::Advance(60);
+        for (int requests = 0; requests < 2; ++requests) { // the first one notices, the second one has nothing to do
+            bench.Identifiers(kBattery);
+            EXPECT_TRUE(LogCapture::WaitFor("DoBuildDeviceInfoAsync done."));
+        }
+        EXPECT_TRUE(Logged(LOG_ERR, "QuarnelThread: controller c0, " + std::string(devices) +
+                                        ": an up-call has not returned for * seconds\n"));
+        bench.Broker().Faults().AnswerLost();
+        ASSERT_TRUE(WorkersIdle());
+        EXPECT_TRUE(LoggedTimes(1, LOG_DEBUG, "DoBuildDeviceInfoAsync done."));
+    }
 }
 
 TEST(FirstBuild, LeavesADeviceWhoseJobCannotBeMadeToTheNextRefresh) {
@@ -203,23 +215,5 @@ TEST(FirstBuild, ListsADeviceOnceThatARefreshWasQuickerToBuild) {
     EXPECT_THAT(bench.Identifiers(kVolume), ElementsAre("zbrStorageVolumec1_v"));
     EXPECT_THAT(bench.Identifiers(kExtent), ElementsAre("zbrStorageExtc1_d"));
     EXPECT_EQ(TheController(1)->PoolList->Size, 1u);
-    bench.ExpectOnlyRecordsAlive();
-}
-
-TEST(FirstBuild, ListsADoubledDeviceAsOftenAsARefreshDoes) {
-    LinkedBench bench(OneController()
-                          .WithDisk("d", {{"pool", "dg0"}})
-                          .WithDisk("d", {{"pool", "dg0"}, {"duplicate", true}})
-                          .WithPort("p")
-                          .WithPort("p", {{"duplicate", true}}));
-    bench.Start();
-    for (int passes = 0; passes < 2; ++passes) {
-        EXPECT_EQ(bench.Identifiers(kExtent).size(), 2u);
-        EXPECT_EQ(bench.Identifiers(kPort).size(), 2u);
-        TestClock::Advance(StateUpdateInterval);
-        bench.Refresh(kExtent);
-        bench.Refresh(kPort);
-    }
-    EXPECT_EQ(Members("dg0"), " d");
     bench.ExpectOnlyRecordsAlive();
 }

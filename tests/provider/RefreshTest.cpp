@@ -96,7 +96,9 @@ TEST(Refresh, IsDueTwentySecondsAfterTheKindWasLastBuiltOrUpdatedPoolsBeforeDisk
         {19, kVolume, {}},
         {19, kPort, {}},
         {19, kBattery, {}},
+        {19, kExtent, {}},
         {20, kPort, {kPorts}},
+        {20, kPort, {}},
         {20, kBattery, {kBatteries}},
         {20, kExtent, {kPools, kDisks}},
         {39, kPort, {}},
@@ -135,6 +137,33 @@ TEST(Refresh, DoesNothingInTheFirstThreeSecondsAfterTheStart) {
     }
     TestClock::Freeze(kStart + 3);
     EXPECT_EQ(WalksOf(bench, kBattery), Words{kBatteries});
+}
+
+TEST(Refresh, LetsAnotherJobHaveAKindAsSoonAsItIsThroughWithIt) {
+    LinkedBench bench(OneOfEach());
+    bench.StartAndWait();
+    TestClock::BringDeadlinesForward(-std::chrono::hours(1)); // no wait ends by itself
+    Gate pools, disks;
+    bench.Inject(Rule(Operation::Associators).Along("CIM_HostedStoragePool").Passes(pools));
+    bench.Inject(Rule(Operation::Associators).Along("CIM_SystemDevice", "CIM_DiskDrive").Passes(disks));
+    bench.Enumerate(kExtent);
+    ASSERT_TRUE(pools.WaitFor(1));
+    const std::string action = std::to_string(CFG_ACTION_POOL);
+    EXPECT_EQ(HandleDeviceConfigChange(nullptr, nullptr, TheController(), CFG_ACTION_POOL), 0);
+    ASSERT_TRUE(LogCapture::WaitFor("ProcessDeviceConfigChange, ENTER(" + action + ")...\n"));
+    pools.Open();
+    ASSERT_TRUE(disks.WaitFor(1));
+    EXPECT_TRUE(LogCapture::WaitFor("Action " + action + ", last *, skip\n"));
+    disks.Open();
+    ASSERT_TRUE(WorkersIdle());
+}
+
+TEST(Refresh, DeletesOnlyWhatTheControllerLists) {
+    LinkedBench bench(OneOfEach().WithController("c1"));
+    bench.Start();
+    for (const ConfigAction_t &row : actionTable)
+        EXPECT_EQ(row.DeleteFunc(TheController(1), (TheController()->*row.List)->Head->Data), RESULT_NOT_FOUND);
+    bench.ExpectOnlyRecordsAlive();
 }
 
 // What no request asks for.

@@ -7,39 +7,6 @@
 using namespace support;
 using cim::Operation;
 using testing::ElementsAre;
-using testing::IsEmpty;
-
-TEST(Trigger, LetsAKindThroughEveryTwentySecondsAndEachKindByItself) {
-    const struct {
-        const char *className;
-        std::string walk;
-        std::vector<std::string> all; // with what it depends on
-    } kinds[] = {
-        {kVolume, kVolumes, {kPools, kDisks, kVolumes}},
-        {kExtent, kDisks, {kPools, kDisks}},
-        {kPort, kPorts, {kPorts}},
-        {kBattery, kBatteries, {kBatteries}},
-    };
-    for (const auto &kind : kinds) {
-        SCOPED_TRACE(kind.className);
-        LinkedBench bench(OneOfEach());
-        bench.Start();
-        bench.Broker().LogCalls(true);
-        TestClock::Freeze(kStart + 19);
-        bench.Refresh(kind.className);
-        EXPECT_THAT(Walks(bench), IsEmpty());
-
-        TestClock::Freeze(kStart + 20);
-        bench.Refresh(kind.className);
-        EXPECT_EQ(Walks(bench), kind.all);
-        bench.Refresh(kind.className);
-        EXPECT_THAT(Walks(bench), IsEmpty());
-
-        // The other kinds wait for their own requests.
-        for (const auto &other : kinds) bench.Refresh(other.className);
-        for (const std::string &walk : Walks(bench)) EXPECT_NE(walk, kind.walk);
-    }
-}
 
 TEST(Trigger, IsPulledByEveryOperationOnDevicesForEachControllerRead) {
     LinkedBench bench(OneOfEach().WithController("c1"));

@@ -63,9 +63,9 @@ TEST(Vendors, DoubledDevicesAreServedAndCanBeFetched) {
         EXPECT_TRUE(bench.Get(kExtent, "zbrStorageExtc0_x").Ok());
         EXPECT_TRUE(bench.Get(kVolume, "zbrStorageVolumec0_w").Ok());
         EXPECT_EQ(Members("dg0"), " d0 x");
-        bench.RefreshedColumn(kVolume, "Caption");
         EXPECT_THAT(bench.Identifiers(kExtent),
                     UnorderedElementsAre("zbrStorageExtc0_d0", "zbrStorageExtc0_x", "zbrStorageExtc0_x"));
+        bench.RefreshedColumn(kVolume, "Caption");
         bench.ExpectOnlyRecordsAlive();
     }
     bench.Change([](Hardware &hardware) { hardware.Remove("disks", "x"); });

@@ -69,6 +69,15 @@ TEST(Workers, ThatAreNotThereLeaveTheControllersServedAndNothingBehind) {
         EXPECT_EQ(bench.Identifiers(kController).size(), 1u);
         EXPECT_TRUE(bench.Identifiers(kExtent).empty());
         EXPECT_EQ(IsFifoEmpty(&ThisLife().__FIFO), 0);
+        if (operation == Operation::AttachThread) continue; // the threads may still be leaving
+        bench.Broker().Faults().Clear();
+        for (const int passed : {19, 20}) { // when starting them is tried again
+            TestClock::Freeze(kStart + passed);
+            bench.Identifiers(kExtent);
+            EXPECT_EQ(bench.Broker().Live().contexts, passed == 20 ? kWorkers : 0);
+        }
+        ASSERT_TRUE(WorkersIdle());
+        EXPECT_EQ(bench.Identifiers(kExtent).size(), 1u);
     }
 }
 

@@ -193,7 +193,7 @@ public:
     bool Due();
 
 private:
-    timespec said = {};
+    int64_t said = 0; // milliseconds
 };
 // Waits, on a worker and inside a job, until the queue is in that state or the workers are being stopped. Says so
 // before it waits. Runs queued jobs itself when there is no other worker to do it.

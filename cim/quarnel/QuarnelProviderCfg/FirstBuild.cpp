@@ -241,9 +241,8 @@ void GoOnWithFirstBuild() {
 }
 
 void DoBuildDeviceInfoAsync(CMPIContext *ctx, void *args) {
-    Heap<Thread_Args_t> job(static_cast<Thread_Args_t *>(args));
+    const Heap<Thread_Args_t> job(static_cast<Thread_Args_t *>(args));
     const auto *mi = reinterpret_cast<const CMPIInstanceMI *>(job->Arg0);
-    job.reset();
     const uint32_t turn = TakeTurn(mi);
     uint32_t step = 0;
     for (RaidController_t *ctrl : Each<RaidController_t>(&ThisLife().RaidControllerList))

@@ -55,9 +55,9 @@ int QueueCopy(const char *who, const Thread_Args_t &job) {
 bool OncePerSecond::Due() {
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    const bool due = said.tv_sec == 0 || now.tv_sec > said.tv_sec + 1 ||
-                     (now.tv_sec == said.tv_sec + 1 && now.tv_nsec >= said.tv_nsec);
-    if (due) said = now;
+    const int64_t milliseconds = now.tv_sec * int64_t{1000} + now.tv_nsec / 1'000'000;
+    const bool due = said == 0 || milliseconds - said >= 1000;
+    if (due) said = milliseconds;
     return due;
 }
 
