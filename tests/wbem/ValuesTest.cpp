@@ -9,72 +9,37 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
+#include <sstream>
 
 namespace cim::wbem {
 
 namespace {
 
-TEST(Types, ValuesComeBackFromTheirTexts) {
-    const struct {
-        CMPIType type;
-        const char *text;
-    } kCases[] = {
-        {CMPI_boolean, "TRUE"},
-        {CMPI_boolean, "FALSE"},
-        {CMPI_string, "  as it is "},
-        {CMPI_string, ""},
-        {CMPI_dateTime, "20260105100211.000000+060"},
-        {CMPI_char16, "x"},
-        {CMPI_char16, "\xC3\xA9"},
-        {CMPI_char16, "\xE2\x82\xAC"},
-        {CMPI_uint8, "255"},
-        {CMPI_uint64, "18446744073709551615"},
-        {CMPI_sint8, "-128"},
-        {CMPI_sint64, "-9223372036854775808"},
-        {CMPI_sint64, "9223372036854775807"},
-        {CMPI_real32, "1.1e+00"},
-        {CMPI_real64, "-2.2250738585072014e-308"},
-        {CMPI_real64, "INF"},
-        {CMPI_real64, "NaN"},
-    };
-    for (const auto &each : kCases) {
-        const auto value = ValueOf(each.type, each.text);
-        ASSERT_TRUE(value) << each.text;
-        EXPECT_EQ(value->type, each.type);
-        EXPECT_EQ(TextOf(*value), each.text);
-        EXPECT_EQ(TypeNamed(TypeName(each.type)), each.type);
+// The fields of a data file's lines, which tabs separate.
+std::vector<std::vector<std::string>> RowsOf(const std::string &file) {
+    std::ifstream in(QUARNEL_TEST_DATA "/" + file);
+    EXPECT_TRUE(in) << file;
+    std::vector<std::vector<std::string>> rows;
+    for (std::string line, field; std::getline(in, line);) {
+        rows.emplace_back();
+        for (std::istringstream fields(line); std::getline(fields, field, '\t');) rows.back().push_back(field);
     }
+    return rows;
 }
 
-TEST(Types, TextsThatAreNoValueOfTheTypeAreFound) {
-    const struct {
-        CMPIType type;
-        const char *text;
-    } kCases[] = {
-        {CMPI_boolean, "1"},
-        {CMPI_boolean, ""},
-        {CMPI_char16, "xy"},
-        {CMPI_char16, ""},
-        {CMPI_uint8, "256"},
-        {CMPI_uint8, "-1"},
-        {CMPI_uint8, ""},
-        {CMPI_uint8, "1.0"},
-        {CMPI_uint8, "1x"},
-        {CMPI_uint8, "+-1"},
-        {CMPI_uint8, "0x"},
-        {CMPI_sint8, "128"},
-        {CMPI_sint8, "-129"},
-        {CMPI_real32, "1e39"},
-        {CMPI_real64, "1e999"},
-        {CMPI_real64, "one"},
-        {CMPI_real64, ""},
-        {CMPI_ref, "x"},
-        {CMPI_uint64, "18446744073709551616"},
-        {CMPI_char16, "\xF0\x9F\x98\x80"},
-    };
-    for (const auto &each : kCases) EXPECT_FALSE(ValueOf(each.type, each.text)) << each.type << " " << each.text;
-    EXPECT_EQ(*ValueOf(CMPI_uint16, " 0xFF\n"), Value::Unsigned(CMPI_uint16, 255));
-    EXPECT_EQ(*ValueOf(CMPI_boolean, " true "), Value::Boolean(true));
+// A type, a text, and what it reads as, if anything.
+TEST(Types, ValuesComeBackFromTheirTextsAndOtherTextsAreFound) {
+    for (const auto &row : RowsOf("texts.txt")) {
+        SCOPED_TRACE(row.at(0) + " " + row.at(1));
+        const CMPIType type = TypeNamed(row[0]);
+        ASSERT_EQ(TypeName(type), row[0]);
+        const auto value = ValueOf(type, row[1]);
+        EXPECT_EQ(value ? TextOf(*value) : "(none)", row.size() > 2 ? row[2] : "");
+        if (value) {
+            EXPECT_EQ(value->type, type);
+        }
+    }
 }
 
 TEST(XmlWriter, WhateverATextHoldsTheDocumentIsWellFormed) {
@@ -164,32 +129,17 @@ TEST(InstanceWriter, InstancesThatFollowAreWrittenAsTheFirst) {
     EXPECT_NE(text.find("<PROPERTY NAME=\"Own\" TYPE=\"boolean\"></PROPERTY>"), std::string::npos);
 }
 
-// By the qualifiers that clients get with a class.
+// By the qualifiers that clients get with a class: class, property, number, meaning.
 TEST(Schema, NumbersThatAreServedHaveAMeaning) {
     std::string error;
     const auto broker = Broker::Create(support::ServerConfig(), &error);
     ASSERT_NE(broker, nullptr) << error;
-    const struct {
-        const char *className, *property, *number, *meaning;
-    } kCases[] = {
-        {"CIM_RegisteredProfile", "RegisteredOrganization", "11", "SNIA"},
-        {"CIM_RegisteredProfile", "AdvertiseTypes", "2", "Not Advertised"},
-        {"Zembra_QuarnelController", "Dedicated", "3", "Storage"},
-        {"Zembra_QuarnelStorageVolume", "OperationalStatus", "3", "Degraded"},
-        {"Zembra_QuarnelStorageVolume", "ExtentStatus", "11", "Rebuild"},
-        {"Zembra_QuarnelStorageVolume", "NameFormat", "9", "NAA"},
-        {"Zembra_QuarnelStorageExtent", "HealthState", "30", "Non-recoverable error"},
-        {"Zembra_QuarnelSASSATAPort", "OperationalStatus", "12", "No Contact"},
-        {"Zembra_QuarnelSASSATAPort", "UsageRestriction", "3", "Back-end only"},
-        {"Zembra_QuarnelBattery", "BatteryStatus", "3", "Fully Charged"},
-        {"Sim_SoftwareIdentity", "Classifications", "10", "Firmware"},
-    };
-    for (const auto &each : kCases) {
-        const auto &qualifiers = broker->Classes().Find(each.className)->Property(each.property)->qualifiers;
+    for (const auto &row : RowsOf("meanings.txt")) {
+        const auto &qualifiers = broker->Classes().Find(row.at(0))->Property(row.at(1))->qualifiers;
         const auto &numbers = *ValueOfQualifier(qualifiers, "ValueMap")->As<Value::Elements>();
         const auto &meanings = *ValueOfQualifier(qualifiers, "Values")->As<Value::Elements>();
-        const auto found = std::find(numbers.begin(), numbers.end(), Value::Text(each.number)) - numbers.begin();
-        EXPECT_EQ(meanings.at(static_cast<std::size_t>(found)), Value::Text(each.meaning)) << each.property;
+        const auto found = std::find(numbers.begin(), numbers.end(), Value::Text(row.at(2))) - numbers.begin();
+        EXPECT_EQ(meanings.at(static_cast<std::size_t>(found)), Value::Text(row.at(3))) << row[1];
     }
 }
 
