@@ -167,7 +167,7 @@ private:
         } catch (const Failure &failure) {
             answer.status = fail(kNoAnswer, failure.what());
         } catch (const std::runtime_error &mistake) { // the decoder's: a value that is not of its type
-            answer.status = fail(kNoAnswer, std::string("answered XML that is no CIM answer: ") + mistake.what());
+            answer.status = fail(kNoAnswer, std::string("answered XML that is not a CIM answer: ") + mistake.what());
         }
         return answer;
     }

@@ -29,7 +29,7 @@ struct DepthCheck : pugi::xml_tree_walker {
 
 pugi::xml_node Need(const pugi::xml_node &parent, const char *name) {
     if (const pugi::xml_node child = parent.child(name)) return child;
-    throw Failure(std::string("answered XML that is no CIM answer: no ") + name);
+    throw Failure(std::string("answered XML that is not a CIM answer: it has no ") + name);
 }
 
 // Also with a byte order mark or white space before it.

@@ -9,7 +9,7 @@ namespace sim {
 namespace {
 
 [[noreturn]] void NotOfType(const JsonValue &json, CMPIType type, const std::string &what) {
-    throw Mistake(json.line, what + " is no " + cim::DeclaredTypeName(type));
+    throw Mistake(json.line, what + " is not of type " + cim::DeclaredTypeName(type));
 }
 
 Datum OfType(const JsonValue &json, CMPIType type, const std::string &what) {
@@ -58,7 +58,7 @@ CMPIType TypeNamed(const JsonValue &json, const std::string &what) {
     const bool array = name.size() > 2 && name.compare(name.size() - 2, 2, "[]") == 0;
     if (array) name.resize(name.size() - 2);
     const CMPIType type = cim::TypeNamed(name);
-    if (type == CMPI_null || type == CMPI_ref) throw Mistake(json.line, what + ": \"" + name + "\" is no CIM type");
+    if (type == CMPI_null || type == CMPI_ref) throw Mistake(json.line, what + ": \"" + name + "\" is not a CIM type");
     return static_cast<CMPIType>(type | (array ? CMPI_ARRAY : 0));
 }
 

@@ -87,7 +87,7 @@ ClassId ClassOf(const Classes &classes, const std::string &prefix, const Element
         const std::string &name = TextOf(*named, entry->What("class"));
         const ClassId type = classes.Find(name);
         if (type == kNoClass) entry->Fail(*named, "class \"" + name + "\" is not known");
-        if (!classes.IsA(type, classes.Find(base))) entry->Fail(*named, "class \"" + name + "\" is no " + base);
+        if (!classes.IsA(type, classes.Find(base))) entry->Fail(*named, "class \"" + name + "\" is not a " + base);
         return type;
     }
     ClassId type = classes.Find(prefix + kind.suffix);

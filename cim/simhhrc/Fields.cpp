@@ -108,7 +108,7 @@ std::vector<std::string> Fields::Texts(const char *name) {
 void Fields::Finish() const {
     const JsonValue::Object &members = *json.As<JsonValue::Object>();
     for (std::size_t i = 0; i < members.size(); ++i) {
-        if (!known[i]) Fail(members[i].json, "\"" + members[i].name + "\" is no member that it can have");
+        if (!known[i]) Fail(members[i].json, "\"" + members[i].name + "\" is not a member that it can have");
     }
 }
 

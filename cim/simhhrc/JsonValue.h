@@ -34,7 +34,7 @@ struct JsonValue::Member {
     JsonValue json;
 };
 
-// Throws a Mistake when the text is no JSON, has a member twice or a text with a zero character, or nests too deeply.
+// Throws a Mistake when the text is not JSON, has a member twice or a text with a zero character, or nests too deeply.
 JsonValue ParseJson(std::string_view text);
 
 } // namespace sim

@@ -11,7 +11,7 @@
 
 namespace sim {
 
-// The numbers of "0-3,8", in this order. Throws a Mistake when the text is no such range.
+// The numbers of "0-3,8", in this order. Throws a Mistake when the text is not such a range.
 std::vector<std::uint16_t> NumbersOf(const JsonValue &json, const std::string &what);
 
 // The entries of a list, each that has a member "slots" or "ids" (`ones`: which of "slot" and "id" can be many)

@@ -152,10 +152,10 @@ TEST(ClientFailures, AnswersThatAreNoAnswers) {
          "answered 404 Not Found in HTML: is this the port of a CIM server?"},
         {{200, {}, "<CIM>\n<p></CIM>"}, "answered what is not XML: line 2: Start-end tags mismatch"},
         {{200, {}, ""}, "answered what is not XML: line 1: No document element found"},
-        {otherXml, "answered XML that is no CIM answer: no CIM"},
+        {otherXml, "answered XML that is not a CIM answer: it has no CIM"},
         {CimAnswer(deep), "answered XML that nests too deeply"},
         {instance("<PROPERTY NAME=\"N\" TYPE=\"uint8\"><VALUE>256</VALUE></PROPERTY>"),
-         "answered XML that is no CIM answer: property N: \"256\" is not of type uint8"},
+         "answered XML that is not a CIM answer: property N: \"256\" is not of type uint8"},
         {CimAnswer("<ERROR CODE=\"5\" DESCRIPTION=\"CIM_Thing&#10;is unheard of\"/>"),
          "EnumerateInstances of CIM_Thing in root/cimv2: CIM error 5 (The class does not exist): "
          "CIM_Thing is unheard of"},

@@ -73,7 +73,7 @@ TEST_F(Reload, ABrokenOrVanishedFileKeepsTheLastGoodOneAndIsReportedOnce) {
     };
     Describe(WithDisks(R"({"id": "a"})"));
     expectA();
-    const std::string reason = "\"sise\" is no member that it can have";
+    const std::string reason = "\"sise\" is not a member that it can have";
     Describe(WithDisks("\n{\"id\": \"a\", \"sise\": 1}"));
     expectA();
     EXPECT_TRUE(LoggedTimes(1, LOG_ERR, File() + ":2: controller \"c0\": disk \"a\": " + reason));

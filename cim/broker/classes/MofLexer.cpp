@@ -26,7 +26,7 @@ std::string TakeEscape(std::string_view &text, int line) {
     const char *end = text.data() + std::min<std::size_t>(text.size(), 4);
     const auto [stop, error] = std::from_chars(text.data(), end, code, 16);
     if ((letter != 'x' && letter != 'X') || error != std::errc())
-        throw TextError{line, "'\\" + std::string(1, letter) + "' is no escape of a text"};
+        throw TextError{line, "'\\" + std::string(1, letter) + "' is not an escape sequence"};
     text.remove_prefix(static_cast<std::size_t>(stop - text.data()));
     return Utf8Of(code);
 }
