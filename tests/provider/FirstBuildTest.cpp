@@ -128,6 +128,7 @@ TEST(FirstBuild, IsGoneOnWithOnceAfterAStepWhoseUpCallIsLost) {
             bench.Identifiers(kBattery);
             EXPECT_TRUE(LogCapture::WaitFor("DoBuildDeviceInfoAsync done."));
         }
+        EXPECT_EQ(TheController()->ChassisList->Size, std::string(devices) == "chassis" ? 0u : 1u);
         EXPECT_TRUE(Logged(LOG_ERR, "QuarnelThread: controller c0, " + std::string(devices) +
                                         ": an up-call has not returned for * seconds\n"));
         bench.Broker().Faults().AnswerLost();
@@ -210,9 +211,10 @@ TEST(FirstBuild, ListsADeviceOnceThatARefreshWasQuickerToBuild) {
     TestClock::Advance(StateUpdateInterval);
     bench.Identifiers(kVolume);
     ASSERT_TRUE(Eventually([&] { return bench.Identifiers(kVolume).size() == 1; }));
+    bench.Change([](Hardware &hardware) { hardware.WithVolume("new", {{"pool", "p"}}); }); // not the refresh's
     gate.Open();
     ASSERT_TRUE(WorkersIdle());
-    EXPECT_THAT(bench.Identifiers(kVolume), ElementsAre("zbrStorageVolumec1_v"));
+    EXPECT_THAT(bench.Identifiers(kVolume), UnorderedElementsAre("zbrStorageVolumec1_v", "zbrStorageVolumec1_new"));
     EXPECT_THAT(bench.Identifiers(kExtent), ElementsAre("zbrStorageExtc1_d"));
     EXPECT_EQ(TheController(1)->PoolList->Size, 1u);
     bench.ExpectOnlyRecordsAlive();
