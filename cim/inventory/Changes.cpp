@@ -57,11 +57,9 @@ std::vector<Change> Compare(const Inventory &before, const Inventory &after, con
     return changes;
 }
 
-std::string TimeText(std::time_t time) { return fmt::format("{:%Y-%m-%dT%H:%M:%S}", fmt::localtime(time)); }
-
 std::string TimeWithOffset(std::time_t time) {
-    std::string offset = fmt::format("{:%z}", fmt::localtime(time)); // +0100
-    return TimeText(time) + offset.insert(offset.size() - 2, ":");
+    std::string text = fmt::format("{:%Y-%m-%dT%H:%M:%S%z}", fmt::localtime(time)); // the offset as +0100
+    return text.insert(text.size() - 2, ":");
 }
 
 std::string ToText(const Change &change, const std::string &time) {
@@ -74,8 +72,8 @@ std::string ToText(const Change &change, const std::string &time) {
     const bool stateChanged = change.before->state != change.after->state;
     if (stateChanged) lines += fmt::format("{}{} -> {}\n", start, Shown(change.before->state), Shown(item.state));
     for (const auto &column : ColumnsOf(*item.served)) {
-        // The state tells the health.
-        if (column.text == &Item::state || (stateChanged && column.text == &Item::healthWord)) continue;
+        // The state tells the verdict.
+        if (column.text == &Item::state || (stateChanged && column.text == &Item::verdictInTable)) continue;
         const std::string &from = change.before->*column.text, &to = change.after->*column.text;
         if (from == to) continue;
         lines += fmt::format("{}{} {} -> {}\n", start, column.title, Shown(from), Shown(to));

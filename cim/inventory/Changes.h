@@ -20,9 +20,7 @@ struct Change {
 // Pointers lead into the two inventories. Only `only`'s instances, when it is not null.
 std::vector<Change> Compare(const Inventory &before, const Inventory &after, const ServedClass *only);
 
-// Local time: 2026-01-05T10:02:11.
-std::string TimeText(std::time_t time);
-// With its distance from UTC: 2026-01-05T10:02:11+01:00.
+// Local time with its distance from UTC: 2026-01-05T10:02:11+01:00.
 std::string TimeWithOffset(std::time_t time);
 
 // A line for each column whose text changed, the state first:

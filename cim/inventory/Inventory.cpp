@@ -2,6 +2,8 @@
 
 #include "cim/client/Hosted.h"
 #include "cim/inventory/Captions.h"
+#include "cim/inventory/Members.h"
+#include "cim/inventory/Verdict.h"
 
 #include <fmt/format.h>
 
@@ -12,9 +14,10 @@ namespace cim {
 
 namespace {
 
-constexpr Health kHealthWords[] = {
-    {0, "Unknown", 1},        {5, "OK", 0},        {10, "Warning", 2}, {15, "Minor failure", 3},
-    {20, "Major failure", 4}, {25, "Critical", 5}, {30, "Failed", 6},
+// CIM's value map for HealthState; values outside it are "Unknown".
+constexpr std::pair<std::uint64_t, const char *> kHealthWords[] = {
+    {0, "Unknown"},        {5, "OK"},        {10, "Warning"}, {15, "Minor failure"},
+    {20, "Major failure"}, {25, "Critical"}, {30, "Failed"},
 };
 
 // CIM value maps, from 0 up. "" is a number that the map leaves out.
@@ -70,6 +73,17 @@ const std::uint64_t *NumberIn(const Instance &instance, const char *name) {
     if (value == nullptr) return nullptr;
     if (const auto *elements = value->As<Value::Elements>()) value = elements->empty() ? nullptr : &elements->front();
     return value != nullptr ? value->As<std::uint64_t>() : nullptr;
+}
+
+// The provider gives one operational status; another CIM server may tell more.
+std::vector<std::string> FurtherStatusesOf(const Instance &instance) {
+    std::vector<std::string> words;
+    const Value *value = instance.Property("OperationalStatus");
+    const auto *elements = value != nullptr ? value->As<Value::Elements>() : nullptr;
+    for (std::size_t i = 1; elements != nullptr && i < elements->size(); ++i) {
+        words.push_back(WordFor(kOperationalStatus, (*elements)[i].As<std::uint64_t>()));
+    }
+    return words;
 }
 
 // Blocks have 512 bytes also where a CIM server does not pass the disks' BlockSize on: it is of another width than the
@@ -136,6 +150,7 @@ void ReadFacts(Item &item) {
     const Instance &instance = item.instance;
     const std::uint64_t *status = NumberIn(instance, "OperationalStatus");
     item.state = item.status = WordFor(kOperationalStatus, status);
+    item.furtherStatuses = FurtherStatusesOf(instance);
     item.size = SizeOf(instance);
     item.usage = WordFor(kUsageRestriction, NumberIn(instance, "UsageRestriction"));
     item.charge = WordFor(kBatteryStatus, NumberIn(instance, "BatteryStatus"));
@@ -145,10 +160,9 @@ void ReadFacts(Item &item) {
             if (*type == number) item.portType = word;
     }
     if (const auto *state = NumberIn(instance, "HealthState")) {
-        const auto row = std::find_if(std::begin(kHealthWords), std::end(kHealthWords),
-                                      [state](const Health &health) { return health.state == *state; });
-        item.health = row != std::end(kHealthWords) ? row : kHealthWords;
-        item.healthWord = item.health->word;
+        item.healthWord = kHealthWords[0].second;
+        for (const auto &[number, word] : kHealthWords)
+            if (*state == number) item.healthWord = word;
     }
     ReadCaption(item);
     if (item.served->index == kVolume) item.state = VolumeStateOf(status, item.state);
@@ -168,8 +182,7 @@ void SortByPath(std::vector<Instance> &instances) {
 }
 
 bool ShownBefore(const Item &a, const Item &b) {
-    const int x = a.health != nullptr ? a.health->severity : 0, y = b.health != nullptr ? b.health->severity : 0;
-    if (x != y) return x > y;
+    if (a.severity != b.severity) return a.severity > b.severity;
     for (const auto fact : {&Item::controller, &Item::enclosure, &Item::slot, &Item::device}) {
         if (a.*fact != b.*fact) return NaturallyBefore(a.*fact, b.*fact);
     }
@@ -224,7 +237,12 @@ Answer<Instances> ReadInstances(Connection &server) {
 
 Answer<Instances> ReadInstances(Broker &broker) { return ReadInstances(*Hosted(broker)); }
 
-Inventory Describe(Instances instances) {
+std::string NameOf(const Item &item) {
+    if (item.controller.empty()) return fmt::format("{} {}", item.served->kind, item.id); // a key of another form
+    return fmt::format("{} {}{}{}", item.served->kind, item.controller, item.device.empty() ? "" : "/", item.device);
+}
+
+Inventory Describe(Instances instances, const Leniency &leniency) {
     Inventory inventory;
     std::vector<std::string> controllers;
     for (std::size_t i = 0; i < kServedClasses.size(); ++i) {
@@ -234,8 +252,10 @@ Inventory Describe(Instances instances) {
             ReadFacts(item);
             inventory[i].push_back(std::move(item));
         }
-        std::stable_sort(inventory[i].begin(), inventory[i].end(), ShownBefore);
     }
+    for (Item &volume : inventory[kVolume]) FindMembers(volume, inventory[kDisk]);
+    Judge(inventory, leniency);
+    for (auto &items : inventory) std::stable_sort(items.begin(), items.end(), ShownBefore);
     // The firmware that runs on a controller is an instance of its own.
     for (auto &controller : inventory[kController]) {
         for (const auto &software : inventory[kSoftware]) {
@@ -245,6 +265,16 @@ Inventory Describe(Instances instances) {
         }
     }
     return inventory;
+}
+
+std::string HostOf(const Inventory &inventory) {
+    for (const auto &items : inventory) {
+        for (const auto &item : items) {
+            const Value *name = item.instance.path->Key("SystemName");
+            if (name != nullptr && name->As<std::string>() != nullptr) return *name->As<std::string>();
+        }
+    }
+    return {};
 }
 
 } // namespace cim

@@ -47,28 +47,36 @@ void PutInOrder(Instances &instances);
 Answer<Instances> ReadInstances(Connection &server);
 Answer<Instances> ReadInstances(Broker &broker);
 
-// A row of CIM's value map for HealthState; values outside it are "Unknown".
-struct Health {
-    std::uint64_t state;
-    const char *word;
-    int severity; // the higher, the worse; what is unknown is worth a look before what is fine
+// Of a verdict: the later, the worse. What is unknown is worth a look before what is fine.
+enum class Severity { Ok, Unknown, Warning, Critical };
+const char *NameOf(Severity severity); // "OK"
+
+// What an operator may decide of verdicts.
+struct Leniency {
+    Severity rebuild = Severity::Warning; // of a disk that is being rebuilt
 };
 
 // One instance, told apart. A text that the instance does not have is empty.
 struct Item {
     const ServedClass *served = nullptr;
     Instance instance;
-    const Health *health = nullptr; // null: the class has none
-    std::string path;               // identity: the object path as text
-    std::string id;                 // the identifying key's value
-    std::string controller;         // controller's ID
-    std::string device;             // the device's own ID
+    std::string path;       // identity: the object path as text
+    std::string id;         // the identifying key's value
+    std::string controller; // controller's ID
+    std::string device;     // the device's own ID
     std::string state;  // the state word of the caption, also where it is cut off a volume's, or the operational status
     std::string status; // the operational status in words
-    std::string healthWord;
+    std::vector<std::string> furtherStatuses;
+    std::string healthWord; // HealthState's
+    Severity severity = Severity::Ok;
+    std::string verdict;        // the severity's name; empty: the class is not judged
+    std::string reason;         // why it is not OK
+    std::string verdictInTable; // beside the state, which may tell the reason: "CRITICAL", "WARNING: no disks known"
     std::string name, model, package, firmware; // package: the software bundle's version
     std::string level, size, drives;            // of volumes; disks have a size, too
     std::string driveList;                      // the volume's drives as its caption has them; SplitDrives reads it
+    std::vector<std::string> members;           // paths of these disks, in that order; what no disk goes by is left out
+    bool membersCut = false;                    // the caption ends before its list does
     std::string enclosure, slot;                // of disks
     std::string portType, usage;                // of ports
     std::string charge;                         // of batteries
@@ -81,19 +89,37 @@ struct Fact {
     bool right = false; // a number: columns of it are aligned right
 };
 inline constexpr Fact kFacts[] = {
-    {"controller", &Item::controller}, {"device", &Item::device},     {"state", &Item::state},
-    {"health", &Item::healthWord},     {"name", &Item::name},         {"model", &Item::model},
-    {"package", &Item::package},       {"firmware", &Item::firmware}, {"level", &Item::level},
-    {"size", &Item::size, true},       {"drives", &Item::drives},     {"enclosure", &Item::enclosure},
-    {"slot", &Item::slot, true},       {"type", &Item::portType},     {"usage", &Item::usage},
+    {"controller", &Item::controller},
+    {"device", &Item::device},
+    {"state", &Item::state},
+    {"verdict", &Item::verdict},
+    {"reason", &Item::reason},
+    {"health", &Item::healthWord},
+    {"name", &Item::name},
+    {"model", &Item::model},
+    {"package", &Item::package},
+    {"firmware", &Item::firmware},
+    {"level", &Item::level},
+    {"size", &Item::size, true},
+    {"drives", &Item::drives},
+    {"enclosure", &Item::enclosure},
+    {"slot", &Item::slot, true},
+    {"type", &Item::portType},
+    {"usage", &Item::usage},
     {"charge", &Item::charge},
 };
 
 // A property's text; empty when it has none.
 const std::string &TextIn(const Instance &instance, const char *property);
 
-// Items by class. Worst health first, then by controller and place.
+// "disk c0/252:4"
+std::string NameOf(const Item &item);
+
+// Items by class. Worst verdict first, then by controller and place.
 using Inventory = std::array<std::vector<Item>, kServedClasses.size()>;
-Inventory Describe(Instances instances);
+Inventory Describe(Instances instances, const Leniency &leniency = {});
+
+// The name of the machine, which every device's key has. Empty without devices.
+std::string HostOf(const Inventory &inventory);
 
 } // namespace cim

@@ -1,5 +1,7 @@
 #include "cim/inventory/Json.h"
 
+#include "cim/inventory/Changes.h"
+#include "cim/inventory/Verdict.h"
 #include "cim/values/Text.h"
 
 #include <map>
@@ -43,22 +45,33 @@ Json ToJson(const Instance &instance) {
     return {{"path", instance.path->ToString()}, {"properties", std::move(properties)}};
 }
 
-Json ToJson(const Instances &instances, const ServedClass *only) {
-    Json all = Json::object();
-    for (std::size_t i = 0; i < kServedClasses.size(); ++i) {
-        if (only != nullptr && only != &kServedClasses[i]) continue;
-        Json &array = all[kServedClasses[i].name] = Json::array();
-        for (const auto &instance : instances[i]) array.push_back(ToJson(instance));
-    }
-    return all;
-}
-
 Json FactsOf(const Item &item) {
     Json facts = Json::object();
     for (const Fact &fact : kFacts) {
         if (!(item.*fact.text).empty()) facts[fact.name] = item.*fact.text;
     }
+    if (item.served->index == kVolume) {
+        facts["members"] = item.members;
+        facts["membersCut"] = item.membersCut;
+    }
     return facts;
+}
+
+Json ToJson(const Inventory &inventory, const Looked &looked, const ServedClass *only) {
+    Json document = {{"time", TimeWithOffset(looked.time)},
+                     {"host", HostOf(inventory)},
+                     {"version", QUARNEL_VERSION},
+                     {"verdict", NameOf(WorstOf(inventory, looked.gone))}};
+    if (looked.sample) document["source"] = kSampleHardware;
+    for (const auto &served : kServedClasses) {
+        if (only != nullptr && only != &served) continue;
+        Json &items = document[served.name] = Json::array();
+        for (const Item &item : inventory[served.index]) {
+            items.push_back(ToJson(item.instance));
+            items.back()["facts"] = FactsOf(item);
+        }
+    }
+    return document;
 }
 
 std::string Dump(const Json &json, int indent) { return json.dump(indent, ' ', false, Json::error_handler_t::replace); }

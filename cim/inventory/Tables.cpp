@@ -1,10 +1,11 @@
 #include "cim/inventory/Tables.h"
 
+#include "cim/inventory/Verdict.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cctype>
-#include <map>
 
 namespace cim {
 
@@ -12,12 +13,12 @@ namespace {
 
 // The columns of each class's table, by facts.
 const std::array<std::vector<std::string_view>, kServedClasses.size()> kColumns{{
-    {"controller", "model", "package", "firmware", "state", "health"},
+    {"controller", "model", "package", "firmware", "state", "verdict"},
     {"controller", "model", "package", "firmware"},
-    {"controller", "device", "name", "level", "size", "state", "health", "drives"},
-    {"controller", "enclosure", "slot", "device", "size", "firmware", "state", "health"},
-    {"controller", "device", "name", "type", "usage", "state", "health"},
-    {"controller", "device", "charge", "state", "health"},
+    {"controller", "device", "name", "level", "size", "state", "verdict", "drives"},
+    {"controller", "enclosure", "slot", "device", "size", "firmware", "state", "verdict"},
+    {"controller", "device", "name", "type", "usage", "state", "verdict"},
+    {"controller", "device", "charge", "state", "verdict"},
 }};
 
 std::string InCapitals(std::string text, std::size_t count = std::string::npos) {
@@ -32,13 +33,9 @@ struct Look {
     const char *mark;
     const char *style;
 };
-constexpr Look kLooks[] = {
-    {"", ""}, {"?", kMagenta}, {"!", kYellow}, {"!", kYellow}, {"!!", kRed}, {"!!", kRed}, {"!!", kRed},
-};
+constexpr Look kLooks[] = {{"", ""}, {"?", kMagenta}, {"!", kYellow}, {"!!", kRed}};
 
-Look LookOf(const Item &item) {
-    return item.health != nullptr ? kLooks[static_cast<std::size_t>(item.health->severity)] : kLooks[0];
-}
+Look LookOf(const Item &item) { return kLooks[static_cast<std::size_t>(item.severity)]; }
 
 // The heading, and a line for each of the first items.
 std::string TableOf(const ServedClass &served, const std::vector<Item> &items, std::size_t count,
@@ -94,25 +91,16 @@ void Fit(std::vector<Section> &sections, std::size_t height) {
 constexpr const char *kSampleNotice = "Sample hardware, not this machine's: --hardware FILE or --url URL shows other";
 
 std::string CountLine(const std::vector<Section> &sections, bool sample) {
-    std::map<int, std::pair<const char *, std::size_t>, std::greater<>> counts; // worst first
+    Tally tally;
     std::size_t total = 0;
     for (const auto &section : sections) {
-        for (const auto &item : *section.items) {
-            ++total;
-            if (item.health == nullptr) continue;
-            auto &count = counts[item.health->severity];
-            count.first = item.health->word;
-            ++count.second;
-        }
+        total += section.items->size();
+        tally.Add(*section.items);
     }
     std::string line = Counted(total, "instance", "instances");
     if (sample) line += fmt::format(" of {}", kSampleHardware);
-    const char *separator = ": ";
-    for (const auto &[severity, count] : counts) {
-        line += fmt::format("{}{} {}", separator, count.second, count.first);
-        separator = ", ";
-    }
-    return line + "\n";
+    const std::string counts = tally.Text();
+    return line + (counts.empty() ? "" : ": ") + counts + "\n";
 }
 
 } // namespace
@@ -123,7 +111,8 @@ std::vector<ItemColumn> ColumnsOf(const ServedClass &served) {
         const auto &fact =
             *std::find_if(std::begin(kFacts), std::end(kFacts), [name](const Fact &each) { return name == each.name; });
         const char *title = name == "device" ? served.kind : name == "usage" ? "use" : fact.name;
-        columns.push_back({title, fact.text, fact.right || (name == "device" && served.index == kVolume)});
+        const auto text = name == "verdict" ? &Item::verdictInTable : fact.text;
+        columns.push_back({title, text, fact.right || (name == "device" && served.index == kVolume)});
     }
     return columns;
 }
@@ -153,7 +142,7 @@ std::string RenderTables(const Inventory &inventory, const TablesOptions &option
         text += "\n" + TableOf(*served, *items, shown, options);
         if (shown < items->size()) {
             text += fmt::format("   ... and {} more, none worse than {}\n", items->size() - shown,
-                                (*items)[shown].health != nullptr ? (*items)[shown].health->word : "these");
+                                (*items)[shown].verdict.empty() ? "these" : (*items)[shown].verdict);
         }
         text += "\n";
     }

@@ -1,4 +1,5 @@
-// The tables of `quarnel list` and `quarnel watch`: one a kind, the worst health first, a count per health at the end.
+// The tables of `quarnel list` and `quarnel watch`: one a kind, the worst verdict first, a count per verdict at the
+// end.
 #pragma once
 
 #include "cim/inventory/Inventory.h"

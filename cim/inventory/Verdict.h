@@ -1,39 +1,38 @@
-// What a monitoring system is told of an inventory, by the common rules for its plug-ins.
+// What is thought of each thing, and why: judged here alone, so that no view says otherwise.
 #pragma once
 
 #include "cim/inventory/Inventory.h"
 
 #include <array>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace cim {
 
-enum class Verdict { Ok, Warning, Critical, Unknown }; // the plug-in's exit statuses
-const char *NameOf(Verdict verdict);                   // "OK"
+// Gives each item its verdict.
+void Judge(Inventory &inventory, const Leniency &leniency);
 
-struct CheckRules {
-    const ServedClass *only = nullptr; // null: all
-    std::vector<std::string> ignored;  // shell patterns for names ("disk c0/252:4"), keys and captions
-    std::array<std::optional<std::size_t>, kServedClasses.size()> expected; // as many at least
-    Verdict rebuild = Verdict::Warning;
-    bool sample = false;  // say that this is the sample hardware
-    bool verbose = false; // list what is fine, too
+// How many things are in which verdict, and of the whole the worst one; without a controller it is UNKNOWN at least.
+// What is gone counts as it is judged.
+class Tally {
+public:
+    void Add(Severity severity, std::size_t count = 1) { counts[static_cast<std::size_t>(severity)] += count; }
+    // All that has a verdict.
+    void Add(const std::vector<Item> &items);
+    Severity Worst() const;
+    std::string Text() const; // "1 CRITICAL, 2 WARNING, 17 OK"
+
+private:
+    std::array<std::size_t, 4> counts{}; // by severity
 };
 
-struct CheckResult {
-    Verdict verdict = Verdict::Ok;
-    std::string output; // "VERDICT: text | performance data", then a line for each thing that is not fine
-};
+// Of everything that there is: "CRITICAL". `gone` is how many things are gone.
+Severity WorstOf(const Inventory &inventory, std::size_t gone);
 
-// `unread` says why the inventory may not be all of it; empty when it is.
-CheckResult Check(const Inventory &inventory, const CheckRules &rules, const std::string &unread);
+// Of a thing that was there and is not any more.
+constexpr Severity kGoneSeverity = Severity::Warning;
 
-// When there is no inventory to check.
-CheckResult CannotCheck(const std::string &reason, Verdict verdict = Verdict::Unknown);
-
-// Which state is which verdict, as lines for people.
-std::string StateTable();
+// The rules, as lines for people.
+std::string RulesTable();
 
 } // namespace cim

@@ -6,8 +6,7 @@
 
 namespace cim::picture {
 
-// The shape of `quarnel list --json`, where each instance has its "facts" besides, and "time", "age",
-// "watchedSince", "system" and "changes" (docs/picture.md), and "source" when it is the sample hardware.
+// What `quarnel list --json` prints, and "age", "watchedSince", "gone" and "changes" (docs/picture.md).
 Json InventoryDocument(const Observation &observation, bool sample);
 
 } // namespace cim::picture

@@ -20,9 +20,15 @@ Json ChangedFacts(const Json &before, const Json &after) {
 void ChangeLog::Add(const Change &change, const std::string &time) {
     Json entry = {{"number", ++added}};
     entry.update(cim::ToJson(change, time));
-    const Json facts = FactsOf(change.Subject());
+    const auto withoutMembers = [](const Item &item) {
+        Json facts = FactsOf(item);
+        facts.erase("members");
+        facts.erase("membersCut");
+        return facts;
+    };
+    const Json facts = withoutMembers(change.Subject());
     if (change.before != nullptr && change.after != nullptr) {
-        entry["factChanges"] = ChangedFacts(FactsOf(*change.before), facts);
+        entry["factChanges"] = ChangedFacts(withoutMembers(*change.before), facts);
     }
     entry["facts"] = facts;
     newestFirst.push_front(std::move(entry));
@@ -71,8 +77,9 @@ void Observer::Look() {
     } else {
         const auto changes = Compare(known.inventory, now, nullptr);
         if (!changes.empty()) ++known.version;
-        for (const auto &change : changes) known.log.Add(change, TimeText(known.time));
+        for (const auto &change : changes) known.log.Add(change, TimeWithOffset(known.time));
     }
+    known.memory.Note(now, known.time);
     known.inventory = std::move(now); // what the changes' pointers led into
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cim/inventory/Changes.h"
+#include "cim/inventory/Gone.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -35,6 +36,7 @@ private:
 // What is known after a look.
 struct Observation {
     Inventory inventory;
+    Memory memory;
     ChangeLog log;
     std::uint64_t version = 0; // another one whenever inventory or log is another; 0: nothing could be read yet
     std::time_t since = 0;     // first look that could read

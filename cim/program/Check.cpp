@@ -1,4 +1,5 @@
 // quarnel check: a plug-in for monitoring systems.
+#include "cim/inventory/Check.h"
 #include "cim/inventory/Verdict.h"
 #include "cim/program/Command.h"
 #include "cim/program/Terminal.h"
@@ -16,7 +17,8 @@ namespace {
 struct CheckOptions {
     SourceOptions source;
     CheckRules rules;
-    Verdict unreachable = Verdict::Unknown;
+    Leniency leniency;
+    Severity unreachable = Severity::Unknown;
 };
 
 std::string Trimmed(const std::string &text) {
@@ -53,28 +55,26 @@ CheckResult ResultOf(const CheckOptions &options) {
     auto instances = source->Read();
     if (!instances.Ok()) {
         const bool unreachable = instances.status.rc == kNoAnswer; // a CIM error is an answer
-        return CannotCheck(instances.status.message, unreachable ? options.unreachable : Verdict::Unknown);
+        return CannotCheck(instances.status.message, unreachable ? options.unreachable : Severity::Unknown);
     }
     CheckRules rules = options.rules;
     rules.sample = options.source.IsSample();
-    return Check(Describe(std::move(instances.value)), rules, source->Unread());
+    return Check(Describe(std::move(instances.value), options.leniency), rules, source->Unread());
 }
 
 // --NAME VERDICT, one of those words.
-void AddVerdict(CLI::App &command, const char *name, Verdict &verdict, const std::vector<Verdict> &allowed,
+void AddVerdict(CLI::App &command, const char *name, Severity &severity, const std::vector<Severity> &allowed,
                 const char *help) {
-    std::map<std::string, Verdict> words;
-    for (const Verdict each : allowed) words[LowerCase(NameOf(each))] = each;
+    std::map<std::string, Severity> words;
+    for (const Severity each : allowed) words[LowerCase(NameOf(each))] = each;
     command
         .add_option_function<std::string>(
-            name, [&verdict, words](const std::string &word) { verdict = words.at(word); }, help)
+            name, [&severity, words](const std::string &word) { severity = words.at(word); }, help)
         ->check(CLI::IsMember(words).description(""))
         ->type_name("VERDICT");
 }
 
-int Tell(const CheckResult &result) {
-    return static_cast<int>(Print(result.output) ? result.verdict : Verdict::Unknown);
-}
+int Tell(const CheckResult &result) { return ExitStatusOf(Print(result.output) ? result.severity : Severity::Unknown); }
 
 } // namespace
 
@@ -103,9 +103,10 @@ void AddCheck(CLI::App &program, Run &run) {
         ->delimiter(',')
         ->type_name("COUNTS")
         ->allow_extra_args(false);
-    AddVerdict(*command, "--rebuild", options->rules.rebuild, {Verdict::Ok, Verdict::Warning},
+    AddVerdict(*command, "--rebuild", options->leniency.rebuild, {Severity::Ok, Severity::Warning},
                "what a disk that is being rebuilt is: ok or warning (default: warning)");
-    AddVerdict(*command, "--unreachable", options->unreachable, {Verdict::Warning, Verdict::Critical, Verdict::Unknown},
+    AddVerdict(*command, "--unreachable", options->unreachable,
+               {Severity::Warning, Severity::Critical, Severity::Unknown},
                "what a server is that gives no CIM answer: warning, critical or unknown (default: unknown)");
     command->footer(
         "The output is one line, VERDICT: TEXT | PERFORMANCE DATA, and then a line for each thing that is\n"
@@ -113,7 +114,7 @@ void AddCheck(CLI::App &program, Run &run) {
         "UNKNOWN; the worst decides. UNKNOWN is a command line that names neither a server nor hardware, a\n"
         "server that does not answer (--unreachable), one without controllers, and a controller whose devices\n"
         "have not been read yet. Missing what --expect says is CRITICAL.\n\n" +
-        StateTable());
+        RulesTable());
     command->callback([&run, options] { run = [options] { return Tell(ResultOf(*options)); }; });
 }
 

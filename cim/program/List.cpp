@@ -40,18 +40,16 @@ int List(const ListOptions &options) {
         const bool hosted = source->Hosts() != nullptr;
         Say(std::string("no controller was found") + (hosted ? "; --log info tells how far the search came" : ""));
     }
+    const Inventory inventory = Describe(std::move(instances.value));
     std::string text;
     if (options.json) {
-        Json json = Json::object();
-        if (options.source.IsSample()) json["source"] = kSampleHardware;
-        json.update(ToJson(instances.value, options.only));
-        text = Dump(json, 2) + "\n";
+        text = Dump(ToJson(inventory, {std::time(nullptr), options.source.IsSample()}, options.only), 2) + "\n";
     } else {
         TablesOptions tables;
         tables.sample = options.source.IsSample();
         tables.only = options.only;
         tables.text.colour = WantsColour();
-        text = RenderTables(Describe(std::move(instances.value)), tables);
+        text = RenderTables(inventory, tables);
     }
     if (!Print(text)) return Fail(kExitFailed, "cannot write to standard output");
     if (options.stats) PrintStats(*source->Hosts());
@@ -67,8 +65,8 @@ void AddList(CLI::App &program, Run &run) {
     AddSourceOptions(*command, options->source);
     AddClassOption(*command, options->only);
     command->add_flag("--json", options->json,
-                      "one JSON object: for each served class an array of {\"path\": ..., \"properties\": {...}}; "
-                      "\"source\" when it is the sample");
+                      "one JSON object: time, host, version and verdict, and for each served class an array of "
+                      "{\"path\": ..., \"properties\": {...}, \"facts\": {...}}");
     command
         ->add_flag("--stats", options->stats, "also count up-calls and live objects, on standard error; not with --url")
         ->excludes("--url");

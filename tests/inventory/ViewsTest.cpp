@@ -1,6 +1,8 @@
 // What is said of a server in tables, lines and JSON and to a monitoring system. views/NAME.json has servers and the
 // views wanted of them, views/NAME.txt what they say.
 #include "cim/inventory/Changes.h"
+#include "cim/inventory/Check.h"
+#include "cim/inventory/Gone.h"
 #include "cim/inventory/Tables.h"
 #include "cim/inventory/Verdict.h"
 #include "tests/support/Golden.h"
@@ -47,11 +49,12 @@ std::string CheckView(const Json &server, const Json &options) {
     rules.ignored = options.value("ignore", std::vector<std::string>());
     const Json expected = options.value("expect", Json::object());
     for (const auto &[kind, count] : expected.items()) rules.expected[FindServedClass(kind)->index] = count;
-    if (options.contains("rebuild")) rules.rebuild = Verdict::Ok;
+    Leniency leniency;
+    if (options.contains("rebuild")) leniency.rebuild = Severity::Ok;
     rules.sample = options.value("sample", false);
     rules.verbose = options.value("verbose", false);
-    const auto result = Check(Describe(Read(server)), rules, options.value("unread", std::string()));
-    return std::to_string(static_cast<int>(result.verdict)) + " " + result.output;
+    const auto result = Check(Describe(Read(server), leniency), rules, options.value("unread", std::string()));
+    return std::to_string(ExitStatusOf(result.severity)) + " " + result.output;
 }
 
 std::string ChangesView(const Json &before, const Json &after, const Json &options) {
@@ -59,6 +62,30 @@ std::string ChangesView(const Json &before, const Json &after, const Json &optio
     std::string text;
     for (const auto &change : Compare(former, latter, Only(options))) {
         text += options.value("json", false) ? Dump(ToJson(change, "NOW"), 1) + "\n" : ToText(change, "NOW");
+    }
+    return text;
+}
+
+std::string JsonView(const Json &server, const Json &options) {
+    Json document = ToJson(Describe(Read(server)), {0, options.value("sample", false)}, Only(options));
+    for (const char *varies : {"time", "version"}) EXPECT_EQ(document.erase(varies), 1u) << varies;
+    return Dump(document, 1) + "\n";
+}
+
+// After each of the steps, which are JSON patches; a step is a second.
+std::string GoneView(const Json &before, const Json &steps) {
+    Memory memory;
+    Json server = before;
+    std::string text;
+    for (std::time_t now = 0; now <= static_cast<std::time_t>(steps.size()); ++now) {
+        if (now > 0) server = server.patch(steps[static_cast<std::size_t>(now) - 1]);
+        memory.Note(Describe(Read(server)), now);
+        text += std::to_string(now) + ":\n";
+        for (const Gone &gone : memory.All()) {
+            const std::string reason = ReasonOf(gone);
+            text += "  " + gone.name + ", gone since " + std::to_string(gone.since) +
+                    reason.substr(std::min(reason.find(','), reason.size())) + "\n";
+        }
     }
     return text;
 }
@@ -75,8 +102,9 @@ std::string View(const Json &servers, const std::string &what, const Json &optio
     const Json &server = servers.at(options.value("of", std::string("server")));
     if (what == "tables") return TablesView(server, options);
     if (what == "check") return CheckView(server, options);
+    if (what == "gone") return GoneView(server, options.at("steps"));
     if (what == "facts") return FactsView(server);
-    if (what == "json") return Dump(ToJson(Read(server), Only(options)), 1) + "\n";
+    if (what == "json") return JsonView(server, options);
     return ChangesView(server, servers.at("after"), options);
 }
 
@@ -93,12 +121,13 @@ TEST_P(Views, AreAsExpected) {
     support::ExpectGolden(kViews / (GetParam() + ".txt"), text);
 }
 
-INSTANTIATE_TEST_SUITE_P(Inventory, Views, testing::Values("kinds", "states", "captions", "odd", "missing", "changes"));
+INSTANTIATE_TEST_SUITE_P(Inventory, Views,
+                         testing::Values("kinds", "states", "captions", "odd", "missing", "changes", "gone"));
 
-TEST(Verdict, TheStateTableAndWhatCannotBeChecked) {
-    support::ExpectGolden(kViews / "state-table.txt", StateTable());
+TEST(Verdict, TheRulesAndWhatCannotBeChecked) {
+    support::ExpectGolden(kViews / "rules.txt", RulesTable());
     EXPECT_EQ(CannotCheck("http://x: a | b\n").output, "UNKNOWN: http://x: a / b?\n");
-    EXPECT_EQ(CannotCheck("gone", Verdict::Critical).output, "CRITICAL: gone\n");
+    EXPECT_EQ(CannotCheck("gone", Severity::Critical).output, "CRITICAL: gone\n");
 }
 
 TEST(Changes, ATimeTellsItsDistanceFromUtc) {

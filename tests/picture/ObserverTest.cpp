@@ -38,6 +38,8 @@ TEST(Observer, LogsWhatChangedNewestFirst) {
     EXPECT_EQ(change["previousState"], "ONLINE");
     EXPECT_EQ(change["facts"]["slot"], "2");
     EXPECT_EQ(change["factChanges"], Json::parse(R"({"state": {"from": "ONLINE", "to": "FAILED"},
+                                                     "verdict": {"from": "OK", "to": "CRITICAL"},
+                                                     "reason": {"from": null, "to": "FAILED"},
                                                      "health": {"from": "OK", "to": "Failed"}})"));
 
     hardware.Nothing();

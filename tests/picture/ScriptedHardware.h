@@ -19,13 +19,13 @@ public:
         };
     }
 
-    // One disk in slot 2 of enclosure 252, in that state and with that firmware.
+    // A controller and one disk in slot 2 of enclosure 252, in that state and with that firmware.
     void Disk(const std::string &state, int status, int health, const std::string &firmware = "1") {
         const std::string caption = "Drive 2 in enclosure 252 on controller c0 Fw: " + firmware + " - " + state;
         Json disk = {{"id", "c0_2"}, {"Caption", caption}, {"OperationalStatus", {status}}, {"HealthState", health}};
-        Is({{}, support::InstancesOf({{"disk", Json::array({disk})}})});
+        Disks(Json::array({disk}));
     }
-    void Nothing() { Is({}); }
+    void Nothing() { Disks(Json::array()); }
     void Fails(const std::string &reason) { Is({{CMPI_RC_ERR_FAILED, reason}, {}}); }
 
     int Looks() {
@@ -38,6 +38,11 @@ public:
     }
 
 private:
+    void Disks(const Json &disks) {
+        Json server = {{"disk", disks}};
+        server["controller"].push_back({{"id", "c0"}, {"OperationalStatus", {2}}});
+        Is({{}, support::InstancesOf(server)});
+    }
     void Is(Answer<Instances> now) {
         const std::lock_guard lock(mutex);
         answer = std::move(now);

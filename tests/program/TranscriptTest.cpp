@@ -82,7 +82,8 @@ private:
             Replace(said, "\r", "");
             Replace(said, "\033", "<ESC>");
             Replace(said, server ? server->Url() : "", "$URL");
-            said = std::regex_replace(said, std::regex(R"re((SystemName(=\\?"|": "))[^"\\]*)re"), "$1HOST");
+            said = std::regex_replace(said, std::regex(R"re(((?:SystemName|"host)(=\\?"|": "))[^"\\]*)re"), "$1HOST");
+            said = std::regex_replace(said, std::regex(R"re(("(time|version)": ")[^"]*)re"), "$1...");
             all += before + said + (status != 0 ? "= " + std::to_string(status) + "\n" : "");
         }
         text = all + text;

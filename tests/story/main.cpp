@@ -24,7 +24,7 @@ void Tell() {
         std::set<std::string> changed;
         std::set<const ServedClass *> kinds;
         for (const Change &change : stage.Play(step)) {
-            text += ToText(change, TimeText(std::time(nullptr)));
+            text += ToText(change, TimeWithOffset(std::time(nullptr)));
             changed.insert(change.Subject().path);
             kinds.insert(change.Subject().served);
         }
