@@ -214,8 +214,7 @@ void SortByPath(std::vector<Instance> &instances) {
     for (std::size_t i = 0; i < paths.size(); ++i) instances[i] = std::move(paths[i].second);
 }
 
-bool ShownBefore(const Item &a, const Item &b) {
-    if (a.severity != b.severity) return a.severity > b.severity;
+bool StandsBefore(const Item &a, const Item &b) {
     for (const auto fact : {&Item::controller, &Item::enclosure, &Item::slot, &Item::device}) {
         if (a.*fact != b.*fact) return NaturallyBefore(a.*fact, b.*fact);
     }
@@ -288,7 +287,11 @@ Inventory Describe(Instances instances, const Leniency &leniency) {
     }
     for (Item &volume : inventory[kVolume]) FindMembers(volume, inventory[kDisk]);
     Judge(inventory, leniency);
-    for (auto &items : inventory) std::stable_sort(items.begin(), items.end(), ShownBefore);
+    SortByPlace(inventory);
+    for (auto &items : inventory) {
+        std::stable_sort(items.begin(), items.end(),
+                         [](const Item &a, const Item &b) { return a.severity > b.severity; });
+    }
     // The firmware that runs on a controller is an instance of its own.
     for (auto &controller : inventory[kController]) {
         for (const auto &software : inventory[kSoftware]) {
@@ -298,6 +301,10 @@ Inventory Describe(Instances instances, const Leniency &leniency) {
         }
     }
     return inventory;
+}
+
+void SortByPlace(Inventory &inventory) {
+    for (auto &items : inventory) std::stable_sort(items.begin(), items.end(), StandsBefore);
 }
 
 std::string HostOf(const Inventory &inventory) {

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace cim {
 
@@ -47,6 +48,9 @@ void AddPlugInSourceOptions(CLI::App &command, SourceOptions &options);
 
 // --class NAME, one of the served classes; null without the option.
 void AddClassOption(CLI::App &command, const ServedClass *&only);
+
+// An option that can be given again; its values, which are IDs, are not empty.
+void AddTexts(CLI::App &command, const std::string &name, std::vector<std::string> &texts, const std::string &help);
 
 // An option whose value is a decimal number from `first` to `last`: std::uint16_t for whole ones, or double.
 template <class Number>
