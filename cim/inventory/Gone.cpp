@@ -24,8 +24,11 @@ std::string EnclosureOf(const Item &item) {
     return fmt::format("enclosure {} of controller {}", item.enclosure, item.controller);
 }
 
+// One kind after the other on each controller.
 bool ByPlace(const Item &a, const Item &b) {
-    for (const auto fact : {&Item::controller, &Item::enclosure, &Item::slot, &Item::device}) {
+    if (a.controller != b.controller) return NaturallyBefore(a.controller, b.controller);
+    if (a.served != b.served) return a.served->index < b.served->index;
+    for (const auto fact : {&Item::enclosure, &Item::slot, &Item::device}) {
         if (a.*fact != b.*fact) return NaturallyBefore(a.*fact, b.*fact);
     }
     return a.path < b.path;

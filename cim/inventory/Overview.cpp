@@ -13,13 +13,19 @@ namespace cim {
 
 namespace {
 
-// With fewer lines, blank ones, and titles and reasons, are left out.
+// With fewer lines, blank ones, or titles and reasons, are left out.
 constexpr std::size_t kRoomForBlanks = 16, kRoomForTitles = 8;
 
 constexpr const char *kRecoveredMark = "+ ";
 
 std::size_t LinesOf(const std::string &text) {
     return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+std::size_t LinesOf(const GridText &table) {
+    std::size_t lines = 0;
+    for (const auto &row : table.rows) lines += LinesOf(row);
+    return lines;
 }
 
 // A thing of any kind.
@@ -136,14 +142,19 @@ private:
         if (entries.empty() || left == 0) return;
         Grid grid = GridOfEntries();
         for (const Entry &entry : entries) grid.rows.push_back(entry.row);
-        const auto silent = [](const Grid::Row &row) { return row.cells.back().empty(); };
         const bool roomy = left >= kRoomForTitles;
+        const auto silent = [](const Grid::Row &row) { return row.cells.back().empty(); };
         if (!roomy || std::all_of(grid.rows.begin(), grid.rows.end(), silent)) grid.columns.pop_back();
-        const GridText table = TextOf(grid, options.text);
+        GridText table = TextOf(grid, options.text);
+        if (LinesOf(table) + (roomy ? 2 : 0) > left && grid.columns.back().remark) {
+            grid.columns.pop_back(); // rather more things than their reasons
+            table = TextOf(grid, options.text);
+        }
         if (roomy) Add(Styled(title, kBold, options.text) + "\n" + table.heading);
         for (std::size_t i = 0; i < entries.size(); ++i) {
             const bool last = i + 1 == entries.size();
             if (LinesOf(table.rows[i]) + (last ? 0 : 1) > left) {
+                if (entries[i].severity == Severity::Ok) break;
                 AddMore(fmt::format("{} more, none worse than {}", entries.size() - i, NameOf(entries[i].severity)));
                 left = 0; // for anything better
                 return;

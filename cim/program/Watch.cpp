@@ -144,7 +144,7 @@ bool Watcher::PrintNews() {
 
 void Watcher::NoteNews() {
     if (const auto news = LookAtFile()) {
-        notice = Printable(news->reason);
+        notice = (news->rejected ? "hardware rejected: " : "") + Printable(news->reason);
         noticeStays = news->rejected;
         if (isatty(STDERR_FILENO) == 0) Say(news->reason);
     } else if (!noticeStays) {
