@@ -74,7 +74,8 @@ follow('a hardware file that is rejected is announced until it is read again', a
     });
     const alert = page.getByRole('alert');
     await alert.waitFor();
-    assert.match(await alert.innerText(), /^The hardware .* since .*hardware\.json:\d+: .*\. Shown is what it said before\.$/);
+    assert.match(await alert.innerText(),
+        /^The hardware .* since .*hardware\.json:\d+: .*\. Shown is what it said before\.$/);
     assert.equal(await page.evaluate(letters), 'OOOOOOOS');
     await server.change((description) => {
         description.controllers[0].disks[0].slot = 0;

@@ -19,6 +19,7 @@ export const sample = (name) => JSON.parse(readFileSync(join(root, 'hardware', `
 export const eightControllers = () => ({
     controllers: Array.from({length: 8}, (_, number) => ({
         id: `c${number}`, model: 'Acme Anvil X960-16e', pools: [{id: 'dg0'}],
+        software: [{kind: 'firmware', version: '4.86.00-1203'}, {kind: 'bundle', version: '24.9.1-0125'}],
         enclosures: ['A', 'B'].map((id) => ({id, slots: 30})),
         disks: ['A', 'B'].map((enclosure) => ({enclosure, slots: '0-29', pool: 'dg0', size: '18TB', status: 'online'})),
         volumes: [{id: '0', name: `vault-${number}`, raid: 'RAID60', pool: 'dg0', size: '500TB'}],

@@ -22,6 +22,10 @@ for (const colorScheme of ['light', 'dark']) {
         const listed = await page.locator('.finding').count();
         assert.ok(listed > 12);
         assert.equal(await page.locator('.finding:visible').count(), 12);
+        const more = page.getByRole('button', {name: `${listed - 12} more`});
+        await more.click();
+        assert.equal(await page.locator('.finding:visible').count(), listed);
+        await more.click();
         await page.getByRole('button', {name: 'Controller c0'}).click();
         await page.getByLabel('Search').fill('nothing has this');
         assert.equal(await page.locator('.bay:visible').count(), 0);

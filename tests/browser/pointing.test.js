@@ -106,13 +106,14 @@ async function findingsOf(page, where, rules) {
     return result.violations.map(({id, nodes}) => `${nodes.length} of ${id}, as ${nodes[0].html}`);
 }
 
-const nothing = {time: '2026-01-05T10:02:11Z', watchedSince: '2026-01-05T10:00:00Z', host: '', source: 'sample hardware'};
+const nothing = {time: '2026-01-05T10:02:11Z', watchedSince: '2026-01-05T10:00:00Z', host: '',
+    source: 'sample hardware'};
 
 for (const colorScheme of ['light', 'dark']) {
     point(`accessibility rules hold with anything folded, searched for and shown, in ${colorScheme}`, async (page) => {
         assert.deepEqual(await findingsOf(page, 'html', kRules), []);
-        const levels = await page.locator('h1, h2, h3').evaluateAll((all) => all.map((node) => Number(node.tagName[1])));
-        levels.forEach((level, index) => assert.ok(level <= (levels[index - 1] ?? 0) + 1, `${levels}`));
+        const levels = await page.locator('h1, h2, h3').evaluateAll((all) => all.map(({tagName}) => tagName[1]));
+        levels.forEach((level, index) => assert.ok(level <= Number(levels[index - 1] ?? 0) + 1, `${levels}`));
         await page.getByRole('button', {name: 'Controller c1'}).click();
         await page.getByLabel('Search').fill('K5B0');
         await page.getByRole('link', {name: /slot 18 of enclosure 34/}).click();

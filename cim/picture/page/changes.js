@@ -23,7 +23,7 @@ function groupView(group) {
     if (group.length === 1) return {node: changeElement(group[0]), update() {}};
     const node = element('li', 'change');
     node.append(makeFold(node, nameOfAll(group)).button, ' ', ...stepsOfAll(group).map(stepElement),
-        element('ul', 'folds', ...group.map(changeElement)));
+        element('ul', 'folds', ...[...group].reverse().map(changeElement)));
     return {node, update() {}};
 }
 

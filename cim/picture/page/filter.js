@@ -12,7 +12,11 @@ const groups = {
         order: [...kinds.keys()],
         word: (kind, count) => (count === 1 ? kind : kinds.get(kind)),
     },
-    states: {valueOf: ({since, facts}) => (since ? 'gone' : facts.state ?? '–'), order: states, word: (state) => state.toLowerCase()},
+    states: {
+        valueOf: ({since, facts}) => (since === undefined ? facts.state ?? '–' : 'gone'),
+        order: states,
+        word: (state) => state.toLowerCase(),
+    },
 };
 
 const haystacks = new WeakMap();
@@ -44,11 +48,13 @@ function chipView({id, value}) {
 
 export class Filter {
     #at;
+    #changed;
     #picked = Object.fromEntries(Object.keys(groups).map((id) => [id, new Set()]));
 
     // `at` gives the elements of the page by ID; `changed` is called when something else is to be shown.
     constructor(at, changed) {
         this.#at = at;
+        this.#changed = changed;
         at('search').addEventListener('input', changed);
         at('clear').addEventListener('click', () => {
             this.clear();
@@ -58,11 +64,12 @@ export class Filter {
             if (!this.#picked[id].delete(value)) this.#picked[id].add(value);
             changed();
         });
-        this.clear = () => {
-            at('search').value = '';
-            for (const values of Object.values(this.#picked)) values.clear();
-            changed();
-        };
+    }
+
+    clear() {
+        this.#at('search').value = '';
+        for (const values of Object.values(this.#picked)) values.clear();
+        this.#changed();
     }
 
     get #words() {

@@ -145,8 +145,8 @@ root.addEventListener('acknowledge', ({detail: {thing, acknowledged}}) => {
     memory.acknowledged.set(thing, acknowledged);
     model = modelOf(model, memory);
     show();
-    const said = acknowledged ? 'Acknowledged. It can be undone below, where all changes are.' : 'It needs a look again.';
-    at('news').replaceChildren(element('p', '', said));
+    at('news').replaceChildren(element('p', '', acknowledged
+        ? 'Acknowledged. It can be undone below, where all changes are.' : 'It needs a look again.'));
     const next = at(acknowledged ? 'findings' : 'changes').querySelector('button.small') ?? at('changes-title');
     next.focus({preventScroll: true});
 });

@@ -30,8 +30,8 @@ export function grouped(items, keyOf) {
 const encoded = (text) => encodeURIComponent(text).replaceAll('%3A', ':');
 const linkTo = (parts) => `#${parts.map(encoded).join('/')}`;
 
-// "#c0" leads to a controller and to its firmware, "#c0/32:13" to a disk, "#c0/volume/0" to anything else: a volume and a
-// port may have the same ID.
+// "#c0" leads to a controller and to its firmware, "#c0/32:13" to a disk, "#c0/volume/0" to anything else: a volume and
+// a port may have the same ID.
 export function linkOf({kind, path, facts: {controller = '', enclosure, device = path}}) {
     if (kind === 'controller' || kind === 'software') return linkTo([controller]);
     if (kind === 'disk') return linkTo([controller, device]);
@@ -118,7 +118,8 @@ export function modelOf(inventory, memory) {
     const present = thingsOf(inventory);
     const byPath = new Map(present.map((thing) => [thing.path, thing]));
     for (const volume of present.filter(({kind}) => kind === 'volume')) {
-        volume.members = (volume.facts.members ?? []).map((path) => byPath.get(path)).filter((disk) => disk !== undefined);
+        const paths = volume.facts.members ?? [];
+        volume.members = paths.map((path) => byPath.get(path)).filter((disk) => disk !== undefined);
         for (const disk of volume.members) disk.volumes.push(volume);
     }
     const gone = (inventory.gone ?? []).map((item) => thingOf(item.kind,

@@ -57,7 +57,7 @@ export class Panel {
         const {title, verdict, copy, said, details} = this.#parts;
         const name = thing === undefined ? 'Not there' : nameOf(thing);
         const status = thing === undefined ? `Nothing here is called ${location.hash.slice(1)}.`
-            : sentence([thing.facts.verdict, thing.since ? thing.facts.reason : statusOf(thing.facts)]);
+            : sentence([...new Set([thing.facts.verdict, thing.since ? thing.facts.reason : statusOf(thing.facts)])]);
         const sections = thing === undefined ? [] : sectionsOf(thing);
         const lines = sections.flatMap(([, rows]) => rows.map(([key, value]) => `${key}: ${textOf(value)}`));
         const text = [name, status, location.href, ...lines, ''].join('\n');

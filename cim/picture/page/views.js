@@ -79,6 +79,7 @@ function bayView() {
         node: element('li', '', button.node),
         update({slot, disk}) {
             button.node.classList.toggle('empty', disk === null);
+            button.node.classList.remove('dimmed');
             if (disk === null) {
                 parts.show([slot, '', 'empty']);
                 for (const name of ['data-path', 'data-tone', 'aria-pressed']) setAttribute(button.node, name, null);
@@ -172,8 +173,9 @@ function listView(title, className, makeView) {
 function holdingsOf({things}, searching) {
     const shown = things.filter((thing) => !thing.out).length;
     if (searching) return `${shown} of ${things.length} shown`;
-    return [...kinds].slice(1).map(([kind, several]) => [things.filter((thing) => thing.kind === kind).length, kind, several])
-        .filter(([count]) => count > 0).map((count) => counted(...count)).join(', ');
+    const countOf = (kind) => things.filter((thing) => thing.kind === kind).length;
+    return sentence([...kinds].filter(([kind]) => kind !== 'controller' && countOf(kind) > 0)
+        .map(([kind, several]) => counted(countOf(kind), kind, several)));
 }
 
 function countView() {
@@ -187,14 +189,15 @@ function countView() {
     };
 }
 
-export function controllerView({id, thing: {link, kind, facts: own}}) {
+export function controllerView({id, thing: own}) {
     const node = element('section', 'controller');
     const fold = makeFold(node, `Controller ${id}`, (open) => ask(node, 'fold', {id, open}));
     const parts = partsOf(['state', 'aside', 'aside holdings']);
     const [state, facts, holdings] = parts.nodes;
     const counts = element('ul', 'counts');
-    const details = linkTo({kind, facts: own, link}, 'Details', element('span', 'unseen', ` of controller ${id}`));
-    const heading = element('div', 'heading thing', element('h2', '', fold.button), state, facts, holdings, counts, details);
+    const details = linkTo(own, 'Details', element('span', 'unseen', ` of controller ${id}`));
+    const heading = element('div', 'heading thing', element('h2', '', fold.button), state, facts, holdings, counts,
+        details);
     const enclosures = element('div', 'enclosures');
     const loose = listView('Disks without an enclosure', 'loose-disks walk', looseView);
     const side = [
@@ -224,7 +227,7 @@ export function controllerView({id, thing: {link, kind, facts: own}}) {
 }
 
 // What needs a look, worst first. The link leads to the thing; what is gone can be acknowledged.
-// Those beyond the most that are shown at first are for paper, where all are.
+// Those beyond the most that are shown at first are folded.
 export function findingView({thing: found}) {
     const parts = partsOf(['mark', 'verdict', 'name', 'state']);
     const link = linkTo(found, ...parts.nodes);
@@ -241,7 +244,8 @@ export function findingView({thing: found}) {
             node.classList.toggle('beyond', beyond);
             node.classList.toggle('dimmed', thing.out);
             setAttribute(node, 'data-tone', toneOf(facts.verdict));
-            parts.show([markOf(thing), facts.verdict, nameOf(thing), since === undefined ? statusOf(facts) : facts.reason]);
+            parts.show([markOf(thing), facts.verdict, nameOf(thing),
+                since === undefined ? statusOf(facts) : facts.reason]);
         },
     };
 }

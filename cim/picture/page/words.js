@@ -63,8 +63,8 @@ const names = {
 export const nameOf = (thing) => names[thing.kind](thing.facts);
 
 // The words for several.
-export const kinds = new Map([['controller', 'controllers'], ['volume', 'volumes'], ['disk', 'disks'], ['port', 'ports'],
-    ['battery', 'batteries'], ['enclosure', 'enclosures']]);
+export const kinds = new Map([['controller', 'controllers'], ['volume', 'volumes'], ['disk', 'disks'],
+    ['port', 'ports'], ['battery', 'batteries'], ['enclosure', 'enclosures']]);
 
 // "3-5, 7" of numbers in ascending order.
 function rangesOf(numbers) {
