@@ -30,6 +30,8 @@ show('words and chips narrow what is shown', sample('storage-node'), async (page
     assert.equal(await shown.innerText(), '4 of 115 shown');
     await page.keyboard.press('Escape');
     assert.equal(await shown.innerText(), '');
+    await page.getByLabel('Search').fill('archive-b'); // Tab leads to what is shown, not to what it is the second of
+    assert.equal(await page.locator('.volume:visible').getAttribute('tabindex'), '0');
 });
 
 const openOnes = () => [...document.querySelectorAll('.controller h2 button')]
