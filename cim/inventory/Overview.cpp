@@ -17,6 +17,7 @@ namespace {
 constexpr std::size_t kRoomForBlanks = 16, kRoomForTitles = 8;
 
 constexpr const char *kRecoveredMark = "+ ";
+constexpr std::size_t kMostRecovered = 6; // a server that comes back may bring everything back
 
 std::size_t LinesOf(const std::string &text) {
     return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
@@ -51,8 +52,8 @@ public:
 
     std::string Render() {
         AddSummary();
-        AddEntries("Needs a look", Problems());
-        AddEntries("Recovered", Recoveries());
+        AddEntries("Needs a look", Problems(), std::numeric_limits<std::size_t>::max());
+        AddEntries("Recovered", Recoveries(), kMostRecovered);
         AddKinds();
         return text;
     }
@@ -138,7 +139,8 @@ private:
 
     void AddMore(const std::string &what) { Add(Cut(fmt::format("   ... and {}", what), options.text.width) + "\n"); }
 
-    void AddEntries(const char *title, const std::vector<Entry> &entries) {
+    // `most`: of them are shown.
+    void AddEntries(const char *title, const std::vector<Entry> &entries, std::size_t most) {
         if (entries.empty() || left == 0) return;
         Grid grid = GridOfEntries();
         for (const Entry &entry : entries) grid.rows.push_back(entry.row);
@@ -153,13 +155,17 @@ private:
         if (roomy) Add(Styled(title, kBold, options.text) + "\n" + table.heading);
         for (std::size_t i = 0; i < entries.size(); ++i) {
             const bool last = i + 1 == entries.size();
-            if (LinesOf(table.rows[i]) + (last ? 0 : 1) > left) {
-                if (entries[i].severity == Severity::Ok) break;
-                AddMore(fmt::format("{} more, none worse than {}", entries.size() - i, NameOf(entries[i].severity)));
-                left = 0; // for anything better
-                return;
+            const bool fits = LinesOf(table.rows[i]) + (last ? 0 : 1) <= left;
+            if (fits && i < most) {
+                Add(table.rows[i]);
+                continue;
             }
-            Add(table.rows[i]);
+            const Severity severity = entries[i].severity;
+            if (fits || severity > Severity::Ok) {
+                AddMore(fmt::format("{} more, none worse than {}", entries.size() - i, NameOf(severity)));
+            }
+            if (severity > Severity::Ok) left = 0; // for anything better
+            break;
         }
         AddBlank();
     }

@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <memory>
 #include <optional>
@@ -166,14 +167,15 @@ void Watcher::Draw() const {
     const auto line = [&](const std::string &text, const char *style) {
         return Styled(Cut(text, size.width), style, tables.text) + "\n";
     };
-    const std::string reason =
-        failure.substr(failure.rfind(options.source.server.url + ": ", 0) == 0 ? options.source.server.url.size() + 2
-                                                                               : 0); // there is little room
-    std::string head =
-        silentSince.empty()
-            ? line(fmt::format("{}  shown every {} s; read at most every 20 s; Ctrl-C ends", time, options.interval),
-                   "")
-            : line(fmt::format("No answer since {}: {}", silentSince, Printable(reason)), kRed);
+    std::string head;
+    if (silentSince.empty()) {
+        head =
+            line(fmt::format("{}  shown every {} s; read at most every 20 s; Ctrl-C ends", time, options.interval), "");
+    } else {
+        const std::string name = options.source.server.url + ": "; // who watches knows it, and there is little room
+        const std::string reason = failure.substr(failure.rfind(name, 0) == 0 ? name.size() : 0);
+        head = line(fmt::format("No answer since {}: {}", silentSince, Printable(reason)), kRed);
+    }
     if (!notice.empty()) head += line(notice, kYellow);
     const std::size_t above = notice.empty() ? 1 : 2;
     screen->Show(head + RenderOverview(now, memory, tables, std::max(size.height, above + 1) - above), size.height);
@@ -200,7 +202,7 @@ int Watcher::Run() {
     for (auto next = Clock::now();;) {
         const bool first = !looked;
         const bool answered = Look();
-        if (Signals::Ended()) return kExitOk; // it may have given up waiting for an answer
+        if (!answered && Signals::Ended()) return kExitOk; // which is why the wait for an answer was given up
         if (!answered && !MayComeBack()) {
             screen.reset();
             return Fail(source.TroubleInReading(), failure);
@@ -212,7 +214,8 @@ int Watcher::Run() {
             if (first) Say(fmt::format("watching{}; {}", sample ? fmt::format(" {}", kSampleHardware) : "", kAge));
             if (!PrintNews()) return kExitFailed;
         }
-        next += interval;
+        // A look may have taken longer: those that were missed are not made up for.
+        next = std::max(next, Clock::now() - interval) + interval;
         if (Wait(signals, next) != 0) return kExitOk;
     }
 }

@@ -141,6 +141,7 @@ TEST_F(WatchTest, ABrokenHardwareFileIsToldOnceAndWhenItIsReadAgain) {
     for (Process *each : local) EXPECT_TRUE(each->WaitForError("quarnel: " + reason)) << each->Err();
     EXPECT_TRUE(lines.WaitFor(" hardware rejected: " + reason)) << lines.Out();
     EXPECT_TRUE(json.WaitFor("\"event\":\"rejected\",\"file\":\"" + hardware.File() + "\",\"reason\":\"" + reason));
+    EXPECT_EQ(RunToEnd(kJudge, {serve.Url() + "/api/inventory"}).out, "valid: 1\n");
     // It is still on the screen with the next look.
     for (int look = 0; look < 2; ++look) EXPECT_TRUE(screen.WaitFor(reason));
 
