@@ -159,5 +159,27 @@ TEST(WithoutMemory, ADiscoveryThatEndsListsNoController) {
     EXPECT_EQ(ended, 2);
 }
 
+TEST(WithoutMemory, AFirstBuildThatCannotBeQueuedIsNotWaitedFor) {
+    const LogMask quiet(kTerse);
+    LinkedBench bench(OneOfEach());
+    bool refused = false;
+    for (std::uint64_t point = 0; !refused && point < 1'000; ++point) {
+        LogCapture::Clear();
+        allocations.Set(point);
+        bench.Load();
+        allocations.Set(UINT64_MAX);
+        refused = LogCapture::Count(LOG_ERR, "BuildDeviceInfoAsync, failed to allocate *") != 0;
+        if (refused) {
+            const ThreadsLock lock(ThisLife().QuarnelThreadMutex);
+            const bool done = ThisLife().FirstBuildDone;
+            EXPECT_TRUE(done);
+        }
+        ASSERT_TRUE(WorkersIdle());
+        TestClock::Advance(600);
+        ASSERT_EQ(bench.Broker().AskToUnload(kProvider), CMPI_RC_OK);
+    }
+    EXPECT_TRUE(refused);
+}
+
 } // namespace
 } // namespace support
