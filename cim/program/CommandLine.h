@@ -17,8 +17,7 @@ public:
 // One line naming the unexpected words, in their order; empty when there were none.
 std::string Unexpected(const CLI::App &program);
 
-// "; did you mean port?" of a word that is spelt nearly like the option --port; empty when no key of a configuration file
-// is.
+// "; did you mean port?" of a word that is spelt nearly like --port; empty when no key of a configuration file is.
 std::string NearKey(const CLI::App &command, const std::string &word);
 
 std::vector<std::string> SubcommandsOf(const CLI::App &program);
