@@ -75,6 +75,7 @@ void AddVerdict(CLI::App &command, const char *name, Severity &severity, const s
             ->check(CLI::IsMember(words).description(""))
             ->type_name("VERDICT");
     std::vector<std::string> names;
+    names.reserve(words.size());
     for (const auto &each : words) names.push_back(each.first);
     SuggestWords(option, names);
 }

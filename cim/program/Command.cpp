@@ -150,6 +150,7 @@ void AddClassOption(CLI::App &command, const ServedClass *&only) {
                 "only this served class, by its name or as controller, software, volume, disk, port or battery")
             ->type_name("NAME");
     std::vector<std::string> kinds;
+    kinds.reserve(std::size(kServedClasses));
     for (const auto &served : kServedClasses) kinds.emplace_back(served.kind);
     SuggestWords(named, kinds);
 }
