@@ -30,12 +30,14 @@ struct ServeOptions {
     wbem::ServerConfig server;
 };
 
-// Until SIGINT, SIGTERM or SIGHUP comes.
-void WaitForTheEnd(Signals &signals, std::optional<HardwareFile> hardware) {
+// Until SIGINT, SIGTERM or SIGHUP comes. What becomes of the hardware file is said here and shown by the picture.
+void WaitForTheEnd(Signals &signals, std::optional<HardwareFile> hardware, picture::Picture &picture) {
     for (;;) {
         const int signal = signals.Wait(std::chrono::steady_clock::now() + std::chrono::seconds(1));
-        const auto news = hardware ? hardware->Look() : std::nullopt;
-        if (news) Say(news->reason);
+        if (const auto news = hardware ? hardware->Look() : std::nullopt) {
+            Say(news->reason);
+            picture.Reject(hardware->Name(), news->rejected ? news->reason : "");
+        }
         if (signal == SIGTSTP) {
             raise(SIGSTOP);
         } else if (signal != 0 && signal != SIGWINCH) {
@@ -102,7 +104,7 @@ int Serve(const ServeOptions &options) {
     TellServiceManager("READY=1\nSTATUS=" + what);
     std::optional<HardwareFile> hardware;
     if (elsewhere.empty()) hardware.emplace(HardwareOf(options.source.hosting));
-    WaitForTheEnd(signals, std::move(hardware));
+    WaitForTheEnd(signals, std::move(hardware), picture);
     TellServiceManager("STOPPING=1");
     return kExitOk;
 }
