@@ -85,7 +85,6 @@ int Serve(const ServeOptions &options) {
     // Clients are answered all the same: what has been read is there, and the rest follows.
     if (!source->Unread().empty()) Say(source->Unread());
 
-    Signals signals;
     picture::Picture picture(ReadAndTell(*source, elsewhere), options.source.IsSample());
     const auto handler = [broker = source->Hosts(), &picture, &elsewhere](const wbem::HttpRequest &request) {
         auto answer = picture.Answer(request);
@@ -94,6 +93,7 @@ int Serve(const ServeOptions &options) {
     };
     const auto server = wbem::Server::Start(options.server, handler, &error);
     if (server == nullptr) return Fail(kExitFailed, error);
+    Signals signals; // until here they end the program at once, however long a server takes to answer
     if (options.source.IsSample()) Say(fmt::format("serving {}, not this machine's", kSampleHardware));
     const std::string url = UrlOf(options.server, server->Port());
     const std::string what =
