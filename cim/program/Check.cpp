@@ -2,6 +2,7 @@
 #include "cim/inventory/Check.h"
 #include "cim/inventory/Verdict.h"
 #include "cim/program/Command.h"
+#include "cim/program/CommandLine.h"
 #include "cim/program/Terminal.h"
 
 #include <fmt/format.h>
@@ -67,11 +68,16 @@ void AddVerdict(CLI::App &command, const char *name, Severity &severity, const s
                 const char *help) {
     std::map<std::string, Severity> words;
     for (const Severity each : allowed) words[LowerCase(NameOf(each))] = each;
-    command
-        .add_option_function<std::string>(
-            name, [&severity, words](const std::string &word) { severity = words.at(word); }, help)
-        ->check(CLI::IsMember(words).description(""))
-        ->type_name("VERDICT");
+    CLI::Option *option =
+        command
+            .add_option_function<std::string>(
+                name, [&severity, words](const std::string &word) { severity = words.at(word); }, help)
+            ->check(CLI::IsMember(words).description(""))
+            ->type_name("VERDICT");
+    std::vector<std::string> names;
+    names.reserve(words.size());
+    for (const auto &each : words) names.push_back(each.first);
+    SuggestWords(option, names);
 }
 
 int Tell(const CheckResult &result) { return ExitStatusOf(Print(result.output) ? result.severity : Severity::Unknown); }

@@ -1,5 +1,7 @@
 #include "cim/program/Command.h"
 
+#include "cim/program/CommandLine.h"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -96,11 +98,13 @@ void AddHostingOptions(CLI::App &command, HostingOptions &options) {
             },
             "the sample hardware that comes with the program, rack-server.json")
         ->excludes(hardware);
-    command
-        .add_option_function<std::string>(
-            "--log", [&options](const std::string &level) { options.logLevel = LevelOf(level); },
-            "show the providers' log lines up to LEVEL (debug, info, ..., or 0 to 7) on standard error")
-        ->type_name("LEVEL");
+    CLI::Option *log =
+        command
+            .add_option_function<std::string>(
+                "--log", [&options](const std::string &level) { options.logLevel = LevelOf(level); },
+                "show the providers' log lines up to LEVEL (debug, info, ..., or 0 to 7) on standard error")
+            ->type_name("LEVEL");
+    SuggestWords(log, {kLevels.begin(), kLevels.end()});
     AddTime(command, "--wait", 0, "wait at most so long for the hardware to be read (default: 30)",
             [&options](auto time) { options.buildLimit = time; });
 }
@@ -135,15 +139,20 @@ void AddPlugInSourceOptions(CLI::App &command, SourceOptions &options) {
 }
 
 void AddClassOption(CLI::App &command, const ServedClass *&only) {
-    command
-        .add_option_function<std::string>(
-            "--class",
-            [&only](const std::string &name) {
-                only = FindServedClass(name);
-                if (only == nullptr) throw CLI::ValidationError("--class", UnknownClass(name));
-            },
-            "only this served class, by its name or as controller, software, volume, disk, port or battery")
-        ->type_name("NAME");
+    CLI::Option *named =
+        command
+            .add_option_function<std::string>(
+                "--class",
+                [&only](const std::string &name) {
+                    only = FindServedClass(name);
+                    if (only == nullptr) throw CLI::ValidationError("--class", UnknownClass(name));
+                },
+                "only this served class, by its name or as controller, software, volume, disk, port or battery")
+            ->type_name("NAME");
+    std::vector<std::string> kinds;
+    kinds.reserve(std::size(kServedClasses));
+    for (const auto &served : kServedClasses) kinds.emplace_back(served.kind);
+    SuggestWords(named, kinds);
 }
 
 void AddTexts(CLI::App &command, const std::string &name, std::vector<std::string> &texts, const std::string &help) {

@@ -21,6 +21,7 @@ using Run = std::function<int()>;
 using Command = void (*)(CLI::App &program, Run &run);
 
 void AddCheck(CLI::App &program, Run &run);
+void AddCompletion(CLI::App &program, Run &run);
 void AddHelp(CLI::App &program, Run &run);
 void AddList(CLI::App &program, Run &run);
 void AddRecord(CLI::App &program, Run &run);

@@ -39,14 +39,6 @@ std::vector<std::string> OptionsOf(const CLI::App &app) {
     return names;
 }
 
-std::vector<std::string> SubcommandsOf(const CLI::App &program) {
-    std::vector<std::string> names;
-    for (const CLI::App *each : program.get_subcommands([](const CLI::App *) { return true; })) {
-        names.push_back(each->get_name());
-    }
-    return names;
-}
-
 std::string Asked(const std::string &name) { return name.empty() ? "" : fmt::format("; did you mean {}?", name); }
 
 // The known word that is spelt nearly like this one, or begins with it; empty when none is.
@@ -65,7 +57,7 @@ std::string Nearest(std::string_view word, const std::vector<std::string> &known
     return nearest;
 }
 
-// ", did you mean NAME?" of a subcommand; empty when none is near.
+// "; did you mean NAME?" of a subcommand; empty when none is near.
 std::string NearSubcommand(const CLI::App &program, const std::string &word) {
     return Asked(Nearest(word, SubcommandsOf(program)));
 }
@@ -109,11 +101,46 @@ std::string Unexpected(const CLI::App &program) {
     return fmt::format("not expected: {}{}", fmt::join(words, " "), suggestion);
 }
 
+std::string NearKey(const CLI::App &command, const std::string &word) {
+    const std::string nearest = Nearest("--" + word, OptionsOf(command));
+    const bool allowed = !nearest.empty() && command.get_option(nearest)->get_configurable();
+    return Asked(allowed ? nearest.substr(2) : "");
+}
+
+std::vector<std::string> SubcommandsOf(const CLI::App &program) {
+    std::vector<std::string> names;
+    for (const CLI::App *each : program.get_subcommands([](const CLI::App *) { return true; })) {
+        names.push_back(each->get_name());
+    }
+    return names;
+}
+
+// A validator that refuses nothing carries them in its name: CLI11 has no other place for what belongs to an option.
+constexpr std::string_view kWords = "words: ";
+
+void SuggestWords(CLI::Option *option, const std::vector<std::string> &words) {
+    option->check(
+        {[](const std::string &) { return std::string(); }, "", fmt::format("{}{}", kWords, fmt::join(words, " "))});
+}
+
+std::vector<std::string> SuggestedWords(CLI::Option &option) {
+    try {
+        for (int i = 0;; ++i) {
+            const std::string &name = option.get_validator(i)->get_name();
+            if (name.compare(0, kWords.size(), kWords) == 0) {
+                return CLI::detail::split(name.substr(kWords.size()), ' ');
+            }
+        }
+    } catch (const CLI::OptionNotFound &) {
+        return {}; // the last validator was the one before
+    }
+}
+
 // quarnel help: what --help says, for those who ask in words.
 void AddHelp(CLI::App &program, Run &run) {
     auto name = std::make_shared<std::string>();
     CLI::App *command = program.add_subcommand("help", "Say how the program or a subcommand is used");
-    command->add_option("SUBCOMMAND", *name, "the one to explain")->type_name("");
+    SuggestWords(command->add_option("SUBCOMMAND", *name, "the one to explain")->type_name(""), SubcommandsOf(program));
     command->callback([&program, &run, name] { run = [&program, name] { return Help(program, *name); }; });
 }
 

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 
 #include <string>
+#include <vector>
 
 namespace cim {
 
@@ -15,5 +16,14 @@ public:
 
 // One line naming the unexpected words, in their order; empty when there were none.
 std::string Unexpected(const CLI::App &program);
+
+// "; did you mean port?" of a word that is spelt nearly like --port; empty when no key of a configuration file is.
+std::string NearKey(const CLI::App &command, const std::string &word);
+
+std::vector<std::string> SubcommandsOf(const CLI::App &program);
+
+// Words that the option's value may be, for the shells to complete. Nothing else is refused.
+void SuggestWords(CLI::Option *option, const std::vector<std::string> &words);
+std::vector<std::string> SuggestedWords(CLI::Option &option); // empty: nothing was suggested
 
 } // namespace cim

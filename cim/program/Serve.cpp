@@ -1,10 +1,14 @@
-// quarnel serve: a CIM server for the WBEM clients of this machine, and a picture of the hardware for its browsers.
+// quarnel serve: a CIM server for the WBEM clients of this machine, and a picture of the hardware for its browsers; or
+// the picture alone, of a CIM server elsewhere.
 #include "cim/program/Command.h"
+#include "cim/program/ConfigurationFile.h"
 #include "cim/program/HardwareFile.h"
+#include "cim/program/ServiceManager.h"
 #include "cim/program/Signals.h"
 #include "cim/program/Terminal.h"
 
 #include "cim/picture/Picture.h"
+#include "cim/wbem/Errors.h"
 #include "cim/wbem/Handle.h"
 #include "cim/wbem/Listener.h"
 #include "cim/wbem/Server.h"
@@ -14,6 +18,7 @@
 #include <csignal>
 #include <malloc.h>
 #include <memory>
+#include <optional>
 #include <thread>
 
 namespace cim {
@@ -21,17 +26,17 @@ namespace cim {
 namespace {
 
 struct ServeOptions {
-    HostingOptions hosting;
+    SourceOptions source;
     wbem::ServerConfig server;
 };
 
 // Until SIGINT, SIGTERM or SIGHUP comes. What becomes of the hardware file is said here and shown by the picture.
-void WaitForTheEnd(Signals &signals, HardwareFile hardware, picture::Picture &picture) {
+void WaitForTheEnd(Signals &signals, std::optional<HardwareFile> hardware, picture::Picture &picture) {
     for (;;) {
         const int signal = signals.Wait(std::chrono::steady_clock::now() + std::chrono::seconds(1));
-        if (const auto news = hardware.Look()) {
+        if (const auto news = hardware ? hardware->Look() : std::nullopt) {
             Say(news->reason);
-            picture.Reject(hardware.Name(), news->rejected ? news->reason : "");
+            picture.Reject(hardware->Name(), news->rejected ? news->reason : "");
         }
         if (signal == SIGTSTP) {
             raise(SIGSTOP);
@@ -47,36 +52,67 @@ void WaitForTheEnd(Signals &signals, HardwareFile hardware, picture::Picture &pi
 // NOLINTNEXTLINE(concurrency-mt-unsafe): there is one thread yet.
 void LimitHeaps() { mallopt(M_ARENA_MAX, static_cast<int>(std::thread::hardware_concurrency())); }
 
+// Reads the instances. Of a server elsewhere it says once that reading fails, and once that it works again.
+picture::Observer::Read ReadAndTell(Source &source, const std::string &url) {
+    if (url.empty()) return [&source] { return source.Read(); };
+    return [&source, url, failing = false]() mutable {
+        auto instances = source.Read();
+        if (instances.Ok() == failing) Say(failing ? url + ": answers again" : instances.status.message);
+        failing = !instances.Ok();
+        return instances;
+    };
+}
+
+// CIM requests are for a CIM server: passing them on would ask it with this process's password for anybody.
+wbem::HttpAnswer NotACimServer(const std::string &url) {
+    return {wbem::kNotImplemented,
+            {{"Content-Type", "text/plain; charset=\"utf-8\""}},
+            fmt::format("no CIM requests are answered here, where {} is shown: ask that server itself\n", url)};
+}
+
+std::string UrlOf(const wbem::ServerConfig &config, std::uint16_t port) {
+    const bool v6 = config.address.find(':') != std::string::npos;
+    return fmt::format("http://{}{}{}:{}", v6 ? "[" : "", config.address, v6 ? "]" : "", port);
+}
+
 int Serve(const ServeOptions &options) {
     LimitHeaps();
+    const std::string &elsewhere = options.source.server.url;
+    Trouble trouble = Trouble::None;
     std::string error;
-    const auto broker = StartHosting(options.hosting, &error);
-    if (broker == nullptr) return Fail(kExitUsage, error);
-    const FirstBuild build = WaitForFirstBuild(*broker, options.hosting, &error);
-    if (build == FirstBuild::Failed) return Fail(kExitFailed, error);
+    const auto source = Source::Open(options.source, &trouble, &error);
+    if (source == nullptr) return Fail(trouble, error);
     // Clients are answered all the same: what has been read is there, and the rest follows.
-    if (build == FirstBuild::Running) Say(error);
+    if (!source->Unread().empty()) Say(source->Unread());
 
-    Signals signals;
-    picture::Picture picture([&broker] { return ReadInstances(*broker); }, options.hosting.IsSample());
-    const auto handler = [&broker, &picture](const wbem::HttpRequest &request) {
+    picture::Picture picture(ReadAndTell(*source, elsewhere), options.source.IsSample());
+    const auto handler = [broker = source->Hosts(), &picture, &elsewhere](const wbem::HttpRequest &request) {
         auto answer = picture.Answer(request);
-        return answer ? *std::move(answer) : wbem::Handle(*broker, request);
+        if (answer) return *std::move(answer);
+        return broker != nullptr ? wbem::Handle(*broker, request) : NotACimServer(elsewhere);
     };
     const auto server = wbem::Server::Start(options.server, handler, &error);
     if (server == nullptr) return Fail(kExitFailed, error);
-    const bool v6 = options.server.address.find(':') != std::string::npos;
-    if (options.hosting.IsSample()) Say(fmt::format("serving {}, not this machine's", kSampleHardware));
-    Print(fmt::format(
-        "serving CIM-XML at http://{}{}{}:{}, classes in root/cimv2, and to browsers a picture; Ctrl-C ends\n",
-        v6 ? "[" : "", options.server.address, v6 ? "]" : "", server->Port()));
-    WaitForTheEnd(signals, HardwareFile(HardwareOf(options.hosting)), picture);
+    Signals signals; // until here they end the program at once, however long a server takes to answer
+    if (options.source.IsSample()) Say(fmt::format("serving {}, not this machine's", kSampleHardware));
+    const std::string url = UrlOf(options.server, server->Port());
+    const std::string what =
+        elsewhere.empty() ? fmt::format("serving CIM-XML at {}, classes in root/cimv2, and to browsers a picture", url)
+                          : fmt::format("serving browsers at {}, with a picture of {}; CIM requests are not answered",
+                                        url, elsewhere);
+    Print(what + "; Ctrl-C ends\n");
+    TellServiceManager("READY=1\nSTATUS=" + what);
+    std::optional<HardwareFile> hardware;
+    if (elsewhere.empty()) hardware.emplace(HardwareOf(options.source.hosting));
+    WaitForTheEnd(signals, std::move(hardware), picture);
+    TellServiceManager("STOPPING=1");
     return kExitOk;
 }
 
 void RequireLoopback(const std::string &address) {
     const std::string problem = wbem::LoopbackProblem(address);
-    if (!problem.empty()) throw CLI::ValidationError("--address", problem);
+    if (problem.empty()) return;
+    throw CLI::ValidationError("--address", problem + "; install.md, \"Behind a proxy\", says how to let others in");
 }
 
 } // namespace
@@ -85,7 +121,7 @@ void AddServe(CLI::App &program, Run &run) {
     auto options = std::make_shared<ServeOptions>();
     CLI::App *command = program.add_subcommand(
         "serve", "Answer WBEM clients on this machine over CIM-XML, as a CIM server does, and browsers with a picture");
-    AddHostingOptions(*command, options->hosting);
+    AddSourceOptions(*command, options->source);
     AddNumber<std::uint16_t>(
         *command, "--port", 0, 65535, [options](std::uint16_t port) { options->server.port = port; },
         "TCP port (default: 5988); 0 takes any that is free")
@@ -99,7 +135,10 @@ void AddServe(CLI::App &program, Run &run) {
             },
             "loopback address to listen on (default: 127.0.0.1)")
         ->type_name("ADDRESS");
-    command->footer("Only programs on this machine are served: there is neither authentication nor encryption.");
+    AddConfigurationFile(program, *command);
+    command->footer(
+        "Only programs on this machine are served: there is neither authentication nor encryption. With --url the\n"
+        "picture is of that CIM server, and CIM requests are not answered.");
     command->callback([&run, options] { run = [options] { return Serve(*options); }; });
 }
 

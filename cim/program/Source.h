@@ -31,7 +31,7 @@ public:
 
     // Why what is read may not be all; empty when there is no reason to think so.
     const std::string &Unread() const { return unread; }
-    const Broker *Hosts() const { return broker.get(); } // null: a server elsewhere
+    Broker *Hosts() const { return broker.get(); } // null: a server elsewhere
 
 private:
     std::unique_ptr<Broker> broker;
