@@ -86,15 +86,11 @@ std::vector<std::string> FurtherStatusesOf(const Instance &instance) {
     return words;
 }
 
-// Blocks have 512 bytes also where a CIM server does not pass the disks' BlockSize on: it is of another width than the
-// class declares.
 std::string SizeOf(const Instance &instance) {
-    const auto *blocks = NumberIn(instance, "NumberOfBlocks");
-    if (blocks == nullptr) return {};
-    const auto *given = NumberIn(instance, "BlockSize");
-    const std::uint64_t blockSize = given != nullptr ? *given : 512;
+    const auto bytes = BytesOf(instance);
+    if (!bytes) return {};
     constexpr const char *units[] = {"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
-    double size = static_cast<double>(*blocks) * static_cast<double>(blockSize);
+    double size = *bytes;
     std::size_t unit = 0;
     for (; size >= 1024 && unit + 1 < std::size(units); ++unit) size /= 1024;
     return fmt::format("{:.{}f} {}", size, unit == 0 ? 0 : 2, units[unit]);
@@ -169,16 +165,16 @@ void ReadFacts(Item &item) {
 }
 
 void SortByPath(std::vector<Instance> &instances) {
-    std::vector<std::pair<std::string, Instance>> paths;
-    for (auto &instance : instances) {
-        std::string path = instance.path->ToString(); // before what it is made of is moved
-        paths.emplace_back(std::move(path), std::move(instance));
-    }
-    std::stable_sort(paths.begin(), paths.end(), [](const auto &a, const auto &b) {
+    std::vector<std::pair<std::string, std::size_t>> paths; // and whose they are
+    for (const auto &instance : instances) paths.emplace_back(instance.path->ToString(), paths.size());
+    std::sort(paths.begin(), paths.end(), [](const auto &a, const auto &b) {
         if (NaturallyBefore(a.first, b.first)) return true;
-        return !NaturallyBefore(b.first, a.first) && a.first < b.first; // "01" and "1"
+        return !NaturallyBefore(b.first, a.first) && a < b; // "01" and "1"
     });
-    for (std::size_t i = 0; i < paths.size(); ++i) instances[i] = std::move(paths[i].second);
+    std::vector<Instance> ordered;
+    ordered.reserve(instances.size());
+    for (const auto &[path, index] : paths) ordered.push_back(std::move(instances[index]));
+    instances = std::move(ordered);
 }
 
 bool ShownBefore(const Item &a, const Item &b) {
@@ -237,6 +233,16 @@ Answer<Instances> ReadInstances(Connection &server) {
 
 Answer<Instances> ReadInstances(Broker &broker) { return ReadInstances(*Hosted(broker)); }
 
+// Blocks have 512 bytes also where a CIM server does not pass the disks' BlockSize on: it is of another width than the
+// class declares.
+std::optional<double> BytesOf(const Instance &instance) {
+    const auto *blocks = NumberIn(instance, "NumberOfBlocks");
+    if (blocks == nullptr) return {};
+    const auto *given = NumberIn(instance, "BlockSize");
+    const std::uint64_t blockSize = given != nullptr ? *given : 512;
+    return static_cast<double>(*blocks) * static_cast<double>(blockSize);
+}
+
 std::string NameOf(const Item &item) {
     if (item.controller.empty()) return fmt::format("{} {}", item.served->kind, item.id); // a key of another form
     return fmt::format("{} {}{}{}", item.served->kind, item.controller, item.device.empty() ? "" : "/", item.device);
@@ -253,7 +259,7 @@ Inventory Describe(Instances instances, const Leniency &leniency) {
             inventory[i].push_back(std::move(item));
         }
     }
-    for (Item &volume : inventory[kVolume]) FindMembers(volume, inventory[kDisk]);
+    FindMembers(inventory[kVolume], inventory[kDisk]);
     Judge(inventory, leniency);
     for (auto &items : inventory) std::stable_sort(items.begin(), items.end(), ShownBefore);
     // The firmware that runs on a controller is an instance of its own.

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -111,6 +112,9 @@ inline constexpr Fact kFacts[] = {
 
 // A property's text; empty when it has none.
 const std::string &TextIn(const Instance &instance, const char *property);
+
+// A volume's or disk's size; none when it does not tell.
+std::optional<double> BytesOf(const Instance &instance);
 
 // "disk c0/252:4"
 std::string NameOf(const Item &item);
