@@ -1,6 +1,7 @@
 // quarnel serve: a CIM server for the WBEM clients of this machine, and a picture of the hardware for its browsers.
 #include "cim/program/Command.h"
 #include "cim/program/HardwareFile.h"
+#include "cim/program/Scrape.h"
 #include "cim/program/Signals.h"
 #include "cim/program/Terminal.h"
 
@@ -55,15 +56,17 @@ int Serve(const ServeOptions &options) {
     if (build == FirstBuild::Running) Say(error);
 
     Signals signals;
-    picture::Picture picture([&broker] { return ReadInstances(*broker); }, options.hosting.IsSample());
-    const auto handler = [&broker, &picture](const wbem::HttpRequest &request) {
-        auto answer = picture.Answer(request);
+    const bool sample = options.hosting.IsSample();
+    picture::Picture picture([&broker] { return ReadInstances(*broker); }, sample);
+    const auto handler = [&broker, &picture, sample](const wbem::HttpRequest &request) {
+        auto answer = AnswerScrape(picture, sample, request);
+        if (!answer) answer = picture.Answer(request);
         return answer ? *std::move(answer) : wbem::Handle(*broker, request);
     };
     const auto server = wbem::Server::Start(options.server, handler, &error);
     if (server == nullptr) return Fail(kExitFailed, error);
     const bool v6 = options.server.address.find(':') != std::string::npos;
-    if (options.hosting.IsSample()) Say(fmt::format("serving {}, not this machine's", kSampleHardware));
+    if (sample) Say(fmt::format("serving {}, not this machine's", kSampleHardware));
     Print(fmt::format(
         "serving CIM-XML at http://{}{}{}:{}, classes in root/cimv2, and to browsers a picture; Ctrl-C ends\n",
         v6 ? "[" : "", options.server.address, v6 ? "]" : "", server->Port()));

@@ -8,7 +8,7 @@
 
 namespace {
 
-const cim::Command kCommands[] = {cim::AddList,  cim::AddWatch,  cim::AddCheck,
+const cim::Command kCommands[] = {cim::AddList,  cim::AddWatch,  cim::AddCheck, cim::AddMetrics,
                                   cim::AddServe, cim::AddRecord, cim::AddHelp};
 
 int Refuse(const CLI::App &program, cim::ExitStatus status, const std::string &error) {
