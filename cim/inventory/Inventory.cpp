@@ -86,11 +86,18 @@ std::vector<std::string> FurtherStatusesOf(const Instance &instance) {
     return words;
 }
 
-std::string SizeOf(const Instance &instance) {
-    const auto bytes = BytesOf(instance);
-    if (!bytes) return {};
+// Blocks have 512 bytes also where a CIM server does not pass the disks' BlockSize on: it is of another width than the
+// class declares.
+std::optional<double> BytesOf(const Instance &instance) {
+    const auto *blocks = NumberIn(instance, "NumberOfBlocks");
+    if (blocks == nullptr) return {};
+    const auto *given = NumberIn(instance, "BlockSize");
+    const std::uint64_t blockSize = given != nullptr ? *given : 512;
+    return static_cast<double>(*blocks) * static_cast<double>(blockSize);
+}
+
+std::string SizeText(double size) {
     constexpr const char *units[] = {"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
-    double size = *bytes;
     std::size_t unit = 0;
     for (; size >= 1024 && unit + 1 < std::size(units); ++unit) size /= 1024;
     return fmt::format("{:.{}f} {}", size, unit == 0 ? 0 : 2, units[unit]);
@@ -147,7 +154,8 @@ void ReadFacts(Item &item) {
     const std::uint64_t *status = NumberIn(instance, "OperationalStatus");
     item.state = item.status = WordFor(kOperationalStatus, status);
     item.furtherStatuses = FurtherStatusesOf(instance);
-    item.size = SizeOf(instance);
+    item.bytes = BytesOf(instance);
+    if (item.bytes) item.size = SizeText(*item.bytes);
     item.usage = WordFor(kUsageRestriction, NumberIn(instance, "UsageRestriction"));
     item.charge = WordFor(kBatteryStatus, NumberIn(instance, "BatteryStatus"));
     if (const auto *type = NumberIn(instance, "PortType")) {
@@ -232,16 +240,6 @@ Answer<Instances> ReadInstances(Connection &server) {
 }
 
 Answer<Instances> ReadInstances(Broker &broker) { return ReadInstances(*Hosted(broker)); }
-
-// Blocks have 512 bytes also where a CIM server does not pass the disks' BlockSize on: it is of another width than the
-// class declares.
-std::optional<double> BytesOf(const Instance &instance) {
-    const auto *blocks = NumberIn(instance, "NumberOfBlocks");
-    if (blocks == nullptr) return {};
-    const auto *given = NumberIn(instance, "BlockSize");
-    const std::uint64_t blockSize = given != nullptr ? *given : 512;
-    return static_cast<double>(*blocks) * static_cast<double>(blockSize);
-}
 
 std::string NameOf(const Item &item) {
     if (item.controller.empty()) return fmt::format("{} {}", item.served->kind, item.id); // a key of another form

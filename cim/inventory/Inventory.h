@@ -75,6 +75,7 @@ struct Item {
     std::string verdictInTable; // beside the state, which may tell the reason: "CRITICAL", "WARNING: no disks known"
     std::string name, model, package, firmware; // package: the software bundle's version
     std::string level, size, drives;            // of volumes; disks have a size, too
+    std::optional<double> bytes;                // the size
     std::string driveList;                      // the volume's drives as its caption has them; SplitDrives reads it
     std::vector<std::string> members;           // paths of these disks, in that order; what no disk goes by is left out
     bool membersCut = false;                    // the caption ends before its list does
@@ -112,9 +113,6 @@ inline constexpr Fact kFacts[] = {
 
 // A property's text; empty when it has none.
 const std::string &TextIn(const Instance &instance, const char *property);
-
-// A volume's or disk's size; none when it does not tell.
-std::optional<double> BytesOf(const Instance &instance);
 
 // "disk c0/252:4"
 std::string NameOf(const Item &item);

@@ -164,7 +164,7 @@ public:
             if (kind.size.name == nullptr) continue;
             text.Begin(kind.size);
             for (const Thing &thing : things[kind.index]) {
-                if (const auto bytes = BytesOf(thing.item->instance)) text.Add(thing.labels, *bytes);
+                if (thing.item->bytes) text.Add(thing.labels, *thing.item->bytes);
             }
         }
     }

@@ -84,7 +84,8 @@ void RequireLoopback(const std::string &address) {
 void AddServe(CLI::App &program, Run &run) {
     auto options = std::make_shared<ServeOptions>();
     CLI::App *command = program.add_subcommand(
-        "serve", "Answer WBEM clients on this machine over CIM-XML, as a CIM server does, and browsers with a picture");
+        "serve",
+        "Answer WBEM clients of this machine over CIM-XML, browsers with a picture and Prometheus with metrics");
     AddHostingOptions(*command, options->hosting);
     AddNumber<std::uint16_t>(
         *command, "--port", 0, 65535, [options](std::uint16_t port) { options->server.port = port; },
