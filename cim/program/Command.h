@@ -24,6 +24,7 @@ void AddCheck(CLI::App &program, Run &run);
 void AddCompletion(CLI::App &program, Run &run);
 void AddHelp(CLI::App &program, Run &run);
 void AddList(CLI::App &program, Run &run);
+void AddMetrics(CLI::App &program, Run &run);
 void AddRecord(CLI::App &program, Run &run);
 void AddWatch(CLI::App &program, Run &run);
 void AddServe(CLI::App &program, Run &run);
@@ -52,6 +53,9 @@ void AddClassOption(CLI::App &command, const ServedClass *&only);
 
 // An option that can be given again; its values, which are IDs, are not empty.
 void AddTexts(CLI::App &command, const std::string &name, std::vector<std::string> &texts, const std::string &help);
+// For an option whose empty value is a mistake: it is what an unset variable of a script or of a monitoring system
+// leaves.
+CLI::Validator NotEmpty();
 
 // An option whose value is a decimal number from `first` to `last`: std::uint16_t for whole ones, or double.
 template <class Number>

@@ -114,7 +114,7 @@ TEST_P(Transcripts, ReplayAsTheyAre) {
 
 INSTANTIATE_TEST_SUITE_P(Program, Transcripts,
                          testing::Values("list", "hardware", "mistakes", "help", "check", "plugin", "slow", "url",
-                                         "record", "json", "filters"));
+                                         "record", "json", "filters", "metrics"));
 
 } // namespace
 } // namespace cim
