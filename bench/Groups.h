@@ -16,6 +16,7 @@ void MeasureLoad(Report &report);
 void MeasureStart(Report &report);
 void MeasureEnd(Report &report);
 void MeasureHttp(Report &report);
+void MeasureMetrics(Report &report);
 
 // Draws the curves of growth as an SVG. False, with the reason on standard error, when gnuplot cannot.
 bool PlotGrowth(const Report &report, const std::string &file);

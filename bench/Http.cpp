@@ -1,14 +1,11 @@
 // What CIM-XML adds to sending the same bytes.
 #include "bench/Groups.h"
 #include "bench/Rig.h"
+#include "bench/Serving.h"
 #include "bench/Turns.h"
 #include "cim/wbem/Handle.h"
-#include "cim/wbem/Server.h"
-#include "tests/wbem/Client.h"
 
 #include <fmt/format.h>
-
-#include <stdexcept>
 
 namespace bench {
 namespace {
@@ -31,20 +28,6 @@ std::string Post(const char *method, const std::string &parameters) {
                        "CIMOperation: MethodCall\r\nCIMMethod: {}\r\nCIMObject: root/cimv2\r\nContent-Length: {}\r\n"
                        "\r\n{}",
                        method, body.size(), body);
-}
-
-std::unique_ptr<cim::wbem::Server> Serve(cim::wbem::Server::Handler handler) {
-    cim::wbem::ServerConfig config;
-    config.port = 0;
-    std::string error;
-    auto server = cim::wbem::Server::Start(config, std::move(handler), &error);
-    if (server == nullptr) throw std::runtime_error(error);
-    return server;
-}
-
-std::size_t Exchange(cim::wbem::Client &client, const std::string &request) {
-    client.Send(request);
-    return client.ReadAnswer().size();
 }
 
 // One run, with servers and connections of its own: which pages and cores they get decides as much as the code.

@@ -22,7 +22,7 @@ constexpr struct {
     {"size", bench::MeasureSize},     {"rendering", bench::MeasureRendering}, {"logging", bench::MeasureLogging},
     {"cache", bench::MeasureCache},   {"refresh", bench::MeasureRefresh},     {"build", bench::MeasureFirstBuild},
     {"load", bench::MeasureLoad},     {"start", bench::MeasureStart},         {"end", bench::MeasureEnd},
-    {"http", bench::MeasureHttp},
+    {"http", bench::MeasureHttp},     {"metrics", bench::MeasureMetrics},
 };
 
 constexpr time_t kBeginning = 1'700'000'000;

@@ -217,6 +217,12 @@ std::vector<std::string_view> SplitDrives(std::string_view drives) {
 
 bool NaturallyBefore(std::string_view a, std::string_view b) {
     const auto digit = [](char c) { return c >= '0' && c <= '9'; };
+    // What both begin with decides nothing, unless a number that differs begins there.
+    auto same = static_cast<std::size_t>(
+        std::mismatch(a.begin(), a.begin() + std::min(a.size(), b.size()), b.begin()).first - a.begin());
+    while (same > 0 && digit(a[same - 1])) --same;
+    a.remove_prefix(same);
+    b.remove_prefix(same);
     while (!a.empty() && !b.empty()) {
         if (digit(a.front()) && digit(b.front())) {
             const auto take = [&](std::string_view &text) {

@@ -88,13 +88,16 @@ std::vector<std::string> FurtherStatusesOf(const Instance &instance) {
 
 // Blocks have 512 bytes also where a CIM server does not pass the disks' BlockSize on: it is of another width than the
 // class declares.
-std::string SizeOf(const Instance &instance) {
+std::optional<double> BytesOf(const Instance &instance) {
     const auto *blocks = NumberIn(instance, "NumberOfBlocks");
     if (blocks == nullptr) return {};
     const auto *given = NumberIn(instance, "BlockSize");
     const std::uint64_t blockSize = given != nullptr ? *given : 512;
+    return static_cast<double>(*blocks) * static_cast<double>(blockSize);
+}
+
+std::string SizeText(double size) {
     constexpr const char *units[] = {"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
-    double size = static_cast<double>(*blocks) * static_cast<double>(blockSize);
     std::size_t unit = 0;
     for (; size >= 1024 && unit + 1 < std::size(units); ++unit) size /= 1024;
     return fmt::format("{:.{}f} {}", size, unit == 0 ? 0 : 2, units[unit]);
@@ -151,7 +154,8 @@ void ReadFacts(Item &item) {
     const std::uint64_t *status = NumberIn(instance, "OperationalStatus");
     item.state = item.status = WordFor(kOperationalStatus, status);
     item.furtherStatuses = FurtherStatusesOf(instance);
-    item.size = SizeOf(instance);
+    item.bytes = BytesOf(instance);
+    if (item.bytes) item.size = SizeText(*item.bytes);
     item.usage = WordFor(kUsageRestriction, NumberIn(instance, "UsageRestriction"));
     item.charge = WordFor(kBatteryStatus, NumberIn(instance, "BatteryStatus"));
     if (const auto *type = NumberIn(instance, "PortType")) {
@@ -169,16 +173,16 @@ void ReadFacts(Item &item) {
 }
 
 void SortByPath(std::vector<Instance> &instances) {
-    std::vector<std::pair<std::string, Instance>> paths;
-    for (auto &instance : instances) {
-        std::string path = instance.path->ToString(); // before what it is made of is moved
-        paths.emplace_back(std::move(path), std::move(instance));
-    }
-    std::stable_sort(paths.begin(), paths.end(), [](const auto &a, const auto &b) {
+    std::vector<std::pair<std::string, std::size_t>> paths; // and whose they are
+    for (const auto &instance : instances) paths.emplace_back(instance.path->ToString(), paths.size());
+    std::sort(paths.begin(), paths.end(), [](const auto &a, const auto &b) {
         if (NaturallyBefore(a.first, b.first)) return true;
-        return !NaturallyBefore(b.first, a.first) && a.first < b.first; // "01" and "1"
+        return !NaturallyBefore(b.first, a.first) && a < b; // "01" and "1"
     });
-    for (std::size_t i = 0; i < paths.size(); ++i) instances[i] = std::move(paths[i].second);
+    std::vector<Instance> ordered;
+    ordered.reserve(instances.size());
+    for (const auto &[path, index] : paths) ordered.push_back(std::move(instances[index]));
+    instances = std::move(ordered);
 }
 
 bool ShownBefore(const Item &a, const Item &b) {
@@ -253,7 +257,7 @@ Inventory Describe(Instances instances, const Leniency &leniency) {
             inventory[i].push_back(std::move(item));
         }
     }
-    for (Item &volume : inventory[kVolume]) FindMembers(volume, inventory[kDisk]);
+    FindMembers(inventory[kVolume], inventory[kDisk]);
     Judge(inventory, leniency);
     for (auto &items : inventory) std::stable_sort(items.begin(), items.end(), ShownBefore);
     // The firmware that runs on a controller is an instance of its own.

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -74,6 +75,7 @@ struct Item {
     std::string verdictInTable; // beside the state, which may tell the reason: "CRITICAL", "WARNING: no disks known"
     std::string name, model, package, firmware; // package: the software bundle's version
     std::string level, size, drives;            // of volumes; disks have a size, too
+    std::optional<double> bytes;                // the size
     std::string driveList;                      // the volume's drives as its caption has them; SplitDrives reads it
     std::vector<std::string> members;           // paths of these disks, in that order; what no disk goes by is left out
     bool membersCut = false;                    // the caption ends before its list does

@@ -7,8 +7,7 @@
 
 namespace cim {
 
-// By the names in the volume's caption, among the disks of its controller. Two disks that claim one slot are both
-// taken.
-void FindMembers(Item &volume, const std::vector<Item> &disks);
+// By the names in a volume's caption, among the disks of its controller. Two disks that claim one slot are both taken.
+void FindMembers(std::vector<Item> &volumes, const std::vector<Item> &disks);
 
 } // namespace cim

@@ -71,8 +71,11 @@ void Observer::Reject(const std::string &file, const std::string &reason) {
 void Observer::Look() {
     looked = Clock::now();
     auto instances = read();
+    known.readingTook = Clock::now() - looked;
+    ++known.looks;
     known.failure = instances.status.message;
     if (!instances.Ok()) {
+        ++known.looksFailed;
         if (known.failure.empty()) known.failure = "CIM status " + std::to_string(instances.status.rc);
         return;
     }
@@ -83,11 +86,13 @@ void Observer::Look() {
     Inventory now = Describe(std::move(instances.value));
     if (known.since == 0) {
         known.since = known.time;
+        known.times.Note(now, {}, known.time);
         ++known.version;
     } else {
         const auto changes = Compare(known.inventory, now, nullptr);
         if (!changes.empty()) ++known.version;
         for (const auto &change : changes) known.log.Add(change, TimeWithOffset(known.time));
+        known.times.Note(now, changes, known.time);
     }
     known.memory.Note(now, known.time);
     known.inventory = std::move(now); // what the changes' pointers led into

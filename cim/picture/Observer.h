@@ -3,6 +3,7 @@
 
 #include "cim/inventory/Changes.h"
 #include "cim/inventory/Gone.h"
+#include "cim/inventory/Times.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -52,6 +53,9 @@ struct Observation {
     std::time_t time = 0;                 // latest look that could read
     std::chrono::duration<double> age{0}; // since then
     std::string failure;                  // why the latest look could not read; empty: it could
+    TimesOfKinds times;
+    std::uint64_t looks = 0, looksFailed = 0;
+    std::chrono::duration<double> readingTook{0}; // in the latest look
 };
 
 struct Pace {

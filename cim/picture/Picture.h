@@ -17,6 +17,9 @@ public:
     // Answers GET and HEAD. None for other methods: these are somebody else's. Any number of threads may call it.
     std::optional<wbem::HttpAnswer> Answer(const wbem::HttpRequest &request);
 
+    // What the picture is drawn from, for others that show it, too.
+    void Observe(const std::function<void(const Observation &)> &show) { observer.Observe(show); }
+
     // The hardware file cannot be read, and why; the page says so. Empty: it can be read again.
     void Reject(const std::string &file, const std::string &reason) { observer.Reject(file, reason); }
 

@@ -27,11 +27,6 @@ int LevelOf(const std::string &text) {
         "--log", fmt::format("unknown level {}; there are {}, or 0 to 7", text, fmt::join(kLevels, ", ")));
 }
 
-// What an unset variable of a script or of a monitoring system leaves.
-CLI::Validator NotEmpty() {
-    return {[](const std::string &value) { return value.empty() ? "the value is empty" : std::string(); }, ""};
-}
-
 // "db7" as https://db7, "::1" as https://[::1].
 CLI::Validator HostAsUrl() {
     return {[](std::string &value) {
@@ -79,6 +74,10 @@ std::string UnknownClass(const std::string &name) {
 }
 
 } // namespace
+
+CLI::Validator NotEmpty() {
+    return {[](const std::string &value) { return value.empty() ? "the value is empty" : std::string(); }, ""};
+}
 
 void AddHostingOptions(CLI::App &command, HostingOptions &options) {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): there is one thread yet.

@@ -23,6 +23,7 @@ void AddCheck(CLI::App &program, Run &run);
 void AddCompletion(CLI::App &program, Run &run);
 void AddHelp(CLI::App &program, Run &run);
 void AddList(CLI::App &program, Run &run);
+void AddMetrics(CLI::App &program, Run &run);
 void AddRecord(CLI::App &program, Run &run);
 void AddWatch(CLI::App &program, Run &run);
 void AddServe(CLI::App &program, Run &run);
@@ -48,6 +49,10 @@ void AddPlugInSourceOptions(CLI::App &command, SourceOptions &options);
 
 // --class NAME, one of the served classes; null without the option.
 void AddClassOption(CLI::App &command, const ServedClass *&only);
+
+// For an option whose empty value is a mistake: it is what an unset variable of a script or of a monitoring system
+// leaves.
+CLI::Validator NotEmpty();
 
 // An option whose value is a decimal number from `first` to `last`: std::uint16_t for whole ones, or double.
 template <class Number>

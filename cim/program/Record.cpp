@@ -6,15 +6,11 @@
 #include "cim/recording/DescriptionText.h"
 
 #include <fmt/format.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
-#include <system_error>
 
 namespace cim {
 
@@ -51,22 +47,6 @@ private:
     bool shown = false;
     Clock::time_point next = Clock::now();
 };
-
-// In one step: the file is the old one, or none, until the new one is complete. False with errno set.
-bool WriteWhole(const std::string &file, const std::string &text) {
-    std::string temporary = file + ".XXXXXX";
-    const int handle = mkstemp(temporary.data());
-    if (handle < 0) return false;
-    const mode_t mask = umask(0);
-    umask(mask);
-    bool good = fchmod(handle, 0666 & ~mask) == 0 && WriteAll(handle, text) && fsync(handle) == 0;
-    good = close(handle) == 0 && good;
-    good = good && std::rename(temporary.c_str(), file.c_str()) == 0;
-    const int error = errno;
-    if (!good) unlink(temporary.c_str());
-    errno = error;
-    return good;
-}
 
 // The names that the server has for its own machine; none where it has no such class.
 std::vector<std::string> HostsOf(Connection &server, const std::string &url) {
@@ -108,11 +88,7 @@ int Record(const RecordOptions &options) {
     if (description.leftOut > 0) {
         Say(Counted(description.leftOut, "value has", "values have") + " no form in a description: left out");
     }
-    const bool piped = options.file == "-";
-    if (piped ? !Print(description.text) : !WriteWhole(options.file, description.text)) {
-        return Fail(kExitFailed, (piped ? "standard output" : options.file) +
-                                     ": cannot be written: " + std::generic_category().message(errno));
-    }
+    if (!WriteWhole(options.file, description.text, &error)) return Fail(kExitFailed, error);
     for (const auto &[property, count] : left) {
         Say(fmt::format("left as it was: {}, {}", property, Counted(count, "value", "values")));
     }
@@ -120,7 +96,7 @@ int Record(const RecordOptions &options) {
         fmt::format("{}, {}, {} from {}", Counted(progress.controllers, "controller", "controllers"),
                     Counted(progress.devices, "disk or volume", "disks and volumes"),
                     Counted(progress.objects, "object", "objects"), Counted(progress.requests, "request", "requests"));
-    if (piped) {
+    if (options.file == "-") {
         Say(summary);
     } else {
         Print(fmt::format("{}: {}\n", options.file, summary));

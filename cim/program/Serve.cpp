@@ -3,11 +3,13 @@
 #include "cim/program/Command.h"
 #include "cim/program/ConfigurationFile.h"
 #include "cim/program/HardwareFile.h"
+#include "cim/program/Scrape.h"
 #include "cim/program/ServiceManager.h"
 #include "cim/program/Signals.h"
 #include "cim/program/Terminal.h"
 
 #include "cim/picture/Picture.h"
+#include "cim/wbem/Browsers.h"
 #include "cim/wbem/Errors.h"
 #include "cim/wbem/Handle.h"
 #include "cim/wbem/Listener.h"
@@ -64,10 +66,11 @@ picture::Observer::Read ReadAndTell(Source &source, const std::string &url) {
 }
 
 // CIM requests are for a CIM server: passing them on would ask it with this process's password for anybody.
-wbem::HttpAnswer NotACimServer(const std::string &url) {
-    return {wbem::kNotImplemented,
-            {{"Content-Type", "text/plain; charset=\"utf-8\""}},
-            fmt::format("no CIM requests are answered here, where {} is shown: ask that server itself\n", url)};
+wbem::HttpAnswer NotACimServer(const wbem::HttpRequest &request, const std::string &url) {
+    if (auto refusal = wbem::RefuseOtherHosts(request)) return *std::move(refusal);
+    return wbem::Sentence(
+        wbem::kNotImplemented,
+        fmt::format("no CIM requests are answered here, where {} is shown: ask that server itself", url));
 }
 
 std::string UrlOf(const wbem::ServerConfig &config, std::uint16_t port) {
@@ -85,16 +88,18 @@ int Serve(const ServeOptions &options) {
     // Clients are answered all the same: what has been read is there, and the rest follows.
     if (!source->Unread().empty()) Say(source->Unread());
 
-    picture::Picture picture(ReadAndTell(*source, elsewhere), options.source.IsSample());
-    const auto handler = [broker = source->Hosts(), &picture, &elsewhere](const wbem::HttpRequest &request) {
-        auto answer = picture.Answer(request);
+    const bool sample = options.source.IsSample();
+    picture::Picture picture(ReadAndTell(*source, elsewhere), sample);
+    const auto handler = [broker = source->Hosts(), &picture, sample, &elsewhere](const wbem::HttpRequest &request) {
+        auto answer = AnswerScrape(picture, sample, request);
+        if (!answer) answer = picture.Answer(request);
         if (answer) return *std::move(answer);
-        return broker != nullptr ? wbem::Handle(*broker, request) : NotACimServer(elsewhere);
+        return broker != nullptr ? wbem::Handle(*broker, request) : NotACimServer(request, elsewhere);
     };
     const auto server = wbem::Server::Start(options.server, handler, &error);
     if (server == nullptr) return Fail(kExitFailed, error);
     Signals signals; // until here they end the program at once, however long a server takes to answer
-    if (options.source.IsSample()) Say(fmt::format("serving {}, not this machine's", kSampleHardware));
+    if (sample) Say(fmt::format("serving {}, not this machine's", kSampleHardware));
     const std::string url = UrlOf(options.server, server->Port());
     const std::string what =
         elsewhere.empty() ? fmt::format("serving CIM-XML at {}, classes in root/cimv2, and to browsers a picture", url)
@@ -120,7 +125,8 @@ void RequireLoopback(const std::string &address) {
 void AddServe(CLI::App &program, Run &run) {
     auto options = std::make_shared<ServeOptions>();
     CLI::App *command = program.add_subcommand(
-        "serve", "Answer WBEM clients on this machine over CIM-XML, as a CIM server does, and browsers with a picture");
+        "serve",
+        "Answer WBEM clients of this machine over CIM-XML, browsers with a picture and Prometheus with metrics");
     AddSourceOptions(*command, options->source);
     AddNumber<std::uint16_t>(
         *command, "--port", 0, 65535, [options](std::uint16_t port) { options->server.port = port; },

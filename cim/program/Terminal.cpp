@@ -1,11 +1,14 @@
 #include "cim/program/Terminal.h"
 
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
+#include <system_error>
 
 namespace cim {
 
@@ -20,6 +23,22 @@ constexpr const char *kClearBelow = "\033[J";
 std::string_view Environment(const char *variable) {
     const char *text = std::getenv(variable);
     return text != nullptr ? text : "";
+}
+
+// False with errno set.
+bool Replace(const std::string &file, std::string_view text) {
+    std::string temporary = file + ".XXXXXX";
+    const int handle = mkstemp(temporary.data());
+    if (handle < 0) return false;
+    const mode_t mask = umask(0);
+    umask(mask);
+    bool good = fchmod(handle, 0666 & ~mask) == 0 && WriteAll(handle, text) && fsync(handle) == 0;
+    good = close(handle) == 0 && good;
+    good = good && std::rename(temporary.c_str(), file.c_str()) == 0;
+    const int error = errno;
+    if (!good) unlink(temporary.c_str());
+    errno = error;
+    return good;
 }
 
 } // namespace
@@ -44,6 +63,13 @@ bool WriteAll(int file, std::string_view text) {
 }
 
 bool Print(std::string_view text) { return WriteAll(STDOUT_FILENO, text); }
+
+bool WriteWhole(const std::string &file, std::string_view text, std::string *error) {
+    const bool piped = file == "-";
+    if (piped ? Print(text) : Replace(file, text)) return true;
+    *error = (piped ? "standard output" : file) + ": cannot be written: " + std::generic_category().message(errno);
+    return false;
+}
 
 void Screen::Enter() { Print(kEnter); }
 

@@ -20,6 +20,9 @@ TerminalSize SizeOfTerminal();
 bool WriteAll(int file, std::string_view text);
 // The same to standard output.
 bool Print(std::string_view text);
+// To standard output when the file is "-"; else in one step: the file is the old one, or none, until the new one is
+// complete. False, with a line that says why, when it cannot be written.
+bool WriteWhole(const std::string &file, std::string_view text, std::string *error);
 
 // A second screen without a cursor. What was on the terminal comes back when it is left, at the latest when this ends.
 class Screen {

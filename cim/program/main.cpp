@@ -8,8 +8,8 @@
 
 namespace {
 
-const cim::Command kCommands[] = {cim::AddList,   cim::AddWatch,      cim::AddCheck, cim::AddServe,
-                                  cim::AddRecord, cim::AddCompletion, cim::AddHelp};
+const cim::Command kCommands[] = {cim::AddList,  cim::AddWatch,  cim::AddCheck,      cim::AddMetrics,
+                                  cim::AddServe, cim::AddRecord, cim::AddCompletion, cim::AddHelp};
 
 int Refuse(const CLI::App &program, cim::ExitStatus status, const std::string &error) {
     return program.got_subcommand("check") ? cim::CheckMisused(error) : cim::Fail(status, error);

@@ -113,7 +113,7 @@ TEST_P(Transcripts, ReplayAsTheyAre) {
 
 INSTANTIATE_TEST_SUITE_P(Program, Transcripts,
                          testing::Values("list", "hardware", "mistakes", "help", "check", "plugin", "slow", "url",
-                                         "record"));
+                                         "record", "metrics"));
 
 } // namespace
 } // namespace cim
