@@ -61,7 +61,8 @@ void AddConfigurationFile(CLI::App &program, CLI::App &command) {
         program.set_config("--config", file, "", true);
     };
     command
-        .add_option_function<std::string>("--config", read, "read options from this file, each as a line: port = 5980")
+        .add_option_function<std::string>("--config", read,
+                                          "read options from this file, each as a line: url = https://host")
         ->check(CLI::ExistingFile.description(""))
         ->type_name("FILE")
         ->configurable(false)

@@ -2,6 +2,7 @@
 #include "cim/metrics/Metrics.h"
 
 #include "cim/program/Command.h"
+#include "cim/program/ConfigurationFile.h"
 #include "cim/program/Scrape.h"
 #include "cim/program/Terminal.h"
 #include "cim/wbem/Browsers.h"
@@ -84,6 +85,7 @@ void AddMetrics(CLI::App &program, Run &run) {
                      "the file to write, once it is complete; - for standard output, which is the default")
         ->check(NotEmpty())
         ->type_name("FILE");
+    AddConfigurationFile(program, *command);
     command->footer(
         "The file is for the node exporter's textfile collector, and is written also when the hardware cannot\n"
         "be read: quarnel_up is 0 then. `quarnel serve` answers the same at /metrics.");

@@ -9,6 +9,7 @@
 #include "cim/program/Terminal.h"
 
 #include "cim/picture/Picture.h"
+#include "cim/wbem/Browsers.h"
 #include "cim/wbem/Errors.h"
 #include "cim/wbem/Handle.h"
 #include "cim/wbem/Listener.h"
@@ -65,10 +66,11 @@ picture::Observer::Read ReadAndTell(Source &source, const std::string &url) {
 }
 
 // CIM requests are for a CIM server: passing them on would ask it with this process's password for anybody.
-wbem::HttpAnswer NotACimServer(const std::string &url) {
-    return {wbem::kNotImplemented,
-            {{"Content-Type", "text/plain; charset=\"utf-8\""}},
-            fmt::format("no CIM requests are answered here, where {} is shown: ask that server itself\n", url)};
+wbem::HttpAnswer NotACimServer(const wbem::HttpRequest &request, const std::string &url) {
+    if (auto refusal = wbem::RefuseOtherHosts(request)) return *std::move(refusal);
+    return wbem::Sentence(
+        wbem::kNotImplemented,
+        fmt::format("no CIM requests are answered here, where {} is shown: ask that server itself", url));
 }
 
 std::string UrlOf(const wbem::ServerConfig &config, std::uint16_t port) {
@@ -92,7 +94,7 @@ int Serve(const ServeOptions &options) {
         auto answer = AnswerScrape(picture, sample, request);
         if (!answer) answer = picture.Answer(request);
         if (answer) return *std::move(answer);
-        return broker != nullptr ? wbem::Handle(*broker, request) : NotACimServer(elsewhere);
+        return broker != nullptr ? wbem::Handle(*broker, request) : NotACimServer(request, elsewhere);
     };
     const auto server = wbem::Server::Start(options.server, handler, &error);
     if (server == nullptr) return Fail(kExitFailed, error);

@@ -1,5 +1,6 @@
 // What `quarnel completion` prints, in the hands of the shells that it is for.
 #include "tests/support/Process.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -19,9 +20,10 @@ std::ostream &operator<<(std::ostream &out, const Shell &shell) { return out << 
 class Completion : public testing::TestWithParam<Shell> {};
 
 TEST_P(Completion, CompletesAtAPrompt) {
+    const support::TemporaryFolder home; // shells write there
     Process::Options options;
     options.terminal = true;
-    options.environment = {{"PATH", BinFolder() + ":" + std::getenv("PATH")}, {"HOME", "/nonexistent"}};
+    options.environment = {{"PATH", BinFolder() + ":" + std::getenv("PATH")}, {"HOME", home.Path()}};
     Process shell(GetParam().name, GetParam().arguments, options);
     // In place of the program comes what shows how it would be called.
     shell.Type(std::string(GetParam().setUp) + "echo set'' up\r");
