@@ -34,13 +34,6 @@ std::vector<std::string> Watch(const std::string &what, const std::string &value
     return more;
 }
 
-std::vector<std::string> LinesOf(const std::string &text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) lines.push_back(line);
-    return lines;
-}
-
 std::size_t Count(const std::string &text, const std::string &part) {
     std::size_t count = 0;
     for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
