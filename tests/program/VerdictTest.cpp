@@ -102,7 +102,7 @@ TEST_F(EachRule, IsToldAlikeByWatch) {
     Process::Options terminal;
     terminal.terminal = true;
     Process screen(BinFolder() + "/quarnel", {"watch", "--hardware", hardware.File()}, terminal);
-    ASSERT_TRUE(screen.WaitFor("instances: "));
+    ASSERT_TRUE(screen.WaitFor("instances: ") && screen.WaitFor("\033[J")); // all of what it draws first
     for (const auto &[name, told] : expected) {
         if (told == "OK") continue;
         const std::string verdict = told.substr(0, told.find(' '));
