@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace cim {
 
@@ -50,6 +51,8 @@ void AddPlugInSourceOptions(CLI::App &command, SourceOptions &options);
 // --class NAME, one of the served classes; null without the option.
 void AddClassOption(CLI::App &command, const ServedClass *&only);
 
+// An option that can be given again; its values, which are IDs, are not empty.
+void AddTexts(CLI::App &command, const std::string &name, std::vector<std::string> &texts, const std::string &help);
 // For an option whose empty value is a mistake: it is what an unset variable of a script or of a monitoring system
 // leaves.
 CLI::Validator NotEmpty();
