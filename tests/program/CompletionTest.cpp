@@ -23,7 +23,8 @@ TEST_P(Completion, CompletesAtAPrompt) {
     const support::TemporaryFolder home; // shells write there
     Process::Options options;
     options.terminal = true;
-    options.environment = {{"PATH", BinFolder() + ":" + std::getenv("PATH")}, {"HOME", home.Path()}};
+    options.environment = {
+        {"PATH", BinFolder() + ":" + std::getenv("PATH")}, {"HOME", home.Path()}, {"XDG_RUNTIME_DIR", home.Path()}};
     Process shell(GetParam().name, GetParam().arguments, options);
     // In place of the program comes what shows how it would be called.
     shell.Type(std::string(GetParam().setUp) + "echo set'' up\r");
