@@ -251,7 +251,7 @@ TEST(Serve, WhatCannotBeServedIsSaidInOneLine) {
         {{"--address", "0.0.0.0"},
          2,
          "--address: only loopback addresses (127.0.0.1, ::1) can be served, and 0.0.0.0 is not one: there is no "
-         "authentication"},
+         "authentication; install.md, \"Behind a proxy\", says how to let others in"},
         {{"--port", "65536"}, 2, "--port: 65536 is not a whole number from 0 to 65535"},
         {{"--hardware", "no-such-file"}, 2, "no-such-file: cannot be read: No such file or directory"},
     };
