@@ -2,6 +2,7 @@
 #include "bench/Groups.h"
 #include "bench/Rig.h"
 #include "bench/Turns.h"
+#include "cim/wbem/Encode.h"
 #include "cim/wbem/Handle.h"
 #include "cim/wbem/Server.h"
 #include "tests/wbem/Client.h"
@@ -22,8 +23,7 @@ constexpr char kDocument[] = R"(<?xml version="1.0" encoding="utf-8"?>
 </IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>)";
 
 constexpr char kClassName[] = R"(<IPARAMVALUE NAME="ClassName"><CLASSNAME NAME="{}"/></IPARAMVALUE>)";
-constexpr char kInstanceName[] = R"(<IPARAMVALUE NAME="InstanceName"><INSTANCENAME CLASSNAME="{}">
-<KEYBINDING NAME="DeviceID"><KEYVALUE VALUETYPE="string">{}</KEYVALUE></KEYBINDING></INSTANCENAME></IPARAMVALUE>)";
+constexpr char kInstanceName[] = R"(<IPARAMVALUE NAME="InstanceName">{}</IPARAMVALUE>)";
 
 std::string Post(const char *method, const std::string &parameters) {
     const std::string body = fmt::format(fmt::runtime(kDocument), method, parameters);
@@ -47,6 +47,12 @@ std::size_t Exchange(cim::wbem::Client &client, const std::string &request) {
     return client.ReadAnswer().size();
 }
 
+std::string NameOf(const cim::ObjectPath &path) {
+    cim::wbem::XmlWriter xml;
+    WriteInstanceName(xml, path);
+    return xml.Take();
+}
+
 // One run, with servers and connections of its own: which pages and cores they get decides as much as the code.
 void Run(Report &report) {
     Rig rig(Describe({1000}));
@@ -57,7 +63,8 @@ void Run(Report &report) {
     const auto repeater = Serve([&](const HttpRequest &) { return last; });
 
     const std::string enumerate = Post("EnumerateInstances", fmt::format(kClassName, kExtents.className));
-    const std::string get = Post("GetInstance", fmt::format(kInstanceName, kExtents.className, "zbrStorageExtc0_32:0"));
+    const std::string get =
+        Post("GetInstance", fmt::format(kInstanceName, NameOf(rig.Enumerate(kExtents).front().path)));
     {
         cim::wbem::Client client(keeper->Port());
         Exchange(client, enumerate);
@@ -66,6 +73,7 @@ void Run(Report &report) {
     const std::size_t bytes = Exchange(client, enumerate);
     if (bytes < 1000 * rig.Disks() || Exchange(staticClient, enumerate) != bytes)
         throw std::runtime_error("the static answer is not the server's");
+    if (Exchange(client, get) < 1000) throw std::runtime_error("the answer is not an extent");
 
     const auto turn = [](const char *name, cim::wbem::Client &asks, const std::string &request, int runs) {
         return Timed<WallTimeOf>(
