@@ -3,6 +3,7 @@
 #include "bench/Rig.h"
 #include "bench/Serving.h"
 #include "bench/Turns.h"
+#include "cim/wbem/Encode.h"
 #include "cim/wbem/Handle.h"
 
 #include <fmt/format.h>
@@ -19,8 +20,7 @@ constexpr char kDocument[] = R"(<?xml version="1.0" encoding="utf-8"?>
 </IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>)";
 
 constexpr char kClassName[] = R"(<IPARAMVALUE NAME="ClassName"><CLASSNAME NAME="{}"/></IPARAMVALUE>)";
-constexpr char kInstanceName[] = R"(<IPARAMVALUE NAME="InstanceName"><INSTANCENAME CLASSNAME="{}">
-<KEYBINDING NAME="DeviceID"><KEYVALUE VALUETYPE="string">{}</KEYVALUE></KEYBINDING></INSTANCENAME></IPARAMVALUE>)";
+constexpr char kInstanceName[] = R"(<IPARAMVALUE NAME="InstanceName">{}</IPARAMVALUE>)";
 
 std::string Post(const char *method, const std::string &parameters) {
     const std::string body = fmt::format(fmt::runtime(kDocument), method, parameters);
@@ -28,6 +28,12 @@ std::string Post(const char *method, const std::string &parameters) {
                        "CIMOperation: MethodCall\r\nCIMMethod: {}\r\nCIMObject: root/cimv2\r\nContent-Length: {}\r\n"
                        "\r\n{}",
                        method, body.size(), body);
+}
+
+std::string NameOf(const cim::ObjectPath &path) {
+    cim::wbem::XmlWriter xml;
+    WriteInstanceName(xml, path);
+    return xml.Take();
 }
 
 // One run, with servers and connections of its own: which pages and cores they get decides as much as the code.
@@ -40,7 +46,8 @@ void Run(Report &report) {
     const auto repeater = Serve([&](const HttpRequest &) { return last; });
 
     const std::string enumerate = Post("EnumerateInstances", fmt::format(kClassName, kExtents.className));
-    const std::string get = Post("GetInstance", fmt::format(kInstanceName, kExtents.className, "zbrStorageExtc0_32:0"));
+    const std::string get =
+        Post("GetInstance", fmt::format(kInstanceName, NameOf(rig.Enumerate(kExtents).front().path)));
     {
         cim::wbem::Client client(keeper->Port());
         Exchange(client, enumerate);
@@ -49,6 +56,7 @@ void Run(Report &report) {
     const std::size_t bytes = Exchange(client, enumerate);
     if (bytes < 1000 * rig.Disks() || Exchange(staticClient, enumerate) != bytes)
         throw std::runtime_error("the static answer is not the server's");
+    if (Exchange(client, get) < 1000) throw std::runtime_error("the answer is not an extent");
 
     const auto turn = [](const char *name, cim::wbem::Client &asks, const std::string &request, int runs) {
         return Timed<WallTimeOf>(

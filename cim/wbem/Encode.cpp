@@ -4,6 +4,7 @@
 #include "cim/wbem/ValueText.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace cim::wbem {
 
@@ -11,18 +12,11 @@ namespace {
 
 constexpr const char *kInstance = "INSTANCE";
 constexpr const char *kInstanceName = "INSTANCENAME";
-constexpr std::size_t kUsualKey = 200; // bytes of its element
 
 // What a property is called in CIM-XML depends on its type alone.
 const char *TagOf(CMPIType type) {
     if ((type & CMPI_ARRAY) != 0) return "PROPERTY.ARRAY";
     return type == CMPI_ref ? "PROPERTY.REFERENCE" : "PROPERTY";
-}
-
-std::string OpenTag(const char *tag, std::initializer_list<XmlWriter::Attribute> attributes) {
-    XmlWriter xml;
-    xml.Open(tag, attributes);
-    return xml.Take();
 }
 
 bool IsListed(PropertyList list, const std::string &name) {
@@ -42,12 +36,16 @@ std::string TextOfEmbedded(const Instance &instance, const ClassTree &classes) {
     return inner.Take();
 }
 
-bool IsScalar(CMPIType type) { return (type & CMPI_ARRAY) == 0 && type != CMPI_ref; }
+void WriteText(XmlWriter &xml, const Value &scalar) {
+    const auto *text = scalar.As<std::string>();
+    text != nullptr ? xml.Text(*text) : xml.Text(TextOf(scalar));
+}
 
-void WriteText(XmlWriter &xml, const Value &scalar, const ClassTree &classes) {
-    if (const auto *text = scalar.As<std::string>()) return xml.Text(*text);
+void WriteScalar(XmlWriter &xml, const Value &scalar, const ClassTree &classes) {
     const auto *embedded = scalar.As<std::shared_ptr<const Instance>>();
-    xml.Text(embedded != nullptr ? TextOfEmbedded(**embedded, classes) : TextOf(scalar));
+    xml.Ready("<VALUE>");
+    embedded != nullptr ? xml.Text(TextOfEmbedded(**embedded, classes)) : WriteText(xml, scalar);
+    xml.Ready("</VALUE>");
 }
 
 // The path as far as it goes: INSTANCEPATH with a host, LOCALINSTANCEPATH with a namespace, else INSTANCENAME.
@@ -60,22 +58,48 @@ void WriteReference(XmlWriter &xml, const ObjectPath &path) {
     WriteInstanceName(xml, path);
 }
 
+const char *OpenKeyValue(CMPIType type) {
+    if (IsInteger(type) || IsReal(type)) return "<KEYVALUE VALUETYPE=\"numeric\">";
+    return type == CMPI_boolean ? "<KEYVALUE VALUETYPE=\"boolean\">" : "<KEYVALUE VALUETYPE=\"string\">";
+}
+
 void WriteKey(XmlWriter &xml, const NamedValue &key) {
+    if (key.value.IsNull()) return;
     const XmlElement binding(xml, "KEYBINDING", {{"NAME", key.name}});
     if (const auto *path = key.value.As<std::shared_ptr<const ObjectPath>>()) return WriteReference(xml, **path);
-    const CMPIType type = key.value.type;
-    const bool number = IsInteger(type) || type == CMPI_real32 || type == CMPI_real64;
-    const char *kind = number ? "numeric" : type == CMPI_boolean ? "boolean" : "string";
-    xml.Leaf("KEYVALUE", TextOf(key.value), {{"VALUETYPE", kind}});
+    xml.Ready(OpenKeyValue(key.value.type));
+    WriteText(xml, key.value);
+    xml.Ready("</KEYVALUE>");
 }
 
 void WriteArray(XmlWriter &xml, const Value::Elements &elements, const ClassTree &classes) {
     const XmlElement array(xml, "VALUE.ARRAY");
-    for (const Value &each : elements) {
-        const XmlElement element(xml, each.IsNull() ? "VALUE.NULL" : "VALUE");
-        if (!each.IsNull()) WriteText(xml, each, classes);
-    }
+    for (const Value &each : elements) each.IsNull() ? xml.Leaf("VALUE.NULL", {}) : WriteScalar(xml, each, classes);
 }
+
+// What is in a property's element. Returns its length.
+std::size_t WriteContent(XmlWriter &xml, const Value &value, const ClassTree &classes) {
+    const std::size_t begin = xml.Size();
+    if (const auto *path = value.As<std::shared_ptr<const ObjectPath>>())
+        WriteReference(xml, **path);
+    else if (const auto *elements = value.As<Value::Elements>())
+        WriteArray(xml, *elements, classes);
+    else if (!value.IsNull())
+        WriteScalar(xml, value, classes);
+    return xml.Size() - begin;
+}
+
+// Whether the values are written with the same text. Equal ones need not be: zero has two signs, and a path may name
+// its class in other letters and its host or not.
+bool ReadAlike(const Value &a, const Value &b) {
+    const CMPIType element = ElementType(a.type);
+    return !IsReal(element) && element != CMPI_ref && element != CMPI_instance && a == b;
+}
+
+bool ReadAlike(const NamedValue &a, const NamedValue &b) { return a.name == b.name && ReadAlike(a.value, b.value); }
+
+// Of values that may be missing.
+bool ReadAlike(const Value *a, const Value *b) { return a == b || (a != nullptr && b != nullptr && ReadAlike(*a, *b)); }
 
 bool IsEmbedded(CMPIType type) { return (type & ~CMPI_ARRAY) == CMPI_instance; }
 
@@ -139,28 +163,25 @@ void WriteNameSpace(XmlWriter &xml, const std::string &nameSpace) {
 
 void WriteInstanceName(XmlWriter &xml, const ObjectPath &path) {
     const XmlElement name(xml, kInstanceName, {{"CLASSNAME", path.className}});
-    for (const NamedValue &key : path.keys) {
-        if (!key.value.IsNull()) WriteKey(xml, key);
-    }
+    for (const NamedValue &key : path.keys) WriteKey(xml, key);
 }
 
 void InstanceNameWriter::Write(const ObjectPath &path) {
-    if (open.empty() || className != path.className) {
-        className = path.className;
-        open = OpenTag(kInstanceName, {{"CLASSNAME", className}});
+    const std::size_t before = std::exchange(begin, xml.Size());
+    const ObjectPath *last = std::exchange(current, &path);
+    ends.resize(path.keys.size() + 1);
+    std::size_t same = 0; // keys
+    if (last != nullptr && last->className == path.className) {
+        const std::size_t most = std::min(last->keys.size(), path.keys.size());
+        while (same < most && ReadAlike(last->keys[same], path.keys[same])) ++same;
+        xml.Repeat(before, ends[same]);
+    } else {
+        xml.Open(kInstanceName, {{"CLASSNAME", path.className}});
+        ends[0] = xml.Size() - begin;
     }
-    xml.Ready(open);
-    if (last.size() < path.keys.size()) last.resize(path.keys.size());
-    auto place = last.begin();
-    for (const NamedValue &key : path.keys) {
-        LastKey &here = *place++;
-        if (here.key.name != key.name || here.key.value != key.value) {
-            XmlWriter element;
-            element.Reserve(kUsualKey);
-            if (!key.value.IsNull()) WriteKey(element, key);
-            here = {key, element.Take()};
-        }
-        xml.Ready(here.element);
+    for (std::size_t i = same; i < path.keys.size(); ++i) {
+        WriteKey(xml, path.keys[i]);
+        ends[i + 1] = xml.Size() - begin;
     }
     xml.Close(kInstanceName);
 }
@@ -177,88 +198,94 @@ void WriteInstancePath(XmlWriter &xml, const ObjectPath &path, const std::string
 
 void InstanceWriter::Write(const Instance &instance) {
     Table &table = TableOf(instance.path->className);
-    Place(table, instance.properties);
-    xml.Ready(table.open);
+    Place(table, instance);
+    const std::size_t before = std::exchange(table.begin, xml.Size());
+    if (table.open == 0) {
+        xml.Open(kInstance, {{"CLASSNAME", instance.path->className}});
+        table.open = xml.Size() - table.begin;
+    } else {
+        xml.Repeat(before, table.open);
+    }
+    std::size_t at = table.open, done = at; // in the last instance
+    const auto repeatUpTo = [&](std::size_t end) {
+        xml.Repeat(before + done, end - done);
+        done = end;
+    };
     for (std::size_t i = 0; i < table.columns.size(); ++i) {
         Column &column = table.columns[i];
+        const std::size_t content = at + column.open, close = content + column.content, end = close + column.close;
         const Value *value = table.values[i];
-        const bool null = value == nullptr && instance.othersAreNull && column.declared != nullptr;
-        if (!column.shown || (value == nullptr && !null)) continue;
-        const CMPIType type = null ? column.declared->type : TypeShown(*value, column.declared);
-        if (column.type != type) MakeTags(column, type);
-        null ? xml.Ready(column.null) : WriteProperty(column, *value);
+        const Value *last = std::exchange(column.value, value);
+        if (column.shown && !ReadAlike(value, last)) {
+            if (value != nullptr && last != nullptr && TypeShown(*value, column.declared) == column.type) {
+                repeatUpTo(content);
+                column.content = WriteContent(xml, *value, classes);
+                done = close;
+            } else {
+                repeatUpTo(at);
+                WriteProperty(column);
+                done = end;
+            }
+        }
+        at = end;
     }
+    repeatUpTo(at);
     xml.Close(kInstance);
 }
 
-void InstanceWriter::WriteProperty(const Column &column, const Value &value) {
-    const bool within = IsScalar(column.type) && !value.IsNull();
-    xml.Ready(within ? column.openValue : column.open);
-    if (within) WriteText(xml, value, classes);
-    if (const auto *path = value.As<std::shared_ptr<const ObjectPath>>()) WriteReference(xml, **path);
-    if (const auto *elements = value.As<Value::Elements>()) WriteArray(xml, *elements, classes);
-    xml.Ready(within ? column.closeValue : column.close);
+void InstanceWriter::WriteProperty(Column &column) {
+    column.open = column.content = column.close = 0;
+    if (column.value == nullptr) return;
+    column.type = TypeShown(*column.value, column.declared);
+    const char *tag = TagOf(column.type);
+    const PropertyDeclaration *declared = column.declared;
+    const std::size_t begin = xml.Size();
+    xml.Open(tag, {{"NAME", column.name}});
+    if (column.type != CMPI_ref) {
+        xml.Add({"TYPE", TypeName(column.type)});
+    } else if (declared != nullptr && !declared->referenceClass.empty()) {
+        xml.Add({"REFERENCECLASS", declared->referenceClass});
+    }
+    if (IsEmbedded(column.type)) xml.Add({"EmbeddedObject", "instance"});
+    if (detail.classOrigin && declared != nullptr) xml.Add({"CLASSORIGIN", declared->originClass});
+    column.open = xml.Size() - begin;
+    column.content = WriteContent(xml, *column.value, classes);
+    xml.Close(tag);
+    column.close = xml.Size() - begin - column.open - column.content;
 }
 
 InstanceWriter::Table &InstanceWriter::TableOf(const std::string &className) {
     const auto [known, isNew] = byClass.try_emplace(className);
     Table &table = known->second;
     if (!isNew) return table;
-    table.open = OpenTag(kInstance, {{"CLASSNAME", className}});
     if (const ClassDeclaration *declaration = classes.Find(className))
         for (const PropertyDeclaration &property : declaration->properties)
-            AddColumn(table, property.name, &property, property.type);
+            table.columns.push_back({property.name, &property, IsShown(detail, property.name)});
+    table.declared = table.columns.size();
     return table;
 }
 
-void InstanceWriter::AddColumn(Table &table, const Name &name, const PropertyDeclaration *declared,
-                               CMPIType type) const {
-    Column &column = table.columns.emplace_back();
-    column.name = name;
-    column.declared = declared;
-    column.shown = IsShown(detail, name);
-    MakeTags(column, type);
-}
-
-std::size_t InstanceWriter::ColumnOf(Table &table, const NamedValue &property) const {
+std::size_t InstanceWriter::ColumnOf(Table &table, const Name &property) const {
     for (std::size_t i = 0; i < table.columns.size(); ++i)
-        if (SameName(table.columns[i].name, property.name)) return i;
-    AddColumn(table, property.name, nullptr, property.value.type);
+        if (SameName(table.columns[i].name, property)) return i;
+    table.columns.push_back({property, nullptr, IsShown(detail, property)});
     return table.columns.size() - 1;
 }
 
 // Of two properties with one name the last counts.
-void InstanceWriter::Place(Table &table, const std::vector<NamedValue> &properties) const {
-    table.places.resize(properties.size(), table.columns.size());
-    table.values.assign(table.columns.size(), nullptr);
-    for (std::size_t i = 0; i < properties.size(); ++i) {
-        std::size_t &place = table.places[i];
-        if (place >= table.columns.size() || !(table.columns[place].name == properties[i].name)) {
-            place = ColumnOf(table, properties[i]);
+void InstanceWriter::Place(Table &table, const Instance &instance) const {
+    static const Value kNull; // of the type that the class says
+    table.values.assign(table.declared, instance.othersAreNull ? &kNull : nullptr);
+    table.values.resize(table.columns.size(), nullptr);
+    table.places.resize(instance.properties.size(), table.columns.size());
+    auto place = table.places.begin();
+    for (const NamedValue &property : instance.properties) {
+        if (*place >= table.columns.size() || !(table.columns[*place].name == property.name)) {
+            *place = ColumnOf(table, property.name);
             table.values.resize(table.columns.size(), nullptr);
         }
-        table.values[place] = &properties[i].value;
+        table.values[*place++] = &property.value;
     }
-}
-
-void InstanceWriter::MakeTags(Column &column, CMPIType type) const {
-    const char *tag = TagOf(type);
-    XmlWriter open, close;
-    open.Open(tag, {{"NAME", column.name}});
-    if (type != CMPI_ref) {
-        open.Add({"TYPE", TypeName(type)});
-    } else if (column.declared != nullptr && !column.declared->referenceClass.empty()) {
-        open.Add({"REFERENCECLASS", column.declared->referenceClass});
-    }
-    if (IsEmbedded(type)) open.Add({"EmbeddedObject", "instance"});
-    if (detail.classOrigin && column.declared != nullptr) open.Add({"CLASSORIGIN", column.declared->originClass});
-    close.Close(tag);
-    column.type = type;
-    column.open = open.Take();
-    column.close = close.Take();
-    column.null = column.open + column.close;
-    column.openValue = column.open + "<VALUE>";
-    column.closeValue = "</VALUE>" + column.close;
 }
 
 void WriteClass(XmlWriter &xml, const ClassDeclaration &declaration, const Detail &detail) {

@@ -17,7 +17,7 @@ void WriteInstanceName(XmlWriter &xml, const ObjectPath &path);
 void WriteInstancePath(XmlWriter &xml, const ObjectPath &path, const std::string &host);
 void WriteNameSpace(XmlWriter &xml, const std::string &nameSpace);
 
-// Writes the INSTANCENAMEs of one answer: class and most keys of most instances are those of the one before.
+// Writes the INSTANCENAMEs of one answer, whose paths must outlive the writer: most begin like the one before.
 class InstanceNameWriter {
 public:
     explicit InstanceNameWriter(XmlWriter &writer) : xml(writer) {}
@@ -25,14 +25,10 @@ public:
     void Write(const ObjectPath &path);
 
 private:
-    struct LastKey { // at a place
-        NamedValue key;
-        std::string element;
-    };
-
     XmlWriter &xml;
-    std::string className, open; // the last one, and the tag with it
-    std::vector<LastKey> last;
+    const ObjectPath *current = nullptr; // the last one written
+    std::size_t begin = 0;               // of its name in the answer
+    std::vector<std::size_t> ends;       // from there, of the open tag and of each key
 };
 
 // What a client asked to see of instances and classes.
@@ -44,8 +40,8 @@ struct Detail {
     bool qualifiers = false; // of classes
 };
 
-// Writes the instances of one answer, the properties in the order of the class. What is known of a property, and what
-// stands around its values, is worked out once and repeated.
+// Writes the instances of one answer, the properties in the order of the class. Most of an instance reads as in the
+// last one of its class: it is copied from there, up to the next value that differs. Instances must outlive the writer.
 class InstanceWriter {
 public:
     InstanceWriter(XmlWriter &writer, const ClassTree &tree, const Detail &what)
@@ -58,23 +54,22 @@ private:
         Name name;
         const PropertyDeclaration *declared; // null: the class does not know it
         bool shown;
-        CMPIType type;                     // of the tags
-        std::string open, close, null;     // tags of the property's element, and both
-        std::string openValue, closeValue; // with those of a scalar within
+        const Value *value = nullptr;                 // of the last instance; null when it has none
+        CMPIType type = CMPI_null;                    // as shown there
+        std::size_t open = 0, content = 0, close = 0; // lengths: tag, what the element holds, tag
     };
     struct Table {                         // the instances of a class
-        std::string open;                  // the tag
         std::vector<Column> columns;       // the class's properties, then what else instances have
+        std::size_t declared = 0;          // how many of them are the class's
         std::vector<std::size_t> places;   // the columns of the last instance's properties: the next one's as a rule
         std::vector<const Value *> values; // of an instance's columns
+        std::size_t begin = 0, open = 0;   // of the last instance: its place in the answer, the length of its open tag
     };
 
     Table &TableOf(const std::string &className);
-    void AddColumn(Table &table, const Name &name, const PropertyDeclaration *declared, CMPIType type) const;
-    std::size_t ColumnOf(Table &table, const NamedValue &property) const;
-    void Place(Table &table, const std::vector<NamedValue> &properties) const;
-    void WriteProperty(const Column &column, const Value &value);
-    void MakeTags(Column &column, CMPIType type) const;
+    std::size_t ColumnOf(Table &table, const Name &property) const;
+    void Place(Table &table, const Instance &instance) const;
+    void WriteProperty(Column &column);
 
     XmlWriter &xml;
     const ClassTree &classes;

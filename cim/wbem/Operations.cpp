@@ -70,8 +70,9 @@ void EnumerateInstances(const MethodRequest &request, XmlWriter &xml) {
         const XmlElement named(xml, "VALUE.NAMEDINSTANCE");
         names.Write(instance.path);
         writer.Write(instance);
-        // The others will be about as long.
-        if (&instance == &instances.front()) xml.Reserve(begin + (xml.Size() - begin) * (instances.size() + 1));
+        // The others will be about as long. With room to spare, so that no answer is copied because of its last one.
+        if (&instance == &instances.front())
+            xml.Reserve(begin + (xml.Size() - begin) * (instances.size() + instances.size() / 8 + 1));
     }
 }
 

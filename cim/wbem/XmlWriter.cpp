@@ -98,4 +98,9 @@ void XmlWriter::Ready(std::string_view xml) {
     out += xml;
 }
 
+void XmlWriter::Repeat(std::size_t begin, std::size_t size) {
+    EndOpenTag();
+    out.append(out, begin, size);
+}
+
 } // namespace cim::wbem

@@ -27,8 +27,13 @@ public:
 
     // What another writer has made, and the declaration that a document begins with.
     void Ready(std::string_view xml);
+    void Repeat(std::size_t begin, std::size_t size); // what is written there already
 
-    std::size_t Size() const { return out.size(); }
+    // Of what is written so far. What follows is the content of the element just opened.
+    std::size_t Size() {
+        EndOpenTag();
+        return out.size();
+    }
     void Reserve(std::size_t size) { out.reserve(size); }
     std::string Take() {
         EndOpenTag();

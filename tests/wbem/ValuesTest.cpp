@@ -109,24 +109,46 @@ TEST(InstanceWriter, PropertiesStandInTheOrderOfTheClass) {
     EXPECT_EQ(Written(classes, instance), number + text + flag + own);
 }
 
-// What is worked out for an instance is kept for those that follow.
+// What reads as in the instance before is copied from there.
 TEST(InstanceWriter, InstancesThatFollowAreWrittenAsTheFirst) {
     ClassTree classes;
     std::string error;
     ASSERT_TRUE(classes.ReadText("class A { uint8 N; string Text; };", "a", &error)) << error;
+    ObjectPath small = OfClass("b"), far = OfClass("B");
+    far.host = "far";
     const Instance empty{OfClass("A"), {{"N", Value::Null(CMPI_uint8)}, {"Own", Value::Null(CMPI_string)}}};
     const Instance full{OfClass("A"), {{"N", Value::Unsigned(CMPI_uint8, 1)}, {"Own", Value::Null(CMPI_boolean)}}};
     const Instance wide{OfClass("A"), {{"N", Value::Unsigned(CMPI_uint16, 256)}}}, none{OfClass("A"), {}, true};
     const Instance turned{OfClass("A"), {{"Text", Value::Text("t")}, {"N", Value::Unsigned(CMPI_uint8, 2)}}, true};
+    const Instance longer{OfClass("A"), {{"Text", Value::Text("t")}, {"N", Value::Unsigned(CMPI_uint8, 200)}}, true};
+    const Instance equal{OfClass("A"), {{"Own", Value::Reference(small)}, {"R", Value::Real(CMPI_real32, 0)}}};
+    const Instance other{OfClass("A"), {{"Own", Value::Reference(far)}, {"R", Value::Real(CMPI_real32, -0.0)}}};
     XmlWriter xml, expected;
     InstanceWriter writer(xml, classes, {});
-    for (const Instance *instance : {&empty, &full, &turned, &empty, &wide, &none, &turned, &empty, &full}) {
+    for (const Instance *instance : {&empty, &full, &turned, &longer, &turned, &empty, &wide, &none, &turned, &empty,
+                                     &full, &equal, &other, &equal, &longer}) {
         writer.Write(*instance);
         InstanceWriter(expected, classes, {}).Write(*instance);
     }
     const std::string text = xml.Take();
     EXPECT_EQ(text, expected.Take());
     EXPECT_NE(text.find("<PROPERTY NAME=\"Own\" TYPE=\"boolean\"></PROPERTY>"), std::string::npos);
+}
+
+TEST(InstanceNameWriter, NamesThatFollowAreWrittenAsTheFirst) {
+    const NamedValue a = {"K", Value::Text("a")}, b = {"K", Value::Text("b")}, null = {"K", Value::Null(CMPI_string)};
+    const NamedValue n = {"N", Value::Unsigned(CMPI_uint8, 1)}, flag = {"N", Value::Boolean(true)};
+    XmlWriter xml, expected;
+    InstanceNameWriter writer(xml);
+    std::vector<ObjectPath> paths;
+    for (const char *name : {"A", "B"})
+        for (const auto &keys : {std::vector{a, n}, {a, flag}, {a}, {}, {b, n}, {b, n}, {null, n}, {n, a}})
+            paths.push_back({{}, {}, name, keys});
+    for (const ObjectPath &path : paths) {
+        writer.Write(path);
+        WriteInstanceName(expected, path);
+    }
+    EXPECT_EQ(xml.Take(), expected.Take());
 }
 
 // By the qualifiers that clients get with a class: class, property, number, meaning.

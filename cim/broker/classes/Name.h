@@ -22,7 +22,7 @@ public:
     operator const std::string &() const { return Text(); }
     operator std::string_view() const { return Text(); }
 
-    friend bool operator==(const Name &a, const Name &b) { return a.Text() == b.Text(); }
+    friend bool operator==(const Name &a, const Name &b) { return a.text == b.text || a.Text() == b.Text(); }
     friend bool operator==(const Name &a, std::string_view b) { return a.Text() == b; }
     friend bool operator==(const Name &a, const std::string &b) { return a.Text() == b; }
     friend bool operator==(const Name &a, const char *b) { return a.Text() == b; }

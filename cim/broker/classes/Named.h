@@ -3,7 +3,6 @@
 
 #include "cim/broker/classes/Name.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -40,16 +39,24 @@ public:
     const T &operator[](std::size_t place) const { return things[place]; }
 
 private:
-    // Eight letters at a time, in either case.
+    // Eight letters at a time, in either case; the last eight overlap those before them.
     std::size_t FirstSlot(std::string_view name) const {
-        std::uint64_t hash = name.size();
-        while (!name.empty()) {
-            std::uint64_t letters = 0;
-            const std::size_t taken = std::min(name.size(), sizeof letters);
-            std::memcpy(&letters, name.data(), taken);
+        std::uint64_t hash = name.size(), letters = 0;
+        const auto mix = [&] {
             hash = (hash ^ (letters | kLowerCase)) * kSpread;
             hash ^= hash >> 32;
-            name.remove_prefix(taken);
+        };
+        const auto mixAt = [&](std::size_t place) {
+            std::memcpy(&letters, &name[place], sizeof letters);
+            mix();
+        };
+        if (name.size() < sizeof letters) {
+            for (const char letter : name) letters = letters << 8 | static_cast<unsigned char>(letter);
+            mix();
+        } else {
+            const std::size_t last = name.size() - sizeof letters;
+            for (std::size_t place = 0; place < last; place += sizeof letters) mixAt(place);
+            mixAt(last);
         }
         return hash & (slots.size() - 1);
     }

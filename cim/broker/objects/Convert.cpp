@@ -51,6 +51,11 @@ std::optional<Value> FromCmpi(const CMPIValue *value, CMPIType type) {
     }
 }
 
+bool IsText(const Value &known, const CMPIValue *value, CMPIType type) {
+    const auto *text = known.type == CMPI_string ? known.As<std::string>() : nullptr;
+    return text != nullptr && value != nullptr && type == CMPI_chars && *text == reinterpret_cast<const char *>(value);
+}
+
 CMPIData ToCmpi(Core &core, const Value &value, bool fromUpcall) {
     CMPIData data = Blank(value.type, CMPI_goodValue);
     if (value.IsNull()) {

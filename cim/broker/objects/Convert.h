@@ -12,6 +12,9 @@ namespace cim {
 // itself. None for a type that has no plain counterpart, or an array that is not of the type said.
 std::optional<Value> FromCmpi(const CMPIValue *value, CMPIType type);
 
+// Whether a provider passes the text `known` once more, as characters.
+bool IsText(const Value &known, const CMPIValue *value, CMPIType type);
+
 // The value as a broker returns it: objects are lent to the calling thread. Texts are CMPI_string, and a null text is a
 // string whose characters are null.
 CMPIData ToCmpi(Core &core, const Value &value, bool fromUpcall = false);

@@ -13,7 +13,7 @@ CMPIInstance *NewInstance(const CMPIBroker *broker, const CMPIObjectPath *path, 
     const FaultPoint fault(core, {Operation::NewInstance, source != nullptr ? source->Path() : nullptr});
     if (fault.Stops(status)) return nullptr;
     if (source == nullptr) return Set(status, CMPI_RC_ERR_INVALID_PARAMETER), nullptr;
-    const ClassDeclaration *declaration = source->Declaration();
+    const ClassDeclaration *declaration = source->declaration;
     Instance instance{ShareOf(*source), {}, declaration != nullptr};
     instance.properties.reserve(kUsualProperties);
     if (declaration != nullptr && !core.config.unkind.keysOnlyInPaths)
@@ -33,7 +33,8 @@ CMPIObjectPath *NewObjectPath(const CMPIBroker *broker, const char *nameSpace, c
     if (className != nullptr) path.className = className;
     const FaultPoint fault(core, {Operation::NewObjectPath, &path});
     if (fault.Stops(status)) return nullptr;
-    return Lend(std::make_unique<ObjectPathObject>(core, Shared<ObjectPath>(std::move(path))));
+    const ClassDeclaration *declaration = core.classes.Find(path.className);
+    return Lend(std::make_unique<ObjectPathObject>(core, Shared<ObjectPath>(std::move(path)), declaration));
 }
 
 CMPIString *NewString(const CMPIBroker *broker, const char *text, CMPIStatus *status) {

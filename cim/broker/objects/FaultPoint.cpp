@@ -35,7 +35,7 @@ Call Describe(const Core &core, const OperationRequest &request) {
 }
 
 Faults::Rule RuleFor(Core &core, const OperationRequest &request) {
-    if (!core.faults.Armed() || inHook) return nullptr;
+    if (inHook) return nullptr;
     const Layer *top = Threads::Mine().Top(core);
     const bool known = top != nullptr && top->running != nullptr;
     return core.faults.Find(request, known ? &top->running->name : nullptr);
@@ -43,8 +43,8 @@ Faults::Rule RuleFor(Core &core, const OperationRequest &request) {
 
 } // namespace
 
-FaultPoint::FaultPoint(Core &broker, const OperationRequest &request, bool inBackground)
-    : core(broker), rule(RuleFor(broker, request)) {
+void FaultPoint::Meet(const OperationRequest &request, bool inBackground) {
+    rule = RuleFor(core, request);
     if (rule == nullptr) return;
     if (rule->hook) RunHook([&] { rule->hook(Describe(core, request)); });
     if (rule->delay.count() > 0) std::this_thread::sleep_for(rule->delay);

@@ -12,7 +12,9 @@ class FaultPoint {
 public:
     // Finds the rule that hits, runs its hook, waits out its delay and, when it has the call lost, for the answer. One
     // that is `inBackground` does not count as running meanwhile.
-    FaultPoint(Core &broker, const OperationRequest &request, bool inBackground = false);
+    FaultPoint(Core &broker, const OperationRequest &request, bool inBackground = false) : core(broker) {
+        if (core.faults.Armed()) Meet(request, inBackground);
+    }
 
     // True: the call must not run. The status is set either way.
     bool Stops(CMPIStatus *status) const {
@@ -23,6 +25,7 @@ public:
     void Rewrite(const char *name, CMPIData *answer, CMPIStatus *status) const;
 
 private:
+    void Meet(const OperationRequest &request, bool inBackground);
     bool Stop(CMPIStatus *status) const;
 
     Core &core;

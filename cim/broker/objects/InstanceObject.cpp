@@ -45,6 +45,12 @@ CMPIStatus SetProperty(const CMPIInstance *instance, const char *named, const CM
     if (named == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
     const std::string_view name = named;
     if (!Passes(object, name)) return kOk;
+    const std::vector<NamedValue> &before = object.value->properties;
+    const auto isIt = [name](const NamedValue &property) { return SameName(property.name, name); };
+    const auto place = static_cast<std::size_t>(std::find_if(before.begin(), before.end(), isIt) - before.begin());
+    const bool known = place < before.size();
+    // Providers set the keys of the path as well: brokers differ in whether the instance has them.
+    if (known && IsText(before[place].value, value, type)) return status;
     const PropertyDeclaration *declared = Declared(object, name);
     if (object.declaration != nullptr && declared == nullptr) return {CMPI_RC_ERR_NO_SUCH_PROPERTY, nullptr};
     std::optional<Value> given = FromCmpi(value, type);
@@ -52,12 +58,8 @@ CMPIStatus SetProperty(const CMPIInstance *instance, const char *named, const CM
         return {CMPI_RC_ERR_TYPE_MISMATCH, nullptr};
     if (given->IsNull() && declared != nullptr) given->type = declared->type;
     std::vector<NamedValue> &properties = object.value.Mutable().properties;
-    const auto known = std::find_if(properties.begin(), properties.end(),
-                                    [&](const NamedValue &property) { return SameName(property.name, name); });
-    if (known != properties.end())
-        known->value = *std::move(given);
-    else
-        properties.push_back({declared != nullptr ? declared->name : named, *std::move(given)});
+    if (!known) properties.emplace_back().name = declared != nullptr ? declared->name : named;
+    properties[place].value = *std::move(given);
     return status;
 }
 
@@ -65,7 +67,8 @@ CMPIObjectPath *GetObjectPath(const CMPIInstance *instance, CMPIStatus *status) 
     const auto &object = ObjectOf<InstanceObject>(instance);
     const FaultPoint fault(object.core, {Operation::GetObjectPath, object.Path()});
     if (fault.Stops(status)) return nullptr;
-    return Lend(std::make_unique<ObjectPathObject>(object.core, Shared<ObjectPath>(object.value->path.Share())),
+    Shared<ObjectPath> path(object.value->path.Share());
+    return Lend(std::make_unique<ObjectPathObject>(object.core, std::move(path), object.declaration),
                 object.fromUpcall);
 }
 

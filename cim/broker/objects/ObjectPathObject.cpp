@@ -34,11 +34,12 @@ CMPIStatus AddKey(const CMPIObjectPath *path, const char *named, const CMPIValue
         added->value = *std::move(key);
         return status;
     }
-    const ClassDeclaration *declaration = object.Declaration();
-    const PropertyDeclaration *declared = declaration != nullptr ? declaration->Property(name) : nullptr;
+    const PropertyDeclaration *declared = object.declaration != nullptr ? object.declaration->Property(name) : nullptr;
     const bool known = declared != nullptr && declared->name == name; // the class's text costs nothing
     if (keys.empty()) keys.reserve(kUsualKeys);
-    keys.push_back({known ? declared->name : named, *std::move(key)});
+    NamedValue &fresh = keys.emplace_back();
+    fresh.name = known ? declared->name : named;
+    fresh.value = *std::move(key);
     return status;
 }
 

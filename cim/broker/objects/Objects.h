@@ -123,14 +123,17 @@ struct EnumerationObject : Encapsulated<CMPIEnumeration, CMPIEnumerationFT> {
 };
 
 struct ObjectPathObject : Encapsulated<CMPIObjectPath, CMPIObjectPathFT> {
-    ObjectPathObject(Core &broker, Shared<ObjectPath> path)
-        : Encapsulated(broker, &kObjectPathTable), value(std::move(path)) {}
-    auto Copy() const { return std::make_unique<ObjectPathObject>(core, Shared<ObjectPath>(value.Share())); }
+    ObjectPathObject(Core &broker, Shared<ObjectPath> path, const ClassDeclaration *known)
+        : Encapsulated(broker, &kObjectPathTable), value(std::move(path)), declaration(known) {}
+    ObjectPathObject(Core &broker, const Shared<ObjectPath> &path)
+        : ObjectPathObject(broker, path, broker.classes.Find(path->className)) {}
+    auto Copy() const {
+        return std::make_unique<ObjectPathObject>(core, Shared<ObjectPath>(value.Share()), declaration);
+    }
     const ObjectPath *Path() const override { return &*value; }
-    // Null for a class that the broker does not know.
-    const ClassDeclaration *Declaration() const { return core.classes.Find(value->className); }
 
     Shared<ObjectPath> value;
+    const ClassDeclaration *const declaration; // null for a class that the broker does not know
 };
 
 struct InstanceObject : Encapsulated<CMPIInstance, CMPIInstanceFT> {

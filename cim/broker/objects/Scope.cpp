@@ -2,6 +2,8 @@
 
 #include "cim/broker/Core.h"
 
+#include <utility>
+
 namespace cim {
 
 void BrokerObject::Release() {
@@ -47,12 +49,11 @@ void LentScope::Free() {
         std::swap(object, first);
         upcallObjects = 0;
     }
-    while (object != nullptr) {
-        BrokerObject *following = object->next;
-        object->core.counts.lent.fetch_sub(1, std::memory_order_relaxed);
-        delete object;
-        object = following;
-    }
+    if (object == nullptr) return;
+    std::atomic<std::uint64_t> &lent = object->core.counts.lent;
+    std::uint64_t freed = 0;
+    for (; object != nullptr; ++freed) delete std::exchange(object, object->next);
+    lent.fetch_sub(freed, std::memory_order_relaxed);
 }
 
 bool LentScope::Empty() const {
