@@ -86,8 +86,8 @@ TEST_F(Tls, OnlyCertificatesOfTrustedAuthoritiesAreAccepted) {
 
 TEST_F(Tls, TheProgramShowsTheSameAsWithoutTls) {
     const std::string program = BinFolder() + "/quarnel";
-    const Outcome open = RunToEnd(program, {"list", "--json", "--url", plain});
-    const Outcome secret = RunToEnd(program, {"list", "--json", "--url", urls["good"], "--cacert", Pem("authority")});
+    const Outcome open = RunToEnd(program, {"list", "--url", plain});
+    const Outcome secret = RunToEnd(program, {"list", "--url", urls["good"], "--cacert", Pem("authority")});
     EXPECT_EQ(open.status, 0) << open.err;
     EXPECT_EQ(secret.status, 0) << secret.err;
     EXPECT_EQ(secret.out, open.out);
