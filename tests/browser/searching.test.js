@@ -56,7 +56,7 @@ show('healthy controllers fold, those with problems do not', eightControllers(),
     await page.locator('.change').nth(2).waitFor();
     assert.deepEqual(await page.evaluate(openOnes), ['Controller c1']); // what is folded by hand stays so
     await page.getByRole('link', {name: /Disk in slot 4 of enclosure A/}).first().click();
-    assert.deepEqual(await page.evaluate(openOnes), ['Controller c1', 'Controller c2']); // unless it is led to
+    await eventually(page, openOnes, ['Controller c1', 'Controller c2']); // unless it is led to
     await page.getByLabel('Search').fill('vault-5');
     assert.equal(await page.getByRole('button', {name: 'Volume 0 “vault-5”'}).isVisible(), true);
 }, {viewport: {width: 1440, height: 900}});
@@ -79,6 +79,7 @@ show('the details of a thing have an address', linked(), async (page) => {
     assert.match(await panel.innerText(),
         /● OK, ONLINE\s[^]*\nfirmware\s+\w+[^]*\nvolumes\s+Volume 1[^]*\nDeviceID\s+zbrStorageExtc0_252:4\n/);
     await panel.getByRole('link', {name: 'Volume 1 “data”'}).click();
+    await becomes('Volume 1 “data” on c0');
     assert.equal(await at(), '#c0/volume/1');
     await page.goBack();
     await page.goBack();

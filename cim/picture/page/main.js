@@ -134,8 +134,12 @@ root.addEventListener('click', ({target}) => {
     const path = target.closest('button.thing')?.dataset.path;
     if (path === undefined) return;
     const {link} = model.byPath.get(path);
-    if (location.hash === link) close();
-    else location.hash = link;
+    if (location.hash === link) {
+        close();
+        return;
+    }
+    history.pushState(null, '', link);
+    follow();
 });
 root.addEventListener('fold', ({detail: {id, open}}) => {
     memory.folds.set(id, open);
