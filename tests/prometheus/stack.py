@@ -1,11 +1,14 @@
 """Prometheus, its Alertmanager and what they scrape, each a process on a loopback port of its own that ends with the stack."""
 import contextlib
+import ctypes
 import json
 import pathlib
 import re
+import signal
 import subprocess
 import tempfile
 import time
+import urllib.error
 import urllib.parse
 import urllib.request
 
@@ -38,6 +41,10 @@ def example(name, replaced):
     return text
 
 
+def end_with_parent():
+    ctypes.CDLL(None).prctl(1, signal.SIGKILL)  # PR_SET_PDEATHSIG: nothing is left behind by a test that is killed
+
+
 class Stack(contextlib.ExitStack):
     def __init__(self):
         super().__init__()
@@ -59,7 +66,7 @@ class Stack(contextlib.ExitStack):
         log = self.folder / f'log{len(self.logs)}-{pathlib.Path(command[0]).name}'
         self.logs.append(log)
         with log.open('wb') as out:
-            process = subprocess.Popen([str(word) for word in command], stdout=out, stderr=out)
+            process = subprocess.Popen([str(word) for word in command], stdout=out, stderr=out, preexec_fn=end_with_parent)
         self.callback(self.end, process)
 
         def found():
@@ -79,22 +86,28 @@ class Stack(contextlib.ExitStack):
         return port
 
     def start_prometheus(self, interval, wait, targets, alertmanager):
-        """`wait` takes the place of minutes in the alerts' rules; `targets` that of the example's."""
-        self.write('alerts.yml', re.sub(r'(?m)^(  +for: )(\d+)m$', wait, example('alerts.yml', {})))
+        """`wait` takes the place of lines with minutes in the alerts' rules; `targets` that of the example's."""
+        self.write('alerts.yml', re.sub(r'(?m)^( +(?:for|interval): )(\d+)m$', wait, example('alerts.yml', {})))
         config = self.write('prometheus.yml', example('prometheus.yml', {
             '15s': f'{interval}s',
             '/usr/share/quarnel/prometheus/': f'{self.folder}/',
             'localhost:9093': f'127.0.0.1:{alertmanager}',
-            "    static_configs:\n      - targets: ['localhost:5988']\n": targets,
+            "    static_configs:\n      - targets: ['localhost:5980']\n": targets,
             "['localhost:9100']": '[]'}))
         process, port = self.start(LISTENING, 'prometheus', f'--config.file={config}', '--web.listen-address=127.0.0.1:0',
                                    f'--storage.tsdb.path={self.folder}/prometheus')
-        return process, Prometheus(f'http://127.0.0.1:{port}')
+        prometheus = Prometheus(f'http://127.0.0.1:{port}')
+        wait_for('Prometheus is ready', prometheus.is_ready, 60)
+        return process, prometheus
 
 
 class Prometheus:
     def __init__(self, url):
         self.url = url
+
+    def is_ready(self):
+        with contextlib.suppress(urllib.error.HTTPError):
+            return get(self.url + '/-/ready')
 
     def ask(self, path, **parameters):
         return json.loads(get(f'{self.url}/api/v1/{path}?{urllib.parse.urlencode(parameters)}'))['data']
