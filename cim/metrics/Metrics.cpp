@@ -204,7 +204,7 @@ public:
     void AddHardware(const Look &look) {
         AddOne(kFirstReading, look.complete && !HasControllerWithoutDevices(look.times));
         if (const std::string host = HostOf(inventory); !host.empty()) AddOne(kHost, 1, Label("host_name", host));
-        if (look.past) AddGone(look.past->gone);
+        if (look.past) AddGone(*look.past->gone);
         AddStatus();
         AddSizes();
         AddFacts();

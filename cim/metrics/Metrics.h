@@ -14,10 +14,10 @@
 
 namespace cim::metrics {
 
-// What one knows that looks again and again.
+// What one knows that looks again and again; `gone` is not null.
 struct Past {
     std::uint64_t looks = 0, failed = 0;
-    std::vector<Gone> gone;
+    const std::vector<Gone> *gone = nullptr;
 };
 
 // What is known beside the inventory.

@@ -6,7 +6,8 @@
 
 namespace cim::picture {
 
-// What `quarnel list --json` prints, and "age", "watchedSince", "gone" and "changes" (docs/picture.md).
+// What `quarnel list --json` prints, and "age", "watchedSince", "rejected" while the hardware file cannot be read,
+// "gone" and "changes" (docs/picture.md).
 Json InventoryDocument(const Observation &observation, bool sample);
 
 } // namespace cim::picture

@@ -58,6 +58,16 @@ void Observer::Observe(const std::function<void(const Observation &)> &show) {
     show(known);
 }
 
+void Observer::Reject(const std::string &file, const std::string &reason) {
+    const std::lock_guard lock(mutex);
+    ++known.version;
+    if (reason.empty()) {
+        known.rejected.reset();
+    } else { // it may be edited into another mistake
+        known.rejected = Rejection{file, reason, known.rejected ? known.rejected->since : std::time(nullptr)};
+    }
+}
+
 void Observer::Look() {
     looked = Clock::now();
     auto instances = read();
@@ -74,10 +84,10 @@ void Observer::Look() {
     readAt = looked;
 
     Inventory now = Describe(std::move(instances.value));
-    if (known.version == 0) {
+    if (known.since == 0) {
         known.since = known.time;
         known.times.Note(now, {}, known.time);
-        known.version = 1;
+        ++known.version;
     } else {
         const auto changes = Compare(known.inventory, now, nullptr);
         if (!changes.empty()) ++known.version;

@@ -12,6 +12,7 @@
 #include <deque>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -34,14 +35,22 @@ private:
     std::uint64_t added = 0;
 };
 
+// A hardware file that cannot be read as it stands: what it said before is still shown.
+struct Rejection {
+    std::string file;
+    std::string reason; // FILE:LINE: REASON
+    std::time_t since = 0;
+};
+
 // What is known after a look.
 struct Observation {
     Inventory inventory;
     Memory memory;
     ChangeLog log;
-    std::uint64_t version = 0; // another one whenever inventory or log is another; 0: nothing could be read yet
-    std::time_t since = 0;     // first look that could read
-    std::time_t time = 0;      // latest look that could read
+    std::optional<Rejection> rejected;
+    std::uint64_t version = 0;            // another one whenever one of these is another; 0: nothing could be read yet
+    std::time_t since = 0;                // first look that could read
+    std::time_t time = 0;                 // latest look that could read
     std::chrono::duration<double> age{0}; // since then
     std::string failure;                  // why the latest look could not read; empty: it could
     TimesOfKinds times;
@@ -68,6 +77,9 @@ public:
 
     // Looks, unless the latest look is still fresh, and shows what is known. `show` is called once, under the lock.
     void Observe(const std::function<void(const Observation &)> &show);
+
+    // The hardware file cannot be read, and why. Empty: it can be read again.
+    void Reject(const std::string &file, const std::string &reason);
 
 private:
     using Clock = std::chrono::steady_clock;

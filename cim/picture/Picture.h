@@ -20,6 +20,9 @@ public:
     // What the picture is drawn from, for others that show it, too.
     void Observe(const std::function<void(const Observation &)> &show) { observer.Observe(show); }
 
+    // The hardware file cannot be read, and why; the page says so. Empty: it can be read again.
+    void Reject(const std::string &file, const std::string &reason) { observer.Reject(file, reason); }
+
 private:
     wbem::HttpAnswer AnswerInventory(const wbem::HttpRequest &request);
 

@@ -65,7 +65,7 @@ std::optional<wbem::HttpAnswer> AnswerScrape(picture::Picture &picture, bool sam
         look.sample = sample;
         look.duration = seen.readingTook;
         look.times = seen.times;
-        look.past = metrics::Past{seen.looks, seen.looksFailed, seen.memory.All()};
+        look.past = metrics::Past{seen.looks, seen.looksFailed, &seen.memory.All()};
         text = Render(seen.inventory, look, format);
     });
     auto answer = wbem::Reply(200, ContentTypeOf(format), std::move(text));

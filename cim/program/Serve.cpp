@@ -26,11 +26,14 @@ struct ServeOptions {
     wbem::ServerConfig server;
 };
 
-// Until SIGINT, SIGTERM or SIGHUP comes.
-void WaitForTheEnd(Signals &signals, HardwareFile hardware) {
+// Until SIGINT, SIGTERM or SIGHUP comes. What becomes of the hardware file is said here and shown by the picture.
+void WaitForTheEnd(Signals &signals, HardwareFile hardware, picture::Picture &picture) {
     for (;;) {
         const int signal = signals.Wait(std::chrono::steady_clock::now() + std::chrono::seconds(1));
-        if (const auto news = hardware.Look()) Say(news->reason);
+        if (const auto news = hardware.Look()) {
+            Say(news->reason);
+            picture.Reject(hardware.Name(), news->rejected ? news->reason : "");
+        }
         if (signal == SIGTSTP) {
             raise(SIGSTOP);
         } else if (signal != 0 && signal != SIGWINCH) {
@@ -70,7 +73,7 @@ int Serve(const ServeOptions &options) {
     Print(fmt::format(
         "serving CIM-XML at http://{}{}{}:{}, classes in root/cimv2, and to browsers a picture; Ctrl-C ends\n",
         v6 ? "[" : "", options.server.address, v6 ? "]" : "", server->Port()));
-    WaitForTheEnd(signals, HardwareFile(HardwareOf(options.hosting)));
+    WaitForTheEnd(signals, HardwareFile(HardwareOf(options.hosting)), picture);
     return kExitOk;
 }
 

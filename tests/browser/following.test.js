@@ -17,7 +17,7 @@ follow('a disk fails while the page is open', async (page, server) => {
     await page.locator('.volume', {hasText: '▲1 dataDEGRADED'}).waitFor();
     await eventually(page, () => [...document.querySelectorAll('.change')].map((change) => change.innerText).sort(),
         ['Disk in slot 4 of enclosure 252 on c0 ONLINE → FAILED', 'Volume 1 “data” on c0 OPTIMAL → DEGRADED']);
-    assert.match(await page.locator('.moment time').first().innerText(), /^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d$/);
+    assert.match(await page.locator('.moment time').first().innerText(), /^\d{4}-\d\d-\d\d [:\d]{8} [-+][:\d]{5}$/);
     // Both, whether they were noticed in one look or in two.
     await eventually(page, () => [...document.querySelectorAll('.finding .name')].map((name) => name.innerText),
         ['Disk in slot 4 of enclosure 252 on c0', 'Volume 1 “data” on c0']);
@@ -37,6 +37,50 @@ follow('a pulled disk leaves its bay, a new one gets one', async (page, server) 
     });
     await eventually(page, letters, 'OOOOOOO--U');
     assert.match(await page.locator('.change').first().innerText(), /^Disk in slot 9 .* appeared UNCONFIGURED GOOD$/);
+});
+
+const findings = () => [...document.querySelectorAll('.finding .name')].map((name) => name.innerText);
+
+follow('what is gone needs a look until it is acknowledged', async (page, server) => {
+    await server.change(({controllers: [controller]}) => controller.disks.splice(0, 8));
+    await eventually(page, findings,
+        ['Volume 0 “boot” on c0', 'Volume 1 “data” on c0', 'Enclosure 252 on c0']);
+    assert.match(await page.locator('.finding .state').last().innerText(), /^gone since .*, with 8 disks$/);
+    const many = page.getByRole('button', {name: '8 disks of enclosure 252 on c0'}); // one event
+    assert.equal(await page.getByRole('link', {name: /^Disk in slot/}).count(), 0);
+    await many.click();
+    assert.equal(await page.getByRole('link', {name: /^Disk in slot/}).count(), 8);
+
+    await page.getByRole('button', {name: 'Acknowledge'}).click();
+    assert.deepEqual(await page.evaluate(findings), ['Volume 0 “boot” on c0', 'Volume 1 “data” on c0']);
+    await page.reload(); // remembered
+    await eventually(page, findings, ['Volume 0 “boot” on c0', 'Volume 1 “data” on c0']);
+    await page.getByRole('button', {name: 'Undo'}).click();
+    assert.deepEqual((await page.evaluate(findings)).at(-1), 'Enclosure 252 on c0');
+    await page.evaluate(() => Object.defineProperty(window, 'localStorage', {get() { throw new Error('refused'); }}));
+    await page.getByRole('button', {name: 'Acknowledge'}).click();
+    assert.equal((await page.evaluate(findings)).length, 2);
+
+    await server.change((description) => { // the provider keeps a controller that no longer answers
+        description.controllers = [];
+    });
+    await page.getByText('no devices known').first().waitFor();
+    assert.equal((await page.evaluate(findings)).at(-1), 'Controller c0'); // UNKNOWN, after all that is gone
+});
+
+follow('a hardware file that is rejected is announced until it is read again', async (page, server) => {
+    await server.change((description) => {
+        description.controllers[0].disks[0].slot = 'nowhere';
+    });
+    const alert = page.getByRole('alert');
+    await alert.waitFor();
+    assert.match(await alert.innerText(),
+        /^The hardware .* since .*hardware\.json:\d+: .*\. Shown is what it said before\.$/);
+    assert.equal(await page.evaluate(letters), 'OOOOOOOS');
+    await server.change((description) => {
+        description.controllers[0].disks[0].slot = 0;
+    });
+    await alert.waitFor({state: 'hidden'});
 });
 
 follow('hardware that stays the same costs nothing', async (page, server) => {

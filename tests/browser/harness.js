@@ -15,6 +15,19 @@ const kRefreshInterval = 21; // seconds: past what the provider lets go by befor
 // A sample of hardware/, as an object.
 export const sample = (name) => JSON.parse(readFileSync(join(root, 'hardware', `${name}.json`), 'utf8'));
 
+// Eight controllers of sixty disks each, all well.
+export const eightControllers = () => ({
+    controllers: Array.from({length: 8}, (_, number) => ({
+        id: `c${number}`, model: 'Acme Anvil X960-16e', pools: [{id: 'dg0'}],
+        software: [{kind: 'firmware', version: '4.86.00-1203'}, {kind: 'bundle', version: '24.9.1-0125'}],
+        enclosures: ['A', 'B'].map((id) => ({id, slots: 30})),
+        disks: ['A', 'B'].map((enclosure) => ({enclosure, slots: '0-29', pool: 'dg0', size: '18TB', status: 'online'})),
+        volumes: [{id: '0', name: `vault-${number}`, raid: 'RAID60', pool: 'dg0', size: '500TB'}],
+        ports: [{ids: '0-7', name: 'Port {id}', type: 'SAS'}],
+        batteries: [{id: 'bbu0'}],
+    })),
+});
+
 // `quarnel serve` with a hardware description that the test changes.
 export class Server {
     #folder = mkdtempSync(join(tmpdir(), 'quarnel-browser-'));
@@ -81,7 +94,7 @@ export async function openBrowser() {
 
 // A page that shows the server's picture. Its `complaints` are what must never happen: scripts that fail or do not
 // belong there, dialogs, requests to anybody else, violations of the content policy.
-export async function openPage(server, {first = '.controller', prepare = async () => {}, ...options} = {}) {
+export async function openPage(server, {first = '.controller', prepare = async () => {}, link = '', ...options} = {}) {
     const context = await browser.newContext({viewport: {width: 1400, height: 900}, ...options});
     const page = await context.newPage();
     page.complaints = [];
@@ -101,7 +114,7 @@ export async function openPage(server, {first = '.controller', prepare = async (
         }
     });
     await prepare(page);
-    await page.goto(server.url);
+    await page.goto(server.url + link);
     await page.locator(first).first().waitFor();
     return page;
 }
@@ -131,9 +144,10 @@ export const declare = (name, run) => cases.push([name, run]);
 // Declares a test of a page over a description's hardware.
 export const show = (name, description, use, options) => declare(name, () => withPicture(description, use, options));
 
-// Runs what is declared. The tests mostly wait for servers and pages, and so wait together.
+// Runs what is declared. The tests mostly wait for servers and pages, and so wait together: no more than a server has
+// connections for, as each page has six.
 export function together(title) {
-    describe(title, {concurrency: true}, () => {
+    describe(title, {concurrency: 4}, () => {
         before(openBrowser);
         after(() => browser.close());
         for (const [name, run] of cases) test(name, run);
@@ -159,7 +173,7 @@ export const lettersOf = (page, enclosure) => page.locator('.enclosure', {
 
 // The slots of the bays that are lit, "enclosure:slot".
 export const litBays = (page) => page.locator('.bay.lit').evaluateAll((bays) => bays.map((bay) => {
-    const enclosure = bay.closest('.enclosure').querySelector('h4').textContent.replace('Enclosure ', '');
+    const enclosure = bay.closest('.enclosure').querySelector('h3').textContent.replace('Enclosure ', '');
     return `${enclosure}:${bay.querySelector('.slot').textContent}`;
 }));
 

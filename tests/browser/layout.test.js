@@ -23,7 +23,7 @@ function hardwareOf(shelves) {
 // Pairs of things that overlap, things that stick out of the page or their bay, letters too large for theirs.
 function faults() {
     const found = [];
-    const things = [...document.querySelectorAll('main button, .device, .letter, h3, h4')];
+    const things = [...document.querySelectorAll('main button, main a, .letter, h2, h3')];
     const boxes = things.filter((node) => node.checkVisibility())
         .map((node) => ({node, at: node.getBoundingClientRect()}));
     const nameOf = (node) => node.querySelector('.unseen')?.textContent || node.textContent;

@@ -22,8 +22,16 @@ for (const colorScheme of ['light', 'dark']) {
         const listed = await page.locator('.finding').count();
         assert.ok(listed > 12);
         assert.equal(await page.locator('.finding:visible').count(), 12);
+        const more = page.getByRole('button', {name: `${listed - 12} more`});
+        await more.click();
+        assert.equal(await page.locator('.finding:visible').count(), listed);
+        await more.click();
+        await page.getByRole('button', {name: 'Controller c0'}).click();
+        await page.getByLabel('Search').fill('nothing has this');
+        assert.equal(await page.locator('.bay:visible').count(), 0);
         await page.emulateMedia({media: 'print'});
         assert.equal(await page.locator('.finding:visible').count(), listed);
+        assert.equal(await page.locator('.bay:visible').count(), 84);
 
         const bays = page.locator('.bay');
         const words = await bays.evaluateAll((all) => all.map((bay) => bay.querySelector('.word').innerText));
@@ -53,7 +61,7 @@ for (const colorScheme of ['light', 'dark']) {
 show('the moment of the look is printed, not how long ago it was', sample('rack-server'), async (page) => {
     assert.match((await page.pdf({format: 'A4'})).subarray(0, 5).toString(), /^%PDF-/);
     await page.emulateMedia({media: 'print'});
-    assert.match(await page.locator('#freshness').innerText(), /^Read at \d{4}-\d\d-\d\d \d\d:\d\d:\d\d$/);
+    assert.match(await page.locator('#freshness').innerText(), /^Read at \d{4}-\d\d-\d\d [:\d]{8} [-+][:\d]{5}$/);
 });
 
 together('paper');

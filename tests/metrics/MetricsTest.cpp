@@ -29,7 +29,7 @@ TEST_P(Servers, AreToldInBothFormats) {
     look.times.Note(now, Compare(before, now, nullptr), 1767607346);
     look.up = told["up"];
     look.duration = std::chrono::milliseconds(12);
-    look.past = Past{2, told["up"] ? 0u : 1u, memory.All()};
+    look.past = Past{2, told["up"] ? 0u : 1u, &memory.All()};
     for (const auto &[format, ending] : {std::pair(Format::Text, ".prom"), std::pair(Format::OpenMetrics, ".om")}) {
         const std::string text =
             std::regex_replace(Render(now, look, format), std::regex("\\{version=\".*\""), "{version=\"...\"");
@@ -47,9 +47,11 @@ TEST(Metrics, TheDocumentHasTheirNumberAndEachOfThem) {
     for (std::size_t i = 0; i < inventory.size(); ++i) EXPECT_EQ(inventory[i].size(), counts[i]);
     Look look;
     look.up = true;
-    look.past.emplace();
+    const Memory memory;
+    look.past = Past{0, 0, &memory.All()};
     look.times.Note(inventory, {}, 1);
     const std::string text = Render(inventory, look, Format::Text);
+    EXPECT_NE(text.find("\nquarnel_first_reading_finished 1\n"), std::string::npos);
     ExpectAccepted(text, Format::Text);
     ExpectAccepted(Render(inventory, look, Format::OpenMetrics), Format::OpenMetrics);
 
@@ -104,6 +106,7 @@ TEST(Exposition, TheFormatIsTheClientsChoice) {
         {"", Format::Text},
         {"*/*", Format::Text},
         {"application/openmetrics-text", Format::OpenMetrics},
+        {"text/plain, application/openmetrics-text", Format::OpenMetrics},
         {"application/openmetrics-text;version=1.0.0,application/openmetrics-text;version=0.0.1;q=0.75,"
          "text/plain;version=0.0.4;q=0.5,*/*;q=0.1",
          Format::OpenMetrics},

@@ -124,6 +124,20 @@ TEST_F(PictureTest, TheInventoryIsSentAgainOnlyWhenItChanged) {
     EXPECT_EQ(Get(restarted, "/api/inventory", known).status, 200u);
 }
 
+TEST_F(PictureTest, ARejectedHardwareFileIsToldUntilItIsReadAgain) {
+    wbem::HeaderList known{{"Host", "localhost"}, {"If-None-Match", HeaderIn(Get("/api/inventory"), "ETag")}};
+    picture.Reject("hw.json", "hw.json:3: no such state");
+    const Json first = Json::parse(Get("/api/inventory", known).body)["rejected"];
+    EXPECT_EQ(first["file"], "hw.json");
+    EXPECT_EQ(first["reason"], "hw.json:3: no such state");
+    picture.Reject("hw.json", "hw.json:4: no such slot"); // edited, and still no better
+    const Json second = Json::parse(Get("/api/inventory").body)["rejected"];
+    EXPECT_EQ(second["reason"], "hw.json:4: no such slot");
+    EXPECT_EQ(second["since"], first["since"]);
+    picture.Reject("hw.json", "");
+    EXPECT_EQ(Json::parse(Get("/api/inventory").body).count("rejected"), 0u);
+}
+
 TEST_F(PictureTest, OnlySampleHardwareIsCalledThat) {
     EXPECT_EQ(Json::parse(Get("/api/inventory").body).count("source"), 0u);
     Picture sample(hardware.Reader(), true, kLookEachTime);

@@ -7,7 +7,29 @@ export function element(tag, className, ...children) {
     return made;
 }
 
-// All three write only what differs, so that nothing is announced or selected anew.
+export function makeButton(className, ...children) {
+    const button = element('button', className, ...children);
+    button.type = 'button';
+    return button;
+}
+
+// A button that folds and unfolds a part of `node`, on the screen: on paper nothing is folded. Where `toggle(isOpen)`
+// is given it decides.
+export function makeFold(node, label, toggle) {
+    const button = makeButton('fold', label);
+    const open = (isOpen) => {
+        node.classList.toggle('folded', !isOpen);
+        setAttribute(button, 'aria-expanded', isOpen);
+    };
+    button.addEventListener('click', () => (toggle ?? open)(node.classList.contains('folded')));
+    open(false);
+    return {button, open};
+}
+
+// What a view asks of the page.
+export const ask = (node, what, detail) => node.dispatchEvent(new CustomEvent(what, {bubbles: true, detail}));
+
+// All three write only what differs: nothing is announced or selected anew.
 export function setText(node, text) {
     if (node.textContent !== text) node.textContent = text;
 }

@@ -1,6 +1,6 @@
 // Pointing: what a pointed-at, focused or chosen thing lights, and the tip that says more of it.
 import {element, setAttribute} from './dom.js';
-import {detailsOf} from './views.js';
+import {tipOf} from './views.js';
 
 const kGap = 8; // pixels between a thing and its tip
 
@@ -10,19 +10,16 @@ export class Light {
     #model = {byPath: new Map()};
     #pointed = null; // paths
     #focused = null;
-    #chosen = null; // stays lit until it is let go
+    #chosen = null; // whose details are shown: stays lit
 
     constructor(root, tip) {
         this.#root = root;
         this.#tip = tip;
-        root.addEventListener('pointerover', (event) => this.#point(event.target));
+        // Not "pointerover": what comes to lie under a pointer at rest is not pointed at.
+        root.addEventListener('pointermove', (event) => this.#point(event.target));
         root.addEventListener('pointerleave', () => this.#point(null));
         root.addEventListener('focusin', (event) => this.#focus(event.target));
         root.addEventListener('focusout', () => this.#focus(null));
-        root.addEventListener('click', (event) => this.#choose(event.target));
-        document.addEventListener('keydown', (event) => {
-            if (event.key === 'Escape') this.#letGo();
-        });
         document.addEventListener('scroll', () => this.#hideTip(), {passive: true});
     }
 
@@ -49,15 +46,13 @@ export class Light {
         this.#showTip(target);
     }
 
-    #choose(target) {
-        const thing = this.#thingAt(target);
-        if (thing === undefined || target.closest('button') === null) return;
-        this.#chosen = this.#chosen === thing.path ? null : thing.path;
+    // Null: nothing.
+    choose(path) {
+        this.#chosen = path;
         this.#draw();
     }
 
-    #letGo() {
-        this.#chosen = null;
+    letGo() {
         this.#pointed = null;
         this.#hideTip();
         this.#draw();
@@ -89,7 +84,7 @@ export class Light {
     #showTip(target) {
         const node = target?.closest('.thing');
         const thing = this.#thingAt(target);
-        const details = thing === undefined ? [] : detailsOf(thing);
+        const details = thing === undefined ? [] : tipOf(thing);
         if (details.length === 0) {
             this.#hideTip();
             return;

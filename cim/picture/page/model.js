@@ -1,7 +1,7 @@
 // From /api/inventory's document to what is drawn: controllers with enclosures, bays and devices. Touches no page.
-import {gradeOf, gradeWords, toneOfGrade} from './words.js';
+import {toneOf, verdicts} from './words.js';
 
-const kinds = [
+const classes = [
     ['controller', 'Zembra_QuarnelController'],
     ['volume', 'Zembra_QuarnelStorageVolume'],
     ['disk', 'Zembra_QuarnelStorageExtent'],
@@ -16,7 +16,7 @@ const natural = new Intl.Collator('en', {numeric: true}).compare;
 const byDevice = (a, b) => natural(a.facts.device ?? '', b.facts.device ?? '');
 
 // A map from key to the items that have it, in their order.
-function grouped(items, keyOf) {
+export function grouped(items, keyOf) {
     const groups = new Map();
     for (const item of items) {
         const key = keyOf(item);
@@ -27,31 +27,32 @@ function grouped(items, keyOf) {
     return groups;
 }
 
-// `lack` says what is missing from it, in words.
-const thingOf = (kind, {path, facts}, lack = '') => ({kind, path, facts, lack, members: [], volumes: []});
+const encoded = (text) => encodeURIComponent(text).replaceAll('%3A', ':');
+const linkTo = (parts) => `#${parts.map(encoded).join('/')}`;
 
-function thingsOf(inventory) {
-    return kinds.flatMap(([kind, className]) => (inventory[className] ?? []).map((item) => thingOf(kind, item)));
+// "#c0" leads to a controller and to its firmware, "#c0/32:13" to a disk, "#c0/volume/0" to anything else: a volume and
+// a port may have the same ID.
+export function linkOf({kind, path, facts: {controller = '', enclosure, device = path}}) {
+    if (kind === 'controller' || kind === 'software') return linkTo([controller]);
+    if (kind === 'disk') return linkTo([controller, device]);
+    return linkTo([controller, kind, kind === 'enclosure' ? enclosure : device]);
 }
 
-// Stands for a controller of which only devices are there.
-const absentController = (id) => thingOf('controller', {path: `absent ${id}`, facts: {controller: id}},
-    'not in the answer, only its devices are');
+function thingOf(kind, {path, facts, properties = {}, since}) {
+    const thing = {kind, path, facts, properties, since, members: [], volumes: []};
+    return {...thing, link: linkOf(thing)};
+}
+
+function thingsOf(inventory) {
+    return classes.flatMap(([kind, name]) => (inventory[name] ?? []).map((item) => thingOf(kind, item)));
+}
+
+// Stands for a controller of which only devices are there. They are judged for it; it is not.
+const absentController = (id) => thingOf('controller',
+    {path: `absent ${id}`, facts: {controller: id, reason: 'not in the answer, only its devices are'}});
 
 // Slots are numbers wherever a caption could be read; -1 otherwise.
 const slotOf = (disk) => (/^\d{1,9}$/.test(disk.facts.slot) ? Number(disk.facts.slot) : -1);
-
-// The first and the last slot of each enclosure that ever held a disk: a pulled disk leaves its bay behind.
-export class KnownSlots {
-    #ranges = new Map();
-
-    rangeWith(enclosure, slots) {
-        const known = this.#ranges.get(enclosure) ?? [];
-        const range = [Math.min(...known, ...slots), Math.max(...known, ...slots)];
-        this.#ranges.set(enclosure, range);
-        return range;
-    }
-}
 
 function baysOf(disks, key, knownSlots) {
     const bySlot = grouped(disks, slotOf);
@@ -76,12 +77,14 @@ function enclosuresOf(disks, controller, knownSlots) {
     });
 }
 
-function controllerWith(id, things, knownSlots) {
+function controllerWith(id, things, missed, knownSlots) {
     const own = (kind) => things.filter((thing) => thing.kind === kind).sort(byDevice);
     const disks = own('disk');
     return {
         id,
         thing: own('controller')[0] ?? absentController(id),
+        things,
+        counts: countsOf([...things, ...missed.filter(({facts}) => facts.controller === id)]),
         enclosures: enclosuresOf(disks, id, knownSlots),
         loose: disks.filter((disk) => disk.facts.enclosure === undefined),
         volumes: own('volume'),
@@ -90,37 +93,57 @@ function controllerWith(id, things, knownSlots) {
     };
 }
 
-export function modelOf(inventory, knownSlots) {
-    const things = thingsOf(inventory);
-    const byPath = new Map(things.map((thing) => [thing.path, thing]));
-    const byController = grouped(things, (thing) => thing.facts.controller ?? '');
-    for (const volume of things.filter((thing) => thing.kind === 'volume')) {
-        volume.members = volume.facts.members.map((path) => byPath.get(path)).filter((disk) => disk !== undefined);
+// [{verdict, count, tone}], the worst first, of those that there are.
+function countsOf(things) {
+    const byVerdict = grouped(things, ({facts}) => facts.verdict);
+    return verdicts.map((verdict) => ({verdict, count: byVerdict.get(verdict)?.length ?? 0, tone: toneOf(verdict)}))
+        .filter(({count}) => count > 0);
+}
+
+// What an address leads to; undefined: it is not there. An ID that no disk has may be that of another device.
+function findIn(things, hash) {
+    let parts;
+    try {
+        parts = hash.slice(1).split('/').map(decodeURIComponent);
+    } catch {
+        return undefined;
+    }
+    const link = linkTo(parts);
+    return things.find((thing) => thing.link === link) ?? (parts.length === 2 ? things : [])
+        .find(({facts}) => facts.controller === parts[0] && facts.device === parts[1]);
+}
+
+// `memory` is what the page remembers (memory.js).
+export function modelOf(inventory, memory) {
+    const present = thingsOf(inventory);
+    const byPath = new Map(present.map((thing) => [thing.path, thing]));
+    for (const volume of present.filter(({kind}) => kind === 'volume')) {
+        const paths = volume.facts.members ?? [];
+        volume.members = paths.map((path) => byPath.get(path)).filter((disk) => disk !== undefined);
         for (const disk of volume.members) disk.volumes.push(volume);
-        if (volume.members.length === 0) volume.lack = 'no disks known';
     }
-    const controllers = [...byController.keys()].sort(natural)
-        .map((id) => controllerWith(id, byController.get(id), knownSlots));
-    for (const {id, thing} of controllers) {
-        if (byController.get(id).every(({kind}) => kind === 'controller')) thing.lack = 'no devices known';
+    const gone = (inventory.gone ?? []).map((item) => thingOf(item.kind,
+        {...item, facts: {...item.facts, verdict: item.verdict, reason: item.reason}}));
+    const [acknowledged, missed] = [true, false].map((told) => (
+        gone.filter((thing) => memory.acknowledged.has(thing) === told)));
+    const things = [...present, ...missed];
+    const softwareOf = grouped(inventory.Zembra_QuarnelSoftwareIdentity ?? [], ({facts}) => facts.controller);
+    for (const thing of present.filter(({kind}) => kind === 'controller')) {
+        thing.software = softwareOf.get(thing.facts.controller)?.[0].properties;
     }
-    const absent = controllers.map(({thing}) => thing).filter((thing) => !byPath.has(thing.path));
-    const byGrade = grouped([...things, ...absent], gradeOf);
-    const graded = (grade) => byGrade.get(grade) ?? [];
-    const noController = absent.length === controllers.length;
+    const byController = grouped(present, (thing) => thing.facts.controller ?? '');
+    const byVerdict = grouped(things, ({facts}) => facts.verdict);
     return {
-        host: inventory.system,
+        ...inventory,
+        things,
         byPath,
-        source: inventory.source ?? '',
-        controllers,
-        noController,
-        counts: [
-            ...(noController ? [{count: 0, what: 'controllers', tone: 'bad'}] : []),
-            ...gradeWords.map((grade) => ({count: graded(grade).length, what: grade, tone: toneOfGrade(grade)}))
-                .filter(({count}) => count > 0),
-        ],
-        findings: gradeWords.filter((grade) => grade !== 'OK').flatMap(graded),
+        acknowledged,
         changes: inventory.changes ?? [],
-        watchedSince: inventory.watchedSince,
+        find: (hash) => findIn([...present, ...gone], hash),
+        controllers: [...byController.keys()].sort(natural)
+            .map((id) => controllerWith(id, byController.get(id), missed, memory.slots)),
+        counts: countsOf(things),
+        findings: verdicts.filter((verdict) => verdict !== 'OK').flatMap((verdict) => byVerdict.get(verdict) ?? []),
+        noController: (inventory[classes[0][1]] ?? []).length === 0,
     };
 }

@@ -1,6 +1,7 @@
 // How each thing is drawn. A view is {node, update(thing)}; the elements that stand for a thing carry its path.
-import {element, keep, setAttribute, setShown, setText} from './dom.js';
-import {counted, lookOf, nameOf, placesOf} from './words.js';
+import {ask, element, keep, makeButton, makeFold, setAttribute, setShown, setText} from './dom.js';
+import {linkTo} from './panel.js';
+import {counted, kinds, lookOf, markOf, nameOf, newsOf, placesOf, sentence, statusOf, toneOf} from './words.js';
 
 const pathOf = (thing) => thing.path;
 
@@ -15,19 +16,18 @@ function partsOf(classNames) {
     return {nodes, show: (texts) => nodes.forEach((node, index) => setText(node, texts[index] ?? ''))};
 }
 
-export function makeButton(className, ...children) {
-    const button = element('button', className, ...children);
-    button.type = 'button';
-    return button;
-}
-
-// The element stands for the thing: it is coloured as its state, and pointing at it is pointing at the thing.
+// The element stands for the thing: it is coloured as its state, pointing at it is pointing at the thing, and it steps
+// back when the thing is not searched for.
 function standFor(node, thing) {
     const look = lookOf(thing);
+    node.classList.toggle('dimmed', thing.out === true);
     setAttribute(node, 'data-path', thing.path);
     setAttribute(node, 'data-tone', look.tone);
     return look;
 }
+
+// What is not searched for is left out, on the screen.
+const setOut = (node, isOut) => node.classList.toggle('out', isOut === true);
 
 // A button that stands for a thing. What is in it is for the eye; its label says the same, and more, to the ear.
 function thingButton(className, ...children) {
@@ -36,47 +36,40 @@ function thingButton(className, ...children) {
     return {node, say: (text) => setText(label, text)};
 }
 
-const sentence = (parts) => parts.filter((part) => part).join(', ');
-
 function volumesText(volumes) {
     const names = volumes.map((volume) => volume.facts.name || volume.facts.device);
     return names.length > 0 ? `in ${names.length === 1 ? 'volume' : 'volumes'} ${names.join(', ')}` : '';
 }
 
-// State, and health where that is news: "DEGRADED, Warning", but "FAILED".
-function stateText({state, health}) {
-    const news = health !== 'OK' && health?.toUpperCase() !== state;
-    return sentence([state, news && health]);
-}
-
-const wordOf = ({facts}) => facts.state || facts.health || 'unknown';
+const wordOf = ({facts}) => facts.state || facts.verdict || 'unknown';
 
 function labelOfDisk({facts, volumes}) {
     const place = facts.slot === undefined ? `Disk ${facts.device}` : `Slot ${facts.slot}`;
-    return sentence([place, stateText(facts), facts.size, volumesText(volumes)]);
+    return sentence([place, statusOf(facts), facts.size, volumesText(volumes)]);
 }
 
 function labelOfVolume(volume) {
     const {facts} = volume;
-    return sentence([nameOf(volume), facts.level, facts.size, stateText(facts), membersText(volume)]);
+    return sentence([nameOf(volume), facts.level, facts.size, statusOf(facts), membersText(volume)]);
 }
 
-function membersText({members, facts, lack}) {
-    if (members.length === 0) return lack;
+function membersText({members, facts}) {
+    if (members.length === 0) return '';
     const more = facts.membersCut ? ' and more, which its caption has no room for' : '';
     return `${counted(members.length, 'disk', 'disks')}: ${placesOf(members)}${more}`;
 }
 
 // What the tip says of a thing, line by line; nothing of what says it all by itself.
-export function detailsOf({kind, facts, volumes}) {
+export function tipOf({kind, facts, volumes}) {
     const health = facts.health === undefined ? '' : `Health: ${facts.health}`;
     const lines = {
-        disk: () => [facts.state, health, sentence([facts.size, facts.firmware && `firmware ${facts.firmware}`]),
+        disk: () => [sentence([facts.size, facts.firmware && `firmware ${facts.firmware}`]),
             facts.enclosure === undefined ? '' : `Device ${facts.device}`, volumesText(volumes)],
-        port: () => [facts.state, health, sentence([facts.name, facts.type, facts.usage])],
-        battery: () => [facts.state, health, facts.charge],
+        port: () => [sentence([facts.name, facts.type, facts.usage])],
+        battery: () => [facts.charge],
     };
-    return kind in lines ? [nameOf({kind, facts}), ...lines[kind]()].filter((line) => line) : [];
+    if (!(kind in lines)) return [];
+    return [nameOf({kind, facts}), statusOf(facts), health, ...lines[kind]()].filter((line) => line);
 }
 
 function bayView() {
@@ -86,6 +79,7 @@ function bayView() {
         node: element('li', '', button.node),
         update({slot, disk}) {
             button.node.classList.toggle('empty', disk === null);
+            button.node.classList.remove('dimmed');
             if (disk === null) {
                 parts.show([slot, '', 'empty']);
                 for (const name of ['data-path', 'data-tone', 'aria-pressed']) setAttribute(button.node, name, null);
@@ -111,12 +105,15 @@ function layOut(bays, count) {
 }
 
 function enclosureView() {
-    const name = element('h4', '');
+    const name = element('h3', '');
     const count = element('p', 'aside');
     const bays = element('ul', 'bays walk');
+    const node = element('section', 'enclosure', element('div', 'heading', name, count),
+        element('div', 'chassis', bays));
     return {
-        node: element('section', 'enclosure', element('div', 'heading', name, count), element('div', 'chassis', bays)),
+        node,
         update(enclosure) {
+            setOut(node, enclosure.bays.every(({disk}) => disk === null || disk.out));
             setText(name, `Enclosure ${enclosure.id}`);
             const empty = enclosure.bays.filter((bay) => bay.disk === null).length;
             setText(count, counted(enclosure.count, 'disk', 'disks') + (empty > 0 ? `, ${empty} empty` : ''));
@@ -131,9 +128,11 @@ function enclosureView() {
 const buttonView = (className, classNames, textsOf, labelOf) => () => {
     const parts = partsOf(classNames);
     const button = thingButton(className, ...parts.nodes);
+    const node = element('li', '', button.node);
     return {
-        node: element('li', '', button.node),
+        node,
         update(thing) {
+            setOut(node, thing.out);
             parts.show(textsOf(thing, standFor(button.node, thing).letter));
             button.say(labelOf(thing));
         },
@@ -143,62 +142,82 @@ const buttonView = (className, classNames, textsOf, labelOf) => () => {
 const looseView = buttonView('loose', ['letter', 'name', 'word', 'size'],
     (disk, letter) => [letter, disk.facts.device, wordOf(disk), disk.facts.size], labelOfDisk);
 
-const volumeView = buttonView('volume', ['mark', 'name', 'state', 'facts', 'facts'], (volume, mark) => {
+const volumeView = buttonView('volume', ['mark', 'name', 'state', 'facts', 'facts', 'facts state'], (volume, mark) => {
     const {device, name, state, level, size} = volume.facts;
-    return [mark, name ? `${device} ${name}` : device, state, sentence([level, size]), membersText(volume)];
+    return [mark, name ? `${device} ${name}` : device, state, sentence([level, size]), membersText(volume),
+        newsOf(volume.facts)];
 }, labelOfVolume);
 
-// Ports and batteries: nothing to light, so they are texts. What there is no room for is read out, and in the tip.
-function deviceView() {
-    const parts = partsOf(['mark', 'name', 'facts', 'state', 'unseen']);
-    const node = element('li', 'thing device', ...parts.nodes);
-    return {
-        node,
-        update(device) {
-            const {name, device: id, type, charge, state, health, usage} = device.facts;
-            parts.show([standFor(node, device).letter, name || id, sentence([type, charge]), state,
-                sentence([health, usage])]);
-        },
-    };
-}
+// Ports and batteries. What there is no room for is read out, and in the tip.
+const deviceView = buttonView('device', ['mark', 'name', 'facts', 'state'], ({facts}, mark) => (
+    [mark, facts.name || facts.device, sentence([facts.type, facts.charge]), statusOf(facts)]
+), (device) => sentence([nameOf(device), ...['name', 'type', 'charge'].map((fact) => device.facts[fact]),
+    statusOf(device.facts), device.facts.usage]));
 
 // A headed list, hidden while it is empty.
 function listView(title, className, makeView) {
     const list = element('ul', className);
-    const node = element('section', 'group', element('h4', '', title), list);
+    const node = element('section', 'group', element('h3', '', title), list);
     return {
         node,
         update(things, controller) {
             setShown(node, things.length > 0);
+            setOut(node, things.every((thing) => thing.out));
             setAttribute(list, 'aria-label', `${title} of controller ${controller}`);
             keep(list, things, pathOf, makeView);
         },
     };
 }
 
-export function controllerView() {
-    const name = element('h3', '');
-    const facts = element('p', 'aside');
-    const state = element('p', 'state');
-    const heading = element('div', 'heading thing', name, facts, state);
+// "60 disks, 2 volumes", or of how many those are that are searched for.
+function holdingsOf({things}, searching) {
+    const shown = things.filter((thing) => !thing.out).length;
+    if (searching) return `${shown} of ${things.length} shown`;
+    const countOf = (kind) => things.filter((thing) => thing.kind === kind).length;
+    return sentence([...kinds].filter(([kind]) => kind !== 'controller' && countOf(kind) > 0)
+        .map(([kind, several]) => counted(countOf(kind), kind, several)));
+}
+
+function countView() {
+    const node = element('li', 'count');
+    return {
+        node,
+        update({verdict, count, tone}) {
+            setText(node, `${count} ${verdict}`);
+            setAttribute(node, 'data-tone', tone);
+        },
+    };
+}
+
+export function controllerView({id, thing: own}) {
+    const node = element('section', 'controller');
+    const fold = makeFold(node, `Controller ${id}`, (open) => ask(node, 'fold', {id, open}));
+    const parts = partsOf(['state', 'aside', 'aside holdings']);
+    const [state, facts, holdings] = parts.nodes;
+    const counts = element('ul', 'counts');
+    const details = linkTo(own, 'Details', element('span', 'unseen', ` of controller ${id}`));
+    const heading = element('div', 'heading thing', element('h2', '', fold.button), state, facts, holdings, counts,
+        details);
     const enclosures = element('div', 'enclosures');
     const loose = listView('Disks without an enclosure', 'loose-disks walk', looseView);
     const side = [
         ['volumes', listView('Volumes', 'volumes walk', volumeView)],
-        ['ports', listView('Ports', 'ports', deviceView)],
-        ['batteries', listView('Batteries', 'batteries', deviceView)],
+        ['ports', listView('Ports', 'ports walk', deviceView)],
+        ['batteries', listView('Batteries', 'batteries walk', deviceView)],
     ];
-    const node = element('section', 'controller', heading,
-        element('div', 'machine', element('div', 'front', enclosures, loose.node),
-            element('div', 'side', ...side.map(([, view]) => view.node))));
+    node.append(heading, element('div', 'machine folds', element('div', 'front', enclosures, loose.node),
+        element('div', 'side', ...side.map(([, view]) => view.node))));
     return {
         node,
         update(controller) {
             const {thing} = controller;
-            setText(name, `Controller ${controller.id}`);
-            setText(facts, sentence([thing.facts.model, thing.facts.package && `package ${thing.facts.package}`,
-                thing.facts.firmware && `firmware ${thing.facts.firmware}`]));
-            setText(state, sentence([thing.facts.state, thing.lack]));
+            setOut(node, controller.things.every(({out}) => out));
+            fold.open(controller.open);
+            const {model, package: bundle, firmware, verdict} = thing.facts;
+            parts.show([verdict === 'OK' ? '' : statusOf(thing.facts),
+                sentence([model, bundle && `package ${bundle}`, firmware && `firmware ${firmware}`]),
+                holdingsOf(controller, controller.searching)]);
+            keep(counts, controller.counts, (count) => count.verdict, countView);
             standFor(heading, thing);
             keep(enclosures, controller.enclosures, (enclosure) => enclosure.id, enclosureView);
             loose.update(controller.loose, controller.id);
@@ -207,20 +226,26 @@ export function controllerView() {
     };
 }
 
-// What needs a look, worst first. The button leads to the thing.
-// Those beyond the most that are shown at first are for paper, where all are.
-export function findingView() {
-    const parts = partsOf(['mark', 'name', 'state']);
-    const button = makeButton('finding', ...parts.nodes);
-    const node = element('li', '', button);
+// What needs a look, worst first. The link leads to the thing; what is gone can be acknowledged.
+// Those beyond the most that are shown at first are folded.
+export function findingView({thing: found}) {
+    const parts = partsOf(['mark', 'verdict', 'name', 'state']);
+    const link = linkTo(found, ...parts.nodes);
+    const node = element('li', 'finding', link);
+    if (found.since !== undefined) {
+        const button = makeButton('small', 'Acknowledge', element('span', 'unseen', ` that ${nameOf(found)} is gone`));
+        button.addEventListener('click', () => ask(button, 'acknowledge', {thing: found, acknowledged: true}));
+        node.append(button);
+    }
     return {
         node,
         update({thing, beyond}) {
+            const {facts, since} = thing;
             node.classList.toggle('beyond', beyond);
-            const {letter, tone} = lookOf(thing);
-            parts.show([letter, nameOf(thing), sentence([thing.facts.state, thing.facts.charge, thing.lack])]);
-            setAttribute(button, 'data-tone', tone);
-            setAttribute(button, 'data-leads-to', thing.path);
+            node.classList.toggle('dimmed', thing.out);
+            setAttribute(node, 'data-tone', toneOf(facts.verdict));
+            parts.show([markOf(thing), facts.verdict, nameOf(thing),
+                since === undefined ? statusOf(facts) : facts.reason]);
         },
     };
 }

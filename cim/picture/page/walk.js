@@ -1,6 +1,6 @@
 // The arrow keys: each list of class "walk" is one stop of the Tab key, and the arrows move within it.
 
-const itemsOf = (list) => [...list.querySelectorAll('button')];
+const itemsOf = (list) => [...list.querySelectorAll('button')].filter((item) => item.checkVisibility());
 
 const centreOf = (node) => {
     const at = node.getBoundingClientRect();
@@ -31,7 +31,7 @@ const steps = {
 };
 
 function stopAt(list, chosen) {
-    for (const item of itemsOf(list)) item.tabIndex = item === chosen ? 0 : -1;
+    for (const item of list.querySelectorAll('button')) item.tabIndex = item === chosen ? 0 : -1;
 }
 
 // After the lists have changed: each has one stop, the one it had if that is still there.
@@ -46,7 +46,7 @@ export function walkIn(root) {
     root.addEventListener('focusin', (event) => {
         const list = event.target.closest('.walk');
         if (list === null) return;
-        for (const item of itemsOf(list)) delete item.dataset.stop;
+        for (const item of list.querySelectorAll('button')) delete item.dataset.stop;
         event.target.dataset.stop = 'yes';
         stopAt(list, event.target);
     });
@@ -57,13 +57,4 @@ export function walkIn(root) {
         event.preventDefault();
         step(itemsOf(list), event.target)?.focus();
     });
-}
-
-// Leads to the thing of that path, wherever it is drawn.
-export function goTo(root, path) {
-    const node = [...root.querySelectorAll('.thing')].find((each) => each.dataset.path === path);
-    if (node === undefined) return;
-    if (node.tagName !== 'BUTTON') node.tabIndex = -1;
-    node.focus({preventScroll: true});
-    node.scrollIntoView({block: 'center'});
 }

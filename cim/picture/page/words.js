@@ -1,44 +1,46 @@
 // The words for what is shown: letters and tones of states, what a thing is called, how long ago something was.
-// Tones are the style sheet's: good, spare, free, busy, warn, bad, odd.
+// Tones are the style sheet's: good, spare, free, warn, bad, odd. They follow the verdict, which the server gives.
 
-// In the order in which the legend has them.
-export const diskStates = new Map([
-    ['ONLINE', {letter: 'O', tone: 'good'}],
-    ['HOT SPARE', {letter: 'S', tone: 'spare'}],
-    ['UNCONFIGURED GOOD', {letter: 'U', tone: 'free'}],
-    ['REBUILD', {letter: 'R', tone: 'busy'}],
-    ['UNCONFIGURED BAD', {letter: 'B', tone: 'warn'}],
-    ['OFFLINE', {letter: 'X', tone: 'bad'}],
-    ['FAILED', {letter: 'F', tone: 'bad'}],
-    ['UNDEFINED', {letter: '?', tone: 'odd'}],
+// A disk's letter, and the tone of what is fine without being in use. In the order in which the chips have them.
+const diskStates = new Map([
+    ['ONLINE', {letter: 'O'}],
+    ['HOT SPARE', {letter: 'S', fine: 'spare'}],
+    ['UNCONFIGURED GOOD', {letter: 'U', fine: 'free'}],
+    ['REBUILD', {letter: 'R'}],
+    ['UNCONFIGURED BAD', {letter: 'B'}],
+    ['OFFLINE', {letter: 'X'}],
+    ['FAILED', {letter: 'F'}],
+    ['UNDEFINED', {letter: '?'}],
 ]);
+export const letterOf = (state) => diskStates.get(state)?.letter;
 
-// What a thing is counted and ranked by, worst first: its health, or that something is missing from it.
-const kIncomplete = 'Incomplete';
-const grades = new Map([
-    ['Failed', 'bad'],
-    ['Critical', 'bad'],
-    ['Major failure', 'bad'],
-    ['Minor failure', 'warn'],
-    ['Warning', 'warn'],
-    [kIncomplete, 'warn'],
-    ['Unknown', 'odd'],
-    ['OK', 'good'],
-]);
-export const gradeWords = [...grades.keys()];
+// The worst first.
+const tones = new Map([['CRITICAL', 'bad'], ['WARNING', 'warn'], ['UNKNOWN', 'odd'], ['OK', 'good']]);
+export const verdicts = [...tones.keys()];
+export const toneOf = (verdict) => tones.get(verdict) ?? 'odd';
 
-export const gradeOf = ({facts, lack}) => (lack && (facts.health ?? 'OK') === 'OK' ? kIncomplete : facts.health);
-export const toneOfGrade = (grade) => grades.get(grade) ?? 'odd';
+// What orders a group's chips.
+export const states = [...diskStates.keys()];
 
-// How a state is marked; the mark tells it without colour.
+// A mark tells the verdict without colour.
 const marks = {good: '●', warn: '▲', bad: '✖', odd: '?'};
+export const markOf = ({facts}) => marks[toneOf(facts.verdict)];
 
-// How a thing is drawn. A disk's state that no caption told is shown by the disk's health.
-export const lookOf = (thing) => {
-    const tone = toneOfGrade(gradeOf(thing));
-    if (thing.kind === 'disk') return diskStates.get(thing.facts.state) ?? {letter: '?', tone};
-    return {letter: marks[tone], tone};
-};
+// How a thing is drawn.
+export function lookOf(thing) {
+    const {state, verdict} = thing.facts;
+    if (thing.kind !== 'disk') return {letter: markOf(thing), tone: toneOf(verdict)};
+    const fine = verdict === 'OK' && diskStates.get(state)?.fine;
+    return {letter: letterOf(state) ?? '?', tone: fine || toneOf(verdict)};
+}
+
+export const sentence = (parts) => parts.filter((part) => part).join(', ');
+
+// The state, and why it is not fine where the state does not tell that: "Error, charge Critical", but "FAILED".
+export const statusOf = ({state = '', reason = ''}) => (reason.startsWith(state) ? reason : sentence([state, reason]));
+// The same without the state: "charge Critical".
+export const newsOf = ({state = '', reason = ''}) => (
+    reason.startsWith(state) ? reason.slice(state.length).replace(/^, /, '') : reason);
 
 const shown = (text) => text || '–';
 
@@ -54,10 +56,15 @@ const names = {
     disk: (facts) => `${placeOf(facts)} on ${facts.controller}`,
     port: (facts) => `Port ${facts.device} on ${facts.controller}`,
     battery: (facts) => `Battery ${facts.device} on ${facts.controller}`,
+    enclosure: (facts) => `Enclosure ${facts.enclosure} on ${facts.controller}`,
 };
 
 // "Disk in slot 4 of enclosure 252 on c0"
 export const nameOf = (thing) => names[thing.kind](thing.facts);
+
+// The words for several.
+export const kinds = new Map([['controller', 'controllers'], ['volume', 'volumes'], ['disk', 'disks'],
+    ['port', 'ports'], ['battery', 'batteries'], ['enclosure', 'enclosures']]);
 
 // "3-5, 7" of numbers in ascending order.
 function rangesOf(numbers) {
@@ -93,31 +100,40 @@ export function listed(texts, most) {
     return more > 0 ? `${texts.slice(0, most).join(', ')} and ${more} more` : texts.join(', ');
 }
 
-// The lines of a change: [{what, from, to}], the state first; `what` is empty for the state. Health follows the state.
+// The lines of a change: [{what, from, to}], the state first; `what` is empty for the state, which tells the verdict.
 export function stepsOf(change) {
     if (change.event === 'appeared') return [{what: 'appeared', to: shown(change.state)}];
     if (change.event === 'removed') return [{what: 'removed', from: shown(change.state)}];
-    const facts = {...change.factChanges};
-    const steps = [];
-    if (facts.state) steps.push({what: '', from: shown(facts.state.from), to: shown(facts.state.to)});
-    if (facts.state) delete facts.health;
-    delete facts.state;
-    for (const [name, step] of Object.entries(facts)) {
-        steps.push({what: name, from: shown(step.from), to: shown(step.to)});
-    }
+    const {state, health, verdict, reason, ...rest} = change.factChanges ?? {};
+    const facts = state === undefined ? {verdict, reason, health, ...rest} : {'': state, ...rest};
+    const steps = Object.entries(facts).filter(([, step]) => step !== undefined)
+        .map(([what, step]) => ({what, from: shown(step.from), to: shown(step.to)}));
     if (steps.length === 0) steps.push({what: `changed: ${Object.keys(change.changes ?? {}).join(', ')}`});
     return steps;
 }
 
-export function sentenceOf(change) {
-    const steps = stepsOf(change).map(({what, from, to}) => {
+// Many that come or go need not have had one state.
+export const stepsOfAll = (changes) => (changes.length === 1 || changes[0].event === 'changed' ? stepsOf(changes[0])
+    : [{what: changes[0].event}]);
+
+// "24 disks of enclosure 252 on c0" of changes that are of one kind and place.
+export function nameOfAll(changes) {
+    const [{kind, facts}] = changes;
+    if (changes.length === 1) return nameOf(changes[0]);
+    const place = facts.enclosure === undefined ? '' : ` of enclosure ${facts.enclosure}`;
+    return `${changes.length} ${kinds.get(kind) ?? kind}${place} on ${facts.controller}`;
+}
+
+export function sentenceOf(changes) {
+    const steps = stepsOfAll(changes).map(({what, from, to}) => {
         const arrow = from && to ? `${from} to ${to}` : (from ?? to ?? '');
         return `${what} ${arrow}`.trim();
     });
-    return `${nameOf(change)}: ${steps.join('; ')}`;
+    return `${nameOfAll(changes)}: ${steps.join('; ')}`;
 }
 
-export const clockOf = (time) => time.replace('T', ' ');
+// "2026-01-05 10:02:11 +01:00"
+export const clockOf = (time) => time.replace('T', ' ').replace(/(?=[-+][:\d]+$)/, ' ');
 
 export function agoOf(seconds) {
     const whole = Math.floor(seconds);

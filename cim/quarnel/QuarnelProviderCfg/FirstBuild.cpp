@@ -201,14 +201,12 @@ int BuildLogicalDeviceInfo(const CMPIInstanceMI *mi, const CMPIContext *ctx, Rai
 }
 
 void ProcessBuildLogicalDeviceInfo(CMPIContext *ctx, void *args) {
-    // The clones live until the end, the job does not.
-    Heap<Thread_Args_t> job(static_cast<Thread_Args_t *>(args));
+    const Heap<Thread_Args_t> job(static_cast<Thread_Args_t *>(args));
     const Pass_t pass = {reinterpret_cast<const CMPIInstanceMI *>(job->Arg1), ctx,
                          reinterpret_cast<RaidController_t *>(job->Arg0)};
     const Owned<CMPIInstance> device(reinterpret_cast<CMPIInstance *>(job->Arg4));
     const Owned<CMPIObjectPath> op(reinterpret_cast<CMPIObjectPath *>(job->Arg3));
     const int kind = static_cast<int>(job->Arg5);
-    job.reset();
     if (kind < 1 || kind > kCodes) {
         QLOG(LOG_ERR, "%s: invalid type %d\n", __func__, kind);
         return;
