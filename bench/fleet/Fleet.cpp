@@ -94,7 +94,7 @@ private:
         cim::metrics::Look look;
         look.up = host.up;
         look.times.Note(host.inventory, {}, std::time(nullptr));
-        look.past = cim::metrics::Past{1, host.up ? 0U : 1U, {}};
+        look.past = cim::metrics::Past{1, host.up ? 0U : 1U, &gone};
         std::string text = cim::metrics::Render(host.inventory, look, format);
         if (const auto place = text.find(name); place != std::string::npos) {
             text.replace(place, name.size(), fmt::format("host_name=\"host-{:04}\"", number));
@@ -105,7 +105,8 @@ private:
     const unsigned size;
     Host healthy;
     std::vector<Host> faulty;
-    std::string name; // as a label, in what is rendered
+    const std::vector<cim::Gone> gone; // nothing is
+    std::string name;                  // as a label, in what is rendered
     std::atomic<bool> planted{false};
 };
 
