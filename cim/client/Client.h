@@ -18,6 +18,7 @@ struct ClientOptions {
     std::string caFile;                             // whose certificates are trusted, in PEM; empty: the system's
     std::chrono::milliseconds timeout{10000};       // for each answer
     std::optional<std::chrono::milliseconds> total; // for all of them, counted from Connect
+    std::function<bool()> givenUp = {}; // asked every second, at least, of a wait for an answer: true ends it
 };
 
 // Does not ask the server anything yet. The user and the password are the environment's QUARNEL_USER and

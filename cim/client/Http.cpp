@@ -84,6 +84,10 @@ std::size_t TakeBody(char *data, std::size_t, std::size_t size, void *to) {
     return size;
 }
 
+int IsGivenUp(void *asked, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+    return (*static_cast<const std::function<bool()> *>(asked))() ? 1 : 0;
+}
+
 // The library's words without its own introduction.
 std::string Reason(std::string_view text) {
     for (const std::string_view start : {"SSL certificate problem: ", "SSL: "}) {
@@ -134,6 +138,11 @@ void Http::SetUp(const std::string &url) {
     Set(CURLOPT_HEADERDATA, &reply);
     Set(CURLOPT_WRITEFUNCTION, TakeBody);
     Set(CURLOPT_WRITEDATA, &reply);
+    if (options.givenUp) {
+        Set(CURLOPT_XFERINFOFUNCTION, IsGivenUp);
+        Set(CURLOPT_XFERINFODATA, &options.givenUp);
+        Set(CURLOPT_NOPROGRESS, 0L);
+    }
     if (!options.caFile.empty()) {
         Set(CURLOPT_CAINFO, options.caFile.c_str());
         Set(CURLOPT_CAPATH, nullptr);

@@ -140,6 +140,7 @@ void ReadVolume(std::string_view caption, Item &item) {
 }
 
 void ReadDisk(std::string_view caption, Item &item) {
+    item.state.clear(); // as of volumes
     constexpr std::string_view start = "Drive ", enclosure = " in enclosure ";
     const auto place = TakeBefore(caption, " on controller " + item.controller + " Fw: ");
     if (!place || !StartsWith(*place, start)) return;
@@ -148,8 +149,8 @@ void ReadDisk(std::string_view caption, Item &item) {
         item.slot = place->substr(start.size(), in - start.size());
         item.enclosure = place->substr(in + enclosure.size());
     }
-    const std::string state = TakeState(caption);
-    if (!state.empty()) item.state = state;
+    item.state = TakeState(caption);
+    if (EndsWith(caption, " -")) caption.remove_suffix(2);
     item.firmware = caption;
 }
 

@@ -1,6 +1,7 @@
 #include "cim/inventory/Changes.h"
 
 #include "cim/inventory/Tables.h"
+#include "cim/inventory/Verdict.h"
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -12,7 +13,8 @@ namespace cim {
 
 namespace {
 
-bool SameInstance(const Item &a, const Item &b) {
+bool Same(const Item &a, const Item &b) {
+    if (a.verdict != b.verdict || a.reason != b.reason) return false;
     const auto same = [](const NamedValue &x, const NamedValue &y) { return x.name == y.name && x.value == y.value; };
     return std::equal(a.instance.properties.begin(), a.instance.properties.end(), b.instance.properties.begin(),
                       b.instance.properties.end(), same);
@@ -32,6 +34,9 @@ Json ChangedProperties(const Instance &before, const Instance &after) {
     return changes;
 }
 
+// That the state does not tell.
+std::string NewsOf(const Item &item) { return item.verdictInTable.substr(item.verdict.size()); }
+
 } // namespace
 
 std::vector<Change> Compare(const Inventory &before, const Inventory &after, const ServedClass *only) {
@@ -46,7 +51,7 @@ std::vector<Change> Compare(const Inventory &before, const Inventory &after, con
                 changes.push_back({nullptr, &item});
                 continue;
             }
-            if (!SameInstance(*found->second, item)) changes.push_back({found->second, &item});
+            if (!Same(*found->second, item)) changes.push_back({found->second, &item});
             earlier.erase(found);
         }
         for (const auto &item : before[i]) { // in order, unlike the map
@@ -72,8 +77,9 @@ std::string ToText(const Change &change, const std::string &time) {
     const bool stateChanged = change.before->state != change.after->state;
     if (stateChanged) lines += fmt::format("{}{} -> {}\n", start, Shown(change.before->state), Shown(item.state));
     for (const auto &column : ColumnsOf(*item.served)) {
-        // The state tells the verdict.
-        if (column.text == &Item::state || (stateChanged && column.text == &Item::verdictInTable)) continue;
+        if (column.text == &Item::state) continue;
+        const bool told = stateChanged && NewsOf(*change.before) == NewsOf(item);
+        if (column.text == &Item::verdictInTable && told) continue;
         const std::string &from = change.before->*column.text, &to = change.after->*column.text;
         if (from == to) continue;
         lines += fmt::format("{}{} {} -> {}\n", start, column.title, Shown(from), Shown(to));
@@ -86,11 +92,17 @@ Json ToJson(const Change &change, const std::string &time) {
     const char *event = change.before == nullptr ? "appeared" : change.after == nullptr ? "removed" : "changed";
     Json json = {{"time", time},  {"event", event},    {"class", item.served->name}, {"kind", item.served->kind},
                  {"id", item.id}, {"path", item.path}, {"state", item.state}};
+    if (!item.verdict.empty()) {
+        const bool removed = change.after == nullptr;
+        json["verdict"] = removed ? NameOf(kGoneSeverity) : item.verdict;
+        json["reason"] = removed ? "gone since " + time : item.reason;
+    }
     if (change.before == nullptr || change.after == nullptr) {
         json["properties"] = ToJson(item.instance)["properties"];
         return json;
     }
     if (change.before->state != item.state) json["previousState"] = change.before->state;
+    if (change.before->verdict != item.verdict) json["previousVerdict"] = change.before->verdict;
     json["changes"] = ChangedProperties(change.before->instance, item.instance);
     return json;
 }

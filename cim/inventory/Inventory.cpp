@@ -138,15 +138,44 @@ Item ItemOf(const ServedClass &served, Instance instance, const std::vector<std:
     return item;
 }
 
-// The state word of a volume's caption, which may be cut off it. It follows from the operational status, as the
-// provider makes it.
-std::string VolumeStateOf(const std::uint64_t *status, const std::string &inCaption) {
+// The words that the provider puts at the end of a caption for an operational status. A health of 0 is any.
+struct StateWord {
+    std::uint64_t status, health;
+    const char *word;
+};
+constexpr StateWord kVolumeWords[] = {{2, 0, "OPTIMAL"}, {3, 0, "DEGRADED"}, {6, 0, "OFFLINE"}};
+constexpr StateWord kDiskWords[] = {
+    {2, 0, "ONLINE"},
+    {2, 0, "HOT SPARE"},
+    {2, 0, "REBUILD"},
+    {2, 0, "UNCONFIGURED GOOD"},
+    {6, 10, "UNCONFIGURED BAD"},
+    {6, 30, "FAILED"},
+    {12, 0, "OFFLINE"},
+    {15, 0, "UNCONFIGURED GOOD"},
+};
+constexpr const char *kOtherWord = "UNDEFINED";
+
+// The caption's limit may have cut the word, or all of it: the only one that the rest of the instance leaves. Otherwise
+// what the caption has.
+template <std::size_t Count>
+std::string WholeWord(const StateWord (&words)[Count], const Instance &instance, const std::string &inCaption) {
+    const std::uint64_t *status = NumberIn(instance, "OperationalStatus");
+    const std::uint64_t *health = NumberIn(instance, "HealthState");
     if (status == nullptr) return inCaption;
-    const std::string word = *status == 2   ? "OPTIMAL"
-                             : *status == 3 ? "DEGRADED"
-                             : *status == 6 ? "OFFLINE"
-                                            : "UNDEFINED";
-    return word.compare(0, inCaption.size(), inCaption) == 0 ? word : inCaption;
+    std::vector<std::string> possible;
+    bool listed = false;
+    for (const auto &each : words) {
+        if (each.status != *status) continue;
+        listed = true;
+        if (each.health == 0 || (health != nullptr && each.health == *health)) possible.emplace_back(each.word);
+    }
+    if (!listed) possible.emplace_back(kOtherWord);
+    const auto differs = [&inCaption](const std::string &word) {
+        return word.compare(0, inCaption.size(), inCaption) != 0;
+    };
+    possible.erase(std::remove_if(possible.begin(), possible.end(), differs), possible.end());
+    return possible.size() == 1 ? possible.front() : inCaption;
 }
 
 void ReadFacts(Item &item) {
@@ -169,7 +198,11 @@ void ReadFacts(Item &item) {
             if (*state == number) item.healthWord = word;
     }
     ReadCaption(item);
-    if (item.served->index == kVolume) item.state = VolumeStateOf(status, item.state);
+    if (item.served->index == kVolume) item.state = WholeWord(kVolumeWords, instance, item.state);
+    if (item.served->index == kDisk) {
+        const std::string word = WholeWord(kDiskWords, instance, item.state);
+        item.state = word.empty() ? item.status : word; // healthy disks have one of four
+    }
 }
 
 void SortByPath(std::vector<Instance> &instances) {
@@ -185,8 +218,7 @@ void SortByPath(std::vector<Instance> &instances) {
     instances = std::move(ordered);
 }
 
-bool ShownBefore(const Item &a, const Item &b) {
-    if (a.severity != b.severity) return a.severity > b.severity;
+bool StandsBefore(const Item &a, const Item &b) {
     for (const auto fact : {&Item::controller, &Item::enclosure, &Item::slot, &Item::device}) {
         if (a.*fact != b.*fact) return NaturallyBefore(a.*fact, b.*fact);
     }
@@ -259,7 +291,11 @@ Inventory Describe(Instances instances, const Leniency &leniency) {
     }
     FindMembers(inventory[kVolume], inventory[kDisk]);
     Judge(inventory, leniency);
-    for (auto &items : inventory) std::stable_sort(items.begin(), items.end(), ShownBefore);
+    SortByPlace(inventory);
+    for (auto &items : inventory) {
+        std::stable_sort(items.begin(), items.end(),
+                         [](const Item &a, const Item &b) { return a.severity > b.severity; });
+    }
     // The firmware that runs on a controller is an instance of its own.
     for (auto &controller : inventory[kController]) {
         for (const auto &software : inventory[kSoftware]) {
@@ -269,6 +305,10 @@ Inventory Describe(Instances instances, const Leniency &leniency) {
         }
     }
     return inventory;
+}
+
+void SortByPlace(Inventory &inventory) {
+    for (auto &items : inventory) std::stable_sort(items.begin(), items.end(), StandsBefore);
 }
 
 std::string HostOf(const Inventory &inventory) {

@@ -120,6 +120,8 @@ std::string NameOf(const Item &item);
 // Items by class. Worst verdict first, then by controller and place.
 using Inventory = std::array<std::vector<Item>, kServedClasses.size()>;
 Inventory Describe(Instances instances, const Leniency &leniency = {});
+// The same by controller and place alone, which is how two dumps can be compared.
+void SortByPlace(Inventory &inventory);
 
 // The name of the machine, which every device's key has. Empty without devices.
 std::string HostOf(const Inventory &inventory);

@@ -58,10 +58,11 @@ Json FactsOf(const Item &item) {
 }
 
 Json ToJson(const Inventory &inventory, const Looked &looked, const ServedClass *only) {
+    const Inventory &whole = looked.whole != nullptr ? *looked.whole : inventory;
     Json document = {{"time", TimeWithOffset(looked.time)},
-                     {"host", HostOf(inventory)},
+                     {"host", HostOf(whole)},
                      {"version", QUARNEL_VERSION},
-                     {"verdict", NameOf(WorstOf(inventory, looked.gone))}};
+                     {"verdict", NameOf(WorstOf(whole, looked.gone))}};
     if (looked.sample) document["source"] = kSampleHardware;
     for (const auto &served : kServedClasses) {
         if (only != nullptr && only != &served) continue;

@@ -23,7 +23,8 @@ Json FactsOf(const Item &item);
 struct Looked {
     std::time_t time = 0;
     bool sample = false;
-    std::size_t gone = 0; // things that were there before
+    std::size_t gone = 0;             // things that were there before
+    const Inventory *whole = nullptr; // when the inventory is a part of it: host and verdict are the whole's
 };
 Json ToJson(const Inventory &inventory, const Looked &looked, const ServedClass *only);
 

@@ -11,14 +11,25 @@ namespace cim {
 
 namespace {
 
-// The columns of each class's table, by facts.
-const std::array<std::vector<std::string_view>, kServedClasses.size()> kColumns{{
-    {"controller", "model", "package", "firmware", "state", "verdict"},
-    {"controller", "model", "package", "firmware"},
-    {"controller", "device", "name", "level", "size", "state", "verdict", "drives"},
-    {"controller", "enclosure", "slot", "device", "size", "firmware", "state", "verdict"},
-    {"controller", "device", "name", "type", "usage", "state", "verdict"},
-    {"controller", "device", "charge", "state", "verdict"},
+// The columns of each class's table, by facts. Those that tell which thing it is and how it is stay.
+struct KindColumn {
+    std::string_view fact;
+    unsigned rank = 0;
+};
+const std::array<std::vector<KindColumn>, kServedClasses.size()> kColumns{{
+    {{"controller"}, {"model", 1}, {"package", 3}, {"firmware", 2}, {"state"}, {"verdict"}},
+    {{"controller"}, {"model", 1}, {"package"}, {"firmware"}},
+    {{"controller", 1}, {"device"}, {"name", 2}, {"level", 4}, {"size", 5}, {"state"}, {"verdict"}, {"drives", 3}},
+    {{"controller", 1},
+     {"enclosure", 3},
+     {"slot", 2},
+     {"device"},
+     {"size", 4},
+     {"firmware", 5},
+     {"state"},
+     {"verdict"}},
+    {{"controller", 1}, {"device"}, {"name", 2}, {"type", 3}, {"usage", 4}, {"state"}, {"verdict"}},
+    {{"controller", 1}, {"device"}, {"charge", 2}, {"state"}, {"verdict"}},
 }};
 
 std::string InCapitals(std::string text, std::size_t count = std::string::npos) {
@@ -28,77 +39,22 @@ std::string InCapitals(std::string text, std::size_t count = std::string::npos) 
     return text;
 }
 
-// By severity.
-struct Look {
-    const char *mark;
-    const char *style;
-};
-constexpr Look kLooks[] = {{"", ""}, {"?", kMagenta}, {"!", kYellow}, {"!!", kRed}};
-
-Look LookOf(const Item &item) { return kLooks[static_cast<std::size_t>(item.severity)]; }
-
-// The heading, and a line for each of the first items.
-std::string TableOf(const ServedClass &served, const std::vector<Item> &items, std::size_t count,
-                    const TablesOptions &options) {
-    const auto columns = ColumnsOf(served);
-    std::vector<std::string> lines(1 + count);
-    for (std::size_t i = 0; i <= count; ++i) {
-        lines[i] = Padded(i > 0 ? LookOf(items[i - 1]).mark : "", 2, false);
-        if (options.changed == nullptr) continue;
-        lines[i] += i > 0 && options.changed->count(items[i - 1].path) != 0 ? "*" : " ";
-    }
-    const char *separator = " ";
-    for (const auto &[title, fact, right] : columns) {
-        std::vector<std::string> cells{InCapitals(title)};
-        for (std::size_t i = 0; i < count; ++i) cells.push_back(Shown(items[i].*fact));
-        std::size_t width = 0;
-        for (const auto &cell : cells) width = std::max(width, LengthOf(cell));
-        for (std::size_t i = 0; i <= count; ++i) lines[i] += separator + Padded(cells[i], width, right);
-        separator = "  ";
-    }
-    std::string text;
-    for (std::size_t i = 0; i <= count; ++i) {
-        const char *style = i > 0 ? LookOf(items[i - 1]).style : "";
-        text += Styled(Cut(lines[i], options.text.width), style, options.text) + "\n";
-    }
-    return text;
-}
-
-struct Section {
-    const ServedClass *served;
-    const std::vector<Item> *items;
-    std::size_t shown; // its first rows
-
-    // Title, headings and a line in between; for an empty one the title says it all.
-    std::size_t Lines() const { return items->empty() ? 2 : shown + 3 + (shown < items->size() ? 1 : 0); }
-};
-
-// Takes rows from the table that shows most of them until all fit. Its last ones are its healthiest.
-void Fit(std::vector<Section> &sections, std::size_t height) {
-    const auto total = [&sections] {
-        std::size_t lines = 1;
-        for (const auto &section : sections) lines += section.Lines();
-        return lines;
-    };
-    while (height != 0 && total() > height) {
-        const auto most = std::max_element(sections.begin(), sections.end(),
-                                           [](const Section &a, const Section &b) { return a.shown < b.shown; });
-        if (most == sections.end() || most->shown <= 1) return;
-        --most->shown;
-    }
-}
+constexpr const char *kStyles[] = {"", kMagenta, kYellow, kRed}; // by severity
 
 constexpr const char *kSampleNotice = "Sample hardware, not this machine's: --hardware FILE or --url URL shows other";
 
-std::string CountLine(const std::vector<Section> &sections, bool sample) {
+std::string CountLine(const Inventory &inventory, const TablesOptions &options) {
     Tally tally;
-    std::size_t total = 0;
-    for (const auto &section : sections) {
-        total += section.items->size();
-        tally.Add(*section.items);
+    std::size_t shown = 0, all = 0;
+    for (const auto &served : kServedClasses) {
+        if (!options.Shows(served)) continue;
+        shown += inventory[served.index].size();
+        tally.Add(inventory[served.index]);
+        if (options.whole != nullptr) all += (*options.whole)[served.index].size();
     }
-    std::string line = Counted(total, "instance", "instances");
-    if (sample) line += fmt::format(" of {}", kSampleHardware);
+    std::string line = Counted(options.whole != nullptr ? all : shown, "instance", "instances");
+    if (options.sample) line += fmt::format(" of {}", kSampleHardware);
+    if (options.whole != nullptr) line = fmt::format("{} of {} shown", shown, line);
     const std::string counts = tally.Text();
     return line + (counts.empty() ? "" : ": ") + counts + "\n";
 }
@@ -107,46 +63,59 @@ std::string CountLine(const std::vector<Section> &sections, bool sample) {
 
 std::vector<ItemColumn> ColumnsOf(const ServedClass &served) {
     std::vector<ItemColumn> columns;
-    for (const std::string_view name : kColumns[served.index]) {
-        const auto &fact =
-            *std::find_if(std::begin(kFacts), std::end(kFacts), [name](const Fact &each) { return name == each.name; });
+    for (const auto &[name, rank] : kColumns[served.index]) {
+        const auto &fact = *std::find_if(std::begin(kFacts), std::end(kFacts),
+                                         [wanted = name](const Fact &each) { return wanted == each.name; });
         const char *title = name == "device" ? served.kind : name == "usage" ? "use" : fact.name;
         const auto text = name == "verdict" ? &Item::verdictInTable : fact.text;
-        columns.push_back({title, text, fact.right || (name == "device" && served.index == kVolume)});
+        columns.push_back({title, text, fact.right || (name == "device" && served.index == kVolume), rank});
     }
     return columns;
 }
 
+Grid GridOf(const ServedClass &served) {
+    Grid grid;
+    for (const auto &column : ColumnsOf(served))
+        grid.columns.push_back({InCapitals(column.title), column.right, column.rank});
+    return grid;
+}
+
+Grid::Row MarkedRow(Severity severity, bool changed, const TablesOptions &options) {
+    const char *star = options.changed == nullptr ? "" : changed ? "*" : " ";
+    return {Padded(MarkOf(severity), 2, false) + star, kStyles[static_cast<std::size_t>(severity)], {}};
+}
+
+Grid::Row RowOf(const Item &item, const TablesOptions &options) {
+    const bool changed = options.changed != nullptr && options.changed->count(item.path) != 0;
+    Grid::Row row = MarkedRow(item.severity, changed, options);
+    for (const auto &column : ColumnsOf(*item.served)) row.cells.push_back(item.*column.text);
+    return row;
+}
+
+std::string TitleOf(const ServedClass &served) { return InCapitals(served.kinds, 1); }
+
+std::string SampleNotice(const TextOptions &options) {
+    return Styled(Cut(kSampleNotice, options.width), kYellow, options) + "\n";
+}
+
 std::string RenderTables(const Inventory &inventory, const TablesOptions &options) {
-    std::vector<Section> sections;
+    std::string text = options.sample ? SampleNotice(options.text) + "\n" : "";
     for (const auto &served : kServedClasses) {
         const auto &items = inventory[served.index];
-        const bool wanted = options.only != nullptr ? options.only == &served : served.index != kSoftware;
-        if (wanted) sections.push_back({&served, &items, items.size()});
-    }
-    std::string text;
-    std::size_t height = options.height;
-    if (options.sample) {
-        const std::size_t width = options.text.width != 0 ? options.text.width : std::string::npos;
-        text = Styled(std::string(kSampleNotice).substr(0, width), kYellow, options.text) + "\n\n";
-        if (height != 0) height = std::max<std::size_t>(height, 3) - 2;
-    }
-    Fit(sections, height);
-
-    for (const auto &[served, items, shown] : sections) {
-        text += Styled(InCapitals(served->kinds, 1), kBold, options.text);
-        if (items->empty()) {
+        if (!options.Shows(served) || (items.empty() && options.whole != nullptr)) continue;
+        text += Styled(TitleOf(served), kBold, options.text);
+        if (items.empty()) {
             text += ": none\n\n";
             continue;
         }
-        text += "\n" + TableOf(*served, *items, shown, options);
-        if (shown < items->size()) {
-            text += fmt::format("   ... and {} more, none worse than {}\n", items->size() - shown,
-                                (*items)[shown].verdict.empty() ? "these" : (*items)[shown].verdict);
-        }
+        Grid grid = GridOf(served);
+        for (const Item &item : items) grid.rows.push_back(RowOf(item, options));
+        const GridText table = TextOf(grid, options.text);
+        text += "\n" + table.heading;
+        for (const auto &row : table.rows) text += row;
         text += "\n";
     }
-    return text + CountLine(sections, options.sample);
+    return text + CountLine(inventory, options);
 }
 
 } // namespace cim

@@ -135,6 +135,11 @@ const char *NameOf(Severity severity) {
     return names[static_cast<std::size_t>(severity)];
 }
 
+const char *MarkOf(Severity severity) {
+    constexpr const char *marks[] = {"", "?", "!", "!!"};
+    return marks[static_cast<std::size_t>(severity)];
+}
+
 void Judge(Inventory &inventory, const Leniency &leniency) {
     std::set<std::string> controllers, owners;
     for (const Item &controller : inventory[kController]) controllers.insert(controller.controller);
@@ -183,6 +188,15 @@ std::string Tally::Text() const {
     return text;
 }
 
+std::string Tally::Brief() const {
+    std::string text;
+    for (std::size_t i = counts.size(); i-- > 0;) {
+        const char *mark = i > 0 ? MarkOf(static_cast<Severity>(i)) : NameOf(Severity::Ok);
+        if (counts[i] > 0) text += fmt::format("{}{}{}", text.empty() ? "" : " ", mark, counts[i]);
+    }
+    return text;
+}
+
 Severity WorstOf(const Inventory &inventory, std::size_t gone) {
     Tally tally;
     for (const auto &items : inventory) tally.Add(items);
@@ -203,7 +217,8 @@ std::string RulesTable() {
     text += fmt::format("  {:<16}{:<64}{}\n", "anything", "was there since watch or serve began, and is gone",
                         NameOf(kGoneSeverity));
     text += "  A disk or volume in any other state, such as UNDEFINED, is judged by its operational status as a port\n"
-            "  is, and is a WARNING at least. So is every further operational status of anything.\n";
+            "  is, and is a WARNING at least; one without a state by that status alone. So is every further\n"
+            "  operational status of anything.\n";
     return text;
 }
 

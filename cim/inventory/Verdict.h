@@ -9,6 +9,9 @@
 
 namespace cim {
 
+// In front of what is not OK: "!!" is critical.
+const char *MarkOf(Severity severity);
+
 // Gives each item its verdict.
 void Judge(Inventory &inventory, const Leniency &leniency);
 
@@ -20,7 +23,8 @@ public:
     // All that has a verdict.
     void Add(const std::vector<Item> &items);
     Severity Worst() const;
-    std::string Text() const; // "1 CRITICAL, 2 WARNING, 17 OK"
+    std::string Text() const;  // "1 CRITICAL, 2 WARNING, 17 OK"
+    std::string Brief() const; // "!!1 !2 OK17"
 
 private:
     std::array<std::size_t, 4> counts{}; // by severity

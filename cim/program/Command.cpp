@@ -145,6 +145,10 @@ void AddClassOption(CLI::App &command, const ServedClass *&only) {
         ->type_name("NAME");
 }
 
+void AddTexts(CLI::App &command, const std::string &name, std::vector<std::string> &texts, const std::string &help) {
+    command.add_option(name, texts, help)->check(NotEmpty())->type_name("ID")->allow_extra_args(false);
+}
+
 template <class Number>
 CLI::Option *AddNumber(CLI::App &command, const std::string &names, Number first, Number last,
                        const std::function<void(Number)> &set, const std::string &help) {

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace cim {
 
@@ -52,6 +53,9 @@ void AddClassOption(CLI::App &command, const ServedClass *&only);
 // For an option whose empty value is a mistake: it is what an unset variable of a script or of a monitoring system
 // leaves.
 CLI::Validator NotEmpty();
+
+// An option that can be given again; its values, which are IDs, are not empty.
+void AddTexts(CLI::App &command, const std::string &name, std::vector<std::string> &texts, const std::string &help);
 
 // An option whose value is a decimal number from `first` to `last`: std::uint16_t for whole ones, or double.
 template <class Number>

@@ -16,10 +16,12 @@ namespace {
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGTSTP, SIGWINCH};
 
 int pipeEnds[2]; // the handler writes a signal's number into the second
+volatile std::sig_atomic_t ended;
 struct sigaction former[std::size(kSignals)];
 
 void Handle(int signal) {
     const int saved = errno;
+    if (signal == SIGINT || signal == SIGTERM || signal == SIGHUP) ended = 1;
     const auto number = static_cast<unsigned char>(signal);
     // A full pipe holds enough of them already.
     [[maybe_unused]] const ssize_t written = write(pipeEnds[1], &number, 1);
@@ -29,6 +31,7 @@ void Handle(int signal) {
 } // namespace
 
 Signals::Signals() {
+    ended = 0;
     if (pipe2(pipeEnds, O_CLOEXEC | O_NONBLOCK) != 0) throw std::system_error(errno, std::generic_category(), "pipe");
     struct sigaction action {};
     action.sa_handler = Handle;
@@ -41,6 +44,8 @@ Signals::~Signals() {
     close(pipeEnds[0]);
     close(pipeEnds[1]);
 }
+
+bool Signals::Ended() { return ended != 0; }
 
 int Signals::Wait(std::chrono::steady_clock::time_point until) {
     for (;;) {

@@ -16,6 +16,9 @@ public:
 
     // The next signal; 0 when none has come by then.
     int Wait(std::chrono::steady_clock::time_point until);
+
+    // One of the first three has come.
+    static bool Ended();
 };
 
 } // namespace cim

@@ -3,6 +3,8 @@
 #include "cim/inventory/Changes.h"
 #include "cim/inventory/Check.h"
 #include "cim/inventory/Gone.h"
+#include "cim/inventory/Overview.h"
+#include "cim/inventory/Selection.h"
 #include "cim/inventory/Tables.h"
 #include "cim/inventory/Verdict.h"
 #include "tests/support/Golden.h"
@@ -14,7 +16,9 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <limits>
+#include <optional>
 
 namespace cim {
 namespace {
@@ -31,16 +35,33 @@ Instances Read(const Json &server) {
 
 const ServedClass *Only(const Json &options) { return FindServedClass(options.value("class", std::string())); }
 
+struct Selected {
+    Selected(const Json &server, const Json &options) : whole(Describe(Read(server))) {
+        selection.problems = options.value("problems", false);
+        selection.controllers = options.value("controllers", std::vector<std::string>());
+        selection.enclosures = options.value("enclosures", std::vector<std::string>());
+        if (options.contains("place")) SortByPlace(whole);
+        part = Select(whole, selection);
+    }
+    Selection selection;
+    Inventory whole, part;
+};
+
 std::string TablesView(const Json &server, const Json &options) {
-    const Inventory inventory = Describe(Read(server));
+    const Selected selected(server, options);
+    const std::string mistake = MistakeIn(selected.selection, selected.whole);
+    if (!mistake.empty()) return mistake + "\n";
     std::set<std::string> changed;
-    TablesOptions tables{options.value("sample", false), Only(options), {}, options.value("height", 0u), nullptr};
+    TablesOptions tables;
+    tables.sample = options.value("sample", false);
+    tables.only = Only(options);
+    if (!selected.selection.IsAll()) tables.whole = &selected.whole;
     tables.text = {options.value("colour", false), options.value("width", 0u)};
     if (options.contains("changed")) {
         changed = options["changed"].get<std::set<std::string>>();
         tables.changed = &changed;
     }
-    return RenderTables(inventory, tables);
+    return RenderTables(selected.part, tables);
 }
 
 std::string CheckView(const Json &server, const Json &options) {
@@ -67,27 +88,49 @@ std::string ChangesView(const Json &before, const Json &after, const Json &optio
 }
 
 std::string JsonView(const Json &server, const Json &options) {
-    Json document = ToJson(Describe(Read(server)), {0, options.value("sample", false)}, Only(options));
+    const Selected selected(server, options);
+    Json document = ToJson(selected.part, {0, options.value("sample", false), 0, &selected.whole}, Only(options));
     for (const char *varies : {"time", "version"}) EXPECT_EQ(document.erase(varies), 1u) << varies;
     return Dump(document, 1) + "\n";
 }
 
-// After each of the steps, which are JSON patches; a step is a second.
-std::string GoneView(const Json &before, const Json &steps) {
-    Memory memory;
+// After each of the steps, which are JSON patches; a step is a second, or as long as "every" says.
+std::string AfterSteps(const Json &before, const Json &options,
+                       const std::function<std::string(const Inventory &, const Memory &)> &show) {
+    Memory memory(options.contains("forget") ? std::optional<double>(options["forget"]) : std::nullopt);
     Json server = before;
     std::string text;
-    for (std::time_t now = 0; now <= static_cast<std::time_t>(steps.size()); ++now) {
-        if (now > 0) server = server.patch(steps[static_cast<std::size_t>(now) - 1]);
-        memory.Note(Describe(Read(server)), now);
-        text += std::to_string(now) + ":\n";
-        for (const Gone &gone : memory.All()) {
-            const std::string reason = ReasonOf(gone);
-            text += "  " + gone.name + ", gone since " + std::to_string(gone.since) +
-                    reason.substr(std::min(reason.find(','), reason.size())) + "\n";
-        }
+    for (std::size_t step = 0; step <= options.at("steps").size(); ++step) {
+        if (step > 0) server = server.patch(options["steps"][step - 1]);
+        const Inventory now = Describe(Read(server));
+        const auto time = static_cast<std::time_t>(step) * options.value("every", 1);
+        memory.Note(now, time);
+        text += std::to_string(time) + ":\n" + show(now, memory);
     }
     return text;
+}
+
+std::string GoneView(const Json &server, const Json &options) {
+    return AfterSteps(server, options, [](const Inventory &, const Memory &memory) {
+        std::string text;
+        for (const Gone &gone : memory.All()) text += "  " + gone.name + ", " + ReasonOf(gone) + "\n";
+        return text;
+    });
+}
+
+std::string OverviewView(const Json &server, const Json &options) {
+    return AfterSteps(server, options, [&options](const Inventory &now, const Memory &memory) {
+        std::string text;
+        for (const auto &[width, height] : options["sizes"].get<std::vector<std::pair<unsigned, unsigned>>>()) {
+            TablesOptions tables;
+            tables.only = Only(options);
+            tables.sample = options.value("sample", false);
+            tables.text = {options.value("colour", false), width};
+            text += "-- " + std::to_string(width) + " by " + std::to_string(height) + "\n" +
+                    RenderOverview(now, memory, tables, height);
+        }
+        return text;
+    });
 }
 
 std::string FactsView(const Json &server) {
@@ -102,7 +145,8 @@ std::string View(const Json &servers, const std::string &what, const Json &optio
     const Json &server = servers.at(options.value("of", std::string("server")));
     if (what == "tables") return TablesView(server, options);
     if (what == "check") return CheckView(server, options);
-    if (what == "gone") return GoneView(server, options.at("steps"));
+    if (what == "gone") return GoneView(server, options);
+    if (what == "overview") return OverviewView(server, options);
     if (what == "facts") return FactsView(server);
     if (what == "json") return JsonView(server, options);
     return ChangesView(server, servers.at("after"), options);
@@ -111,6 +155,8 @@ std::string View(const Json &servers, const std::string &what, const Json &optio
 class Views : public testing::TestWithParam<std::string> {};
 
 TEST_P(Views, AreAsExpected) {
+    setenv("TZ", "UTC", 1);
+    tzset();
     std::ifstream file(kViews / (GetParam() + ".json"));
     const Json servers = Json::parse(file);
     std::string text;
@@ -122,7 +168,8 @@ TEST_P(Views, AreAsExpected) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Inventory, Views,
-                         testing::Values("kinds", "states", "captions", "odd", "missing", "changes", "gone"));
+                         testing::Values("kinds", "states", "captions", "odd", "missing", "changes", "gone",
+                                         "overview"));
 
 TEST(Verdict, TheRulesAndWhatCannotBeChecked) {
     support::ExpectGolden(kViews / "rules.txt", RulesTable());
@@ -131,8 +178,6 @@ TEST(Verdict, TheRulesAndWhatCannotBeChecked) {
 }
 
 TEST(Changes, ATimeTellsItsDistanceFromUtc) {
-    const char *set = std::getenv("TZ");
-    const std::string former = set != nullptr ? set : "";
     const auto in = [](const char *zone) {
         setenv("TZ", zone, 1);
         tzset();
@@ -140,8 +185,6 @@ TEST(Changes, ATimeTellsItsDistanceFromUtc) {
     };
     EXPECT_EQ(in("UTC"), "2026-01-05T10:02:11+00:00");
     EXPECT_EQ(in("XXX+3:30"), "2026-01-05T06:32:11-03:30");
-    set != nullptr ? setenv("TZ", former.c_str(), 1) : unsetenv("TZ");
-    tzset();
 }
 
 TEST(Json, ValuesHaveTheirNaturalTypes) {

@@ -46,11 +46,12 @@ TEST(Observer, LogsWhatChangedNewestFirst) {
     SeenBy(observer);
     hardware.Disk("ONLINE", 2, 5, "2");
     const Seen last = SeenBy(observer);
-    ASSERT_EQ(last.changes.size(), 3u);
+    ASSERT_EQ(last.changes.size(), 5u); // also the controller's verdict, without devices and with one again
     EXPECT_EQ(last.changes[0]["event"], "appeared");
-    EXPECT_EQ(last.changes[1]["event"], "removed");
-    EXPECT_EQ(last.changes[1]["facts"]["state"], "FAILED");
-    EXPECT_EQ(last.changes[2], change);
+    EXPECT_EQ(last.changes[1]["previousVerdict"], "UNKNOWN");
+    EXPECT_EQ(last.changes[2]["event"], "removed");
+    EXPECT_EQ(last.changes[2]["facts"]["state"], "FAILED");
+    EXPECT_EQ(last.changes[4], change);
 }
 
 TEST(Observer, AFactThatComesOrGoesHasNoOtherSide) {
@@ -74,7 +75,7 @@ TEST(Observer, KeepsTheLatestChanges) {
     }
     const Json changes = SeenBy(observer).changes;
     EXPECT_EQ(changes.size(), kChangesKept);
-    EXPECT_EQ(changes[0]["number"], count);
+    EXPECT_EQ(changes[0]["number"], count + 1); // the first disk is also another verdict of the controller
 }
 
 TEST(Observer, LooksAreSharedWhileTheyAreFresh) {

@@ -64,6 +64,7 @@ private:
         Process::Options options;
         options.terminal = terminal;
         options.environment = {{"PATH", BinFolder() + ":" + std::getenv("PATH")},
+                               {"JUDGE", kSources + "/validate.py"},
                                {"SAMPLES", BinFolder() + "/../share/quarnel/hardware"},
                                {"URL", server ? server->Url() : ""}};
         running.emplace_back(text, "/bin/sh", std::vector<std::string>{"-c", "cd " + folder.Path() + "\n" + command},
@@ -113,7 +114,7 @@ TEST_P(Transcripts, ReplayAsTheyAre) {
 
 INSTANTIATE_TEST_SUITE_P(Program, Transcripts,
                          testing::Values("list", "hardware", "mistakes", "help", "check", "plugin", "slow", "url",
-                                         "record", "metrics"));
+                                         "record", "json", "filters", "metrics"));
 
 } // namespace
 } // namespace cim

@@ -46,8 +46,8 @@ inline std::unique_ptr<cim::Broker> Host(const std::string &hardware) {
 // `quarnel serve`, or another program that takes its arguments, until the object goes.
 class Serve : public cim::Process {
 public:
-    explicit Serve(const std::string &hardware, const std::string &program = "quarnel")
-        : Process(cim::BinFolder() + "/" + program, {"serve", "--port", "0", "--hardware", hardware}) {
+    explicit Serve(const std::string &hardware, const std::string &program = "quarnel", const std::string &port = "0")
+        : Process(cim::BinFolder() + "/" + program, {"serve", "--port", port, "--hardware", hardware}) {
         if (!WaitFor(",")) throw std::runtime_error(Err());
         const auto begin = Out().find("http://");
         url = Out().substr(begin, Out().find(',', begin) - begin);

@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 
 namespace cim {
 
@@ -138,6 +139,13 @@ Outcome RunToEnd(const std::string &program, const std::vector<std::string> &arg
     Process process(program, arguments);
     const int status = process.Wait();
     return {status, process.Out(), process.Err()};
+}
+
+std::vector<std::string> LinesOf(const std::string &text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    return lines;
 }
 
 } // namespace cim

@@ -62,4 +62,7 @@ struct Outcome {
 };
 Outcome RunToEnd(const std::string &program, const std::vector<std::string> &arguments);
 
+// Of what it said, without the line feeds.
+std::vector<std::string> LinesOf(const std::string &text);
+
 } // namespace cim
